@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/Folders.h"
+
+#include <memory>
+
+namespace tavrik {
+
+class Alerts;
+class Appearance;
+class Clipboard;
+class HotKeyBackend;
+class MainQueue;
+class Microphone;
+class PanelHost;
+class PasteKeys;
+class PreferenceStore;
+class SoundPlayer;
+class StatusItem;
+
+/// The folders of this desktop. Needs no application object.
+Folders platformFolders();
+
+/// The preference store of this desktop. Needs a core application, no display.
+std::unique_ptr<PreferenceStore> makePreferenceStore();
+
+/// Every service of the desktop the program runs on. Made once, after QApplication; destroyed before it.
+struct Platform {
+    explicit Platform(MainQueue& queue);
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
+    ~Platform();
+
+    std::unique_ptr<Alerts> alerts;
+    std::unique_ptr<Appearance> appearance;
+    std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<HotKeyBackend> hotKeys;
+    std::unique_ptr<Microphone> microphone;
+    std::unique_ptr<PanelHost> panels;
+    std::unique_ptr<PasteKeys> pasteKeys;
+    std::unique_ptr<SoundPlayer> sounds;
+    std::unique_ptr<StatusItem> statusItem;
+};
+
+} // namespace tavrik

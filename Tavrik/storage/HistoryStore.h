@@ -1,0 +1,50 @@
+#pragma once
+
+#include "storage/Transcription.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+
+namespace tavrik {
+
+/// Every successful dictation, newest first, in memory and in one file. Main thread only; the file is read and
+/// written by a thread of the store's own, changes in order, each soon after it was made. Failures are silent.
+class HistoryStore : public QObject {
+    Q_OBJECT
+
+public:
+    /// `folder` is made if missing. Reading the file begins at once, on the store's thread; the first use of the
+    /// records waits for it.
+    explicit HistoryStore(const QString& folder, QObject* parent = nullptr);
+
+    /// Waits until every change is on disk.
+    ~HistoryStore() override;
+
+    /// The program's store, made on first use.
+    static HistoryStore& shared();
+
+    const QList<Transcription>& items() const;
+
+    /// Puts the record first and saves.
+    void insertFirst(const Transcription& record);
+
+    /// Removes every record with this id and saves.
+    void remove(const QUuid& id);
+
+    /// Words of all texts, separated by Unicode white space.
+    qint64 totalWords() const;
+    /// Words spoken per minute of recording, rounded to the nearest, halves up; 0 for one second or less.
+    qint64 wordsPerMinute() const;
+    /// Distinct days of the records in the user's time zone.
+    qint64 daysUsed() const;
+
+Q_SIGNALS:
+    /// Around every change, as models announce theirs: positions `first` to `last` in items().
+    void aboutToInsert(qsizetype first, qsizetype last);
+    void inserted(qsizetype first, qsizetype last);
+    void aboutToRemove(qsizetype first, qsizetype last);
+    void removed(qsizetype first, qsizetype last);
+};
+
+} // namespace tavrik
