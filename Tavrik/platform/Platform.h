@@ -8,6 +8,7 @@ namespace tavrik {
 
 class Alerts;
 class Appearance;
+class ApplicationInstance;
 class Clipboard;
 class HotKeyBackend;
 class MainQueue;
@@ -20,6 +21,9 @@ class StatusItem;
 
 /// The folders of this desktop. Needs no application object.
 Folders platformFolders();
+
+/// Whether the program already runs in this session, and the way to reach it. Needs no application object.
+std::unique_ptr<ApplicationInstance> makeApplicationInstance();
 
 /// The preference store of this desktop. Needs a core application, no display.
 std::unique_ptr<PreferenceStore> makePreferenceStore();

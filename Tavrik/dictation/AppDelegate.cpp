@@ -1,0 +1,165 @@
+#include "dictation/AppDelegate.h"
+
+#include "base/MainQueue.h"
+#include "capture/AbstractPaster.h"
+#include "capture/AbstractRecordingHUD.h"
+#include "platform/Alerts.h"
+#include "platform/SoundPlayer.h"
+#include "platform/StatusItem.h"
+#include "storage/HistoryStore.h"
+#include "storage/Settings.h"
+#include "translation/AbstractTranslator.h"
+
+#include <QFile>
+#include <QPointer>
+
+#include <algorithm>
+#include <utility>
+
+namespace tavrik {
+
+namespace {
+
+/// A shorter take is a slip of the finger.
+constexpr double minimumDuration = 0.4; // seconds
+
+/// The level that the meter shows as silence.
+constexpr float quietestPower = -50; // dBFS
+
+} // namespace
+
+/// A take's audio: gone when the last who needs it lets go, whether the dictation was finished or given up.
+struct AppDelegate::AudioFile {
+    explicit AudioFile(QString file) : path(std::move(file)) {}
+    AudioFile(AudioFile&& other) noexcept : path(std::exchange(other.path, {})) {}
+    AudioFile& operator=(AudioFile&&) = delete;
+    ~AudioFile() { remove(); }
+
+    void remove() {
+        if (!path.isEmpty())
+            QFile::remove(std::exchange(path, {}));
+    }
+
+    QString path;
+};
+
+AppDelegate::AppDelegate(Parts parts, QObject* parent) : QObject(parent), m_parts(std::move(parts)) {}
+
+AppDelegate::~AppDelegate() {
+    cancelRecording();
+}
+
+void AppDelegate::startRecording() {
+    if (m_state != State::idle)
+        return;
+    if (const auto started = m_parts.recorder.start(); !started) {
+        showError(QStringLiteral("Could not start recording: ") + started.error().description);
+        return;
+    }
+    setState(State::recording);
+    const QPointer<AppDelegate> self(this);
+    m_parts.hud.show([self] { return self ? self->level() : 0; },
+                     [self] {
+                         if (self)
+                             self->cancelRecording();
+                     },
+                     [self] {
+                         if (self)
+                             self->stopAndTranslate();
+                     });
+    if (m_parts.settings.soundsEnabled())
+        m_parts.sounds.play(Sound::pop);
+
+    // The user speaks for a while: time to make ready for what follows the release.
+    m_parts.translator.prepare();
+    m_parts.history();
+}
+
+void AppDelegate::stopAndTranslate() {
+    if (m_state != State::recording)
+        return;
+    const auto take = m_parts.recorder.stop();
+    if (!take)
+        return;
+    AudioFile audio(take->file);
+    if (take->duration <= minimumDuration) {
+        audio.remove();
+        setState(State::idle);
+        return;
+    }
+    setState(State::processing);
+    m_parts.translator.translate(take->file, [self = QPointer<AppDelegate>(this), audio = std::move(audio),
+                                              duration = take->duration](Result<QString> result) mutable {
+        audio.remove();
+        if (self)
+            self->finish(std::move(result), duration);
+    });
+}
+
+void AppDelegate::cancelRecording() {
+    if (m_state != State::recording)
+        return;
+    if (const auto take = m_parts.recorder.stop())
+        QFile::remove(take->file);
+    setState(State::idle);
+}
+
+void AppDelegate::finish(Result<QString> result, double duration) {
+    setState(State::idle);
+    if (!result)
+        return showError(result.error().description);
+    if (result->isEmpty())
+        return showError(
+            QStringLiteral("The model returned empty text — try speaking a bit longer."));
+    m_parts.paster.paste(*result);
+    m_parts.history().insertFirst(
+        {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), result->toUtf8(), duration});
+    if (m_parts.settings.soundsEnabled())
+        m_parts.sounds.play(Sound::glass);
+}
+
+float AppDelegate::level() const {
+    const auto power = m_parts.recorder.averagePower();
+    if (!power)
+        return 0;
+    const float level = std::min((*power - quietestPower) / -quietestPower, 1.0F);
+    // Not std::max, which would keep a level that is not a number.
+    return level >= 0 ? level : 0;
+}
+
+void AppDelegate::showError(const QString& message) {
+    if (m_parts.settings.soundsEnabled())
+        m_parts.sounds.play(Sound::basso);
+    m_parts.alerts.show(
+        {.messageText = QStringLiteral("Tavrik"), .informativeText = message, .style = Alert::Style::warning});
+}
+
+void AppDelegate::setState(State state) {
+    m_state = state;
+    updateIcon();
+    switch (state) {
+    case State::idle:
+        m_parts.hud.hide();
+        if (m_hotKeyIsStale)
+            hotKeyChanged();
+        break;
+    case State::processing:
+        m_parts.hud.setProcessing();
+        break;
+    case State::recording:
+        break; // startRecording shows the panel, since it alone knows the callbacks.
+    }
+}
+
+void AppDelegate::updateIcon() {
+    switch (m_state) {
+    case State::idle:
+        return m_parts.statusItem.setImage(QStringLiteral("mic"), QStringLiteral("Tavrik idle"));
+    case State::recording:
+        return m_parts.statusItem.setImage(QStringLiteral("mic.fill"), QStringLiteral("Tavrik recording"));
+    case State::processing:
+        return m_parts.statusItem.setImage(QStringLiteral("hourglass"), QStringLiteral("Tavrik processing"));
+    }
+}
+
+} // namespace tavrik

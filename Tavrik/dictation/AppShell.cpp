@@ -1,0 +1,93 @@
+// The application's shell: launch, menu and the hot key's registration. The recording cycle is in AppDelegate.cpp.
+
+#include "base/MainQueue.h"
+#include "dictation/AppDelegate.h"
+#include "platform/Microphone.h"
+#include "platform/PasteKeys.h"
+#include "platform/PreferenceStore.h"
+#include "platform/StatusItem.h"
+#include "storage/Settings.h"
+
+#include <QPointer>
+
+namespace tavrik {
+
+void AppDelegate::applicationDidFinishLaunching() {
+    m_parts.settings.applyAppearance(m_parts.appearance);
+    updateIcon();
+    buildMenu();
+    m_parts.microphone.requestAccess();
+    m_parts.pasteKeys.requestTrust();
+    registerHotKey();
+    m_parts.preferences.watch([self = QPointer<AppDelegate>(this)] {
+        if (self)
+            self->preferencesChanged();
+    });
+}
+
+void AppDelegate::applicationShouldHandleReopen() {
+    if (m_hotKey->status() != HotKeyBackend::Status::registered)
+        registerHotKey();
+    if (m_parts.openMainWindow)
+        m_parts.openMainWindow();
+}
+
+void AppDelegate::registerHotKey() {
+    m_hotKeyIsStale = false;
+    m_hotKey.reset();
+    m_combination = {m_parts.settings.hotKeyKeyCode(), m_parts.settings.hotKeyModifiers()};
+    m_hotKeyDisplay = m_parts.settings.hotKeyDisplay();
+    m_hotKey = std::make_unique<HotKey>(m_parts.hotKeys, m_parts.queue, m_combination);
+    const QPointer<AppDelegate> self(this);
+    m_hotKey->onPress = [self] {
+        if (self)
+            self->startRecording();
+    };
+    m_hotKey->onRelease = [self] {
+        if (self)
+            self->stopAndTranslate();
+    };
+
+    switch (m_hotKey->status()) {
+    case HotKeyBackend::Status::registered:
+        return m_parts.statusItem.setNote({});
+    case HotKeyBackend::Status::taken:
+        return m_parts.statusItem.setNote(QStringLiteral("%1 is held by another program").arg(m_hotKeyDisplay));
+    case HotKeyBackend::Status::unavailable:
+        return m_parts.statusItem.setNote(QStringLiteral("%1 cannot be used on this desktop").arg(m_hotKeyDisplay));
+    }
+}
+
+void AppDelegate::hotKeyChanged() {
+    registerHotKey();
+    buildMenu();
+}
+
+void AppDelegate::preferencesChanged() {
+    const KeyCombination wanted{m_parts.settings.hotKeyKeyCode(), m_parts.settings.hotKeyModifiers()};
+    if (wanted == m_combination && m_parts.settings.hotKeyDisplay() == m_hotKeyDisplay &&
+        m_hotKey->status() == HotKeyBackend::Status::registered)
+        return;
+    // The key that started a recording is still down: its release must arrive.
+    if (m_state == State::recording)
+        m_hotKeyIsStale = true;
+    else
+        hotKeyChanged();
+}
+
+void AppDelegate::buildMenu() {
+    using Kind = MenuItem::Kind;
+    m_parts.statusItem.setMenu({
+        {.kind = Kind::label,
+         .title = QStringLiteral("Hold %1 and speak Persian").arg(m_parts.settings.hotKeyDisplay())},
+        {.kind = Kind::separator},
+        {.title = QStringLiteral("Open Tavrik"),
+         .keyEquivalent = QStringLiteral("o"),
+         .action = m_parts.openMainWindow},
+        {.title = QStringLiteral("Check for Updates…"), .action = m_parts.checkForUpdates},
+        {.kind = Kind::separator},
+        {.title = QStringLiteral("Quit Tavrik"), .keyEquivalent = QStringLiteral("q"), .action = m_parts.quit},
+    });
+}
+
+} // namespace tavrik

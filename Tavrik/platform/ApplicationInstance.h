@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+namespace tavrik {
+
+/// Keeps the program to one instance for each user session. Main thread only.
+class ApplicationInstance {
+public:
+    /// What later launches ask of the running program; called on the main thread.
+    struct Handlers {
+        /// Started again without arguments.
+        std::function<void()> reopened;
+        /// Started with URLs, each exactly as it was given.
+        std::function<void(const QStringList&)> urlsOpened;
+    };
+
+    ApplicationInstance() = default;
+    ApplicationInstance(const ApplicationInstance&) = delete;
+    ApplicationInstance& operator=(const ApplicationInstance&) = delete;
+    virtual ~ApplicationInstance() = default;
+
+    /// Hands this launch over to the program that already runs. False when none does. Waits a second at most, even
+    /// if that program hangs. Needs no application object.
+    virtual bool forward(const QStringList& urls) = 0;
+
+    /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a session
+    /// bus cannot tell, and answers true.
+    virtual bool claim(Handlers handlers) = 0;
+};
+
+} // namespace tavrik

@@ -1,0 +1,82 @@
+#include "platform/linux/DBusApplicationInstance.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QObject>
+#include <QVariantMap>
+
+namespace tavrik {
+
+namespace {
+
+const auto serviceName = QStringLiteral("io.nordvex.tavrik");
+const auto objectPath = QStringLiteral("/io/nordvex/tavrik");
+const auto interfaceName = QStringLiteral("org.freedesktop.Application");
+constexpr int forwardTimeout = 1000; // milliseconds
+
+} // namespace
+
+class DBusApplicationInstance::Service : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit Service(Handlers handlers) : m_handlers(std::move(handlers)) {}
+
+public Q_SLOTS:
+    void Activate(const QVariantMap&) { m_handlers.reopened(); }
+    void Open(const QStringList& uris, const QVariantMap&) { m_handlers.urlsOpened(uris); }
+    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) { m_handlers.reopened(); }
+
+private:
+    Handlers m_handlers;
+};
+
+DBusApplicationInstance::DBusApplicationInstance() = default;
+
+DBusApplicationInstance::~DBusApplicationInstance() {
+    if (!m_service)
+        return;
+    auto bus = QDBusConnection::sessionBus();
+    bus.unregisterService(serviceName);
+    bus.unregisterObject(objectPath);
+}
+
+bool DBusApplicationInstance::forward(const QStringList& urls) {
+    const auto bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return false;
+    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
+                                               urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    if (!urls.isEmpty())
+        call << urls;
+    call << QVariantMap{};
+    call.setAutoStartService(false);
+    const auto reply = bus.call(call, QDBus::Block, forwardTimeout);
+    // Any other failure comes from a program that is there and does not answer: a second one would not help.
+    return QDBusError(reply).type() != QDBusError::ServiceUnknown &&
+           QDBusError(reply).type() != QDBusError::NameHasNoOwner;
+}
+
+bool DBusApplicationInstance::claim(Handlers handlers) {
+    auto bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return true;
+    auto service = std::make_unique<Service>(std::move(handlers));
+    // The object first: whoever sees the name may call at once.
+    bus.registerObject(objectPath, service.get(), QDBusConnection::ExportAllSlots);
+    const auto reply = bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                                        QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceNotRegistered) {
+        bus.unregisterObject(objectPath);
+        return false;
+    }
+    m_service = std::move(service);
+    return true;
+}
+
+} // namespace tavrik
+
+#include "DBusApplicationInstance.moc"

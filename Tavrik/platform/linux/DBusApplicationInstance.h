@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/ApplicationInstance.h"
+
+class QDBusConnection;
+
+namespace tavrik {
+
+/// The running program owns a name on the session bus and serves org.freedesktop.Application there, so that
+/// desktops can start and reach it through its desktop file as well.
+class DBusApplicationInstance final : public ApplicationInstance {
+public:
+    DBusApplicationInstance();
+    ~DBusApplicationInstance() override;
+
+    bool forward(const QStringList& urls) override;
+    bool claim(Handlers handlers) override;
+
+private:
+    class Service;
+    std::unique_ptr<Service> m_service;
+};
+
+} // namespace tavrik

@@ -1,0 +1,370 @@
+#include "base/MainQueue.h"
+#include "capture/AbstractPaster.h"
+#include "capture/AbstractRecordingHUD.h"
+#include "dictation/AppDelegate.h"
+#include "storage/HistoryStore.h"
+#include "storage/Settings.h"
+#include "support/FakePlatform.h"
+#include "translation/AbstractTranslator.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+using namespace tavrik;
+
+namespace {
+
+class FakeRecorder : public AbstractRecorder {
+public:
+    explicit FakeRecorder(QString folder) : m_folder(std::move(folder)) {}
+    Result<void> start() override {
+        if (broken)
+            return std::unexpected(Error{"no microphone"});
+        m_file = "%1/take-%2.wav".arg(m_folder).arg(++m_count);
+        QFile file(m_file);
+        return file.open(QFile::WriteOnly) ? Result<void>{} : std::unexpected(Error{file.errorString()});
+    }
+    std::optional<Take> stop() override {
+        if (m_file.isEmpty() || lost)
+            return std::nullopt;
+        return Take{std::exchange(m_file, {}), duration};
+    }
+    std::optional<float> averagePower() override { return power; }
+
+    bool broken = false;
+    bool lost = false;
+    double duration = 2;
+    std::optional<float> power;
+
+private:
+    QString m_folder;
+    QString m_file;
+    int m_count = 0;
+};
+
+class FakeHUD : public AbstractRecordingHUD {
+public:
+    explicit FakeHUD(fake::Journal& log) : journal(log) {}
+    void show(std::function<float()> provider, std::function<void()> onCancel,
+              std::function<void()> onConfirm) override {
+        journal << "panel";
+        level = std::move(provider);
+        cancel = std::move(onCancel);
+        confirm = std::move(onConfirm);
+    }
+    void setProcessing() override { journal << "panel waits"; }
+    void hide() override { journal << "no panel"; }
+
+    fake::Journal& journal;
+    std::function<float()> level;
+    std::function<void()> cancel = [] {};
+    std::function<void()> confirm = [] {};
+};
+
+class FakeTranslator : public AbstractTranslator {
+public:
+    explicit FakeTranslator(fake::Journal& log) : journal(log) {}
+    void prepare() override { ++prepared; }
+    void translate(const QString& file, Completion<QString> completion) override {
+        QVERIFY(QFile::exists(file));
+        journal << "translate";
+        pending = std::move(completion);
+        if (immediate)
+            answer(std::unexpected(*immediate));
+    }
+    void answer(Result<QString> result) {
+        if (auto completion = std::exchange(pending, nullptr))
+            completion(std::move(result));
+    }
+
+    fake::Journal& journal;
+    Completion<QString> pending;
+    std::optional<Error> immediate;
+    int prepared = 0;
+};
+
+class FakePaster : public AbstractPaster {
+public:
+    explicit FakePaster(fake::Journal& log) : journal(log) {}
+    void paste(const QString& text) override { journal << "paste [%1]".arg(text); }
+    fake::Journal& journal;
+};
+
+/// A whole program whose neighbours are all stand-ins but the history and the queue.
+struct Desk {
+    QTemporaryDir folder;
+    fake::Journal journal;
+    MainQueue queue;
+    fake::Preferences preferences;
+    Settings settings{preferences};
+    FakeRecorder recorder{folder.path()};
+    FakeHUD hud{journal};
+    FakeTranslator translator{journal};
+    FakePaster paster{journal};
+    HistoryStore history{folder.filePath("data")};
+    fake::AlertsLog alerts{journal};
+    fake::AppearanceLog appearance;
+    fake::HotKeys hotKeys{journal};
+    fake::SilentMicrophone microphone;
+    fake::TrustedKeys pasteKeys;
+    fake::Sounds sounds{journal};
+    fake::Status status{journal};
+    std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(
+        AppDelegate::Parts{queue, preferences, settings, recorder, hud, translator, paster,
+                           [this]() -> HistoryStore& { return history; }, alerts, appearance, hotKeys, microphone,
+                           pasteKeys, sounds, status, {}, {}, [this] { journal << "quit"; }});
+
+    /// One word of a test's script.
+    void play(const QString& event) {
+        if (event == "press")
+            app->startRecording();
+        else if (event == "release")
+            app->stopAndTranslate();
+        else if (event == "cancel")
+            app->cancelRecording();
+        else if (event == "confirm")
+            hud.confirm();
+        else if (event == "cross")
+            hud.cancel();
+        else if (event == "text")
+            translator.answer("Hello");
+        else if (event == "spaces")
+            translator.answer("  ");
+        else if (event == "empty")
+            translator.answer(QString());
+        else if (event == "fail")
+            translator.answer(std::unexpected(Error{"<b>boom</b>"}));
+        else if (event == "broken")
+            recorder.broken = true;
+        else if (event == "lost")
+            recorder.lost = true;
+        else if (event == "found")
+            recorder.lost = false;
+        else if (event == "quiet")
+            preferences.values["sounds_enabled"] = false;
+        else if (event == "tap")
+            recorder.duration = 0.4;
+        else if (event == "gone")
+            app.reset();
+        else
+            QFAIL(qPrintable(event));
+    }
+
+    QStringList audioFiles() const { return QDir(folder.path()).entryList({"*.wav"}); }
+};
+
+} // namespace
+
+class AppDelegateTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cycle_data();
+    void cycle();
+    void level_data();
+    void level();
+    void launch();
+    void storesWhatWasPasted();
+    void synchronousFailureOfTheTranslator();
+    void hotKeyFollowsThePreferences();
+    void hotKeyIsNotReplacedUnderAHold();
+    void takenHotKeyIsToldAndTriedAgain();
+};
+
+void AppDelegateTest::cycle_data() {
+    QTest::addColumn<QString>("events");
+    QTest::addColumn<QString>("journal");
+    QTest::addColumn<int>("records");
+    QTest::addColumn<int>("files");
+
+    const QString recording = "icon mic.fill, panel, Pop";
+    const QString processing = recording + ", icon hourglass, panel waits, translate";
+    const QString idle = ", icon mic, no panel";
+
+    // Idle with every event.
+    QTest::newRow("idle: release") << "release" << "" << 0 << 0;
+    QTest::newRow("idle: cancel") << "cancel" << "" << 0 << 0;
+    QTest::newRow("idle: failed start, then release")
+        << "broken press release" << "Basso, alert Tavrik: Could not start recording: no microphone" << 0 << 0;
+    QTest::newRow("idle: failed start without sounds")
+        << "quiet broken press" << "alert Tavrik: Could not start recording: no microphone" << 0 << 0;
+
+    // Recording with every event.
+    QTest::newRow("recording") << "press" << recording << 0 << 1;
+    QTest::newRow("recording: press") << "press press" << recording << 0 << 1;
+    QTest::newRow("recording: release") << "press release" << processing << 0 << 1;
+    QTest::newRow("recording: confirm, then the real release") << "press confirm release" << processing << 0 << 1;
+    QTest::newRow("recording: cross, then the real release") << "press cross release" << recording + idle << 0 << 0;
+    QTest::newRow("recording: cancel, late text") << "press cancel text" << recording + idle << 0 << 0;
+    QTest::newRow("recording: tap of exactly 0.4 s") << "tap press release" << recording + idle << 0 << 0;
+    QTest::newRow("recording: stop yields nothing") << "press lost release" << recording << 0 << 1;
+    QTest::newRow("recording: stop yields nothing, release again")
+        << "press lost release found release" << processing << 0 << 1;
+    QTest::newRow("recording: cancel yields nothing") << "press lost cancel" << recording + idle << 0 << 1;
+    QTest::newRow("recording: owner gone") << "press gone" << recording + idle << 0 << 0;
+
+    // Processing with every event.
+    QTest::newRow("processing: press, release, both buttons")
+        << "press release press release confirm cross cancel" << processing << 0 << 1;
+    QTest::newRow("processing: text")
+        << "press release text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
+    QTest::newRow("processing: text without sounds")
+        << "quiet press release text"
+        << (processing + idle + ", paste [Hello]").remove(", Pop") << 1 << 0;
+    QTest::newRow("processing: spaces are text")
+        << "press release spaces" << processing + idle + ", paste [  ], Glass" << 1 << 0;
+    QTest::newRow("processing: empty")
+        << "press release empty"
+        << processing + idle +
+               ", Basso, alert Tavrik: The model returned empty text — try speaking a bit longer."
+        << 0 << 0;
+    QTest::newRow("processing: failure")
+        << "press release fail" << processing + idle + ", Basso, alert Tavrik: <b>boom</b>" << 0 << 0;
+    QTest::newRow("processing: owner gone, late text") << "press release gone text" << processing << 0 << 0;
+    QTest::newRow("processing: a second text") << "press release text text"
+                                               << processing + idle + ", paste [Hello], Glass" << 1 << 0;
+    QTest::newRow("twice") << "press release text press release text"
+                           << processing + idle + ", paste [Hello], Glass, " + processing + idle +
+                                  ", paste [Hello], Glass"
+                           << 2 << 0;
+}
+
+void AppDelegateTest::cycle() {
+    QFETCH(QString, events);
+    QFETCH(QString, journal);
+    Desk desk;
+    for (const auto& event : events.split(u' '))
+        desk.play(event);
+    QCOMPARE(desk.journal.join(", "), journal);
+    QTEST(int(desk.history.items().size()), "records");
+    QTEST(int(desk.audioFiles().size()), "files");
+}
+
+void AppDelegateTest::level_data() {
+    QTest::addColumn<float>("power");
+    QTest::addColumn<float>("level");
+    QTest::newRow("full scale") << 0.0F << 1.0F;
+    QTest::newRow("above full scale") << 3.0F << 1.0F;
+    QTest::newRow("half way") << -25.0F << 0.5F;
+    QTest::newRow("quietest") << -50.0F << 0.0F;
+    QTest::newRow("below") << -160.0F << 0.0F;
+    QTest::newRow("silence") << -INFINITY << 0.0F;
+    QTest::newRow("not a number") << NAN << 0.0F;
+}
+
+void AppDelegateTest::level() {
+    QFETCH(float, power);
+    Desk desk;
+    desk.play("press");
+    QCOMPARE(desk.hud.level(), 0.0F);
+    desk.recorder.power = power;
+    QTEST(desk.hud.level(), "level");
+    desk.play("gone");
+    QCOMPARE(desk.hud.level(), 0.0F);
+}
+
+void AppDelegateTest::launch() {
+    Desk desk;
+    desk.preferences.values["appearance"] = "dark";
+    desk.app->applicationDidFinishLaunching();
+    QCOMPARE(desk.journal, (QStringList{"icon mic", "register 49 2048"}));
+    QCOMPARE(desk.status.description, "Tavrik idle");
+    QVERIFY(desk.status.note.isEmpty());
+    QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
+    QVERIFY(desk.microphone.asked && desk.pasteKeys.asked);
+
+    QStringList menu;
+    for (const auto& item : desk.status.items)
+        menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
+    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-",
+                                "Open Tavrik-o", "Check for Updates…-",
+                                "-", "Quit Tavrik+q"}));
+    desk.status.items.last().action();
+    QCOMPARE(desk.journal.last(), "quit");
+}
+
+void AppDelegateTest::storesWhatWasPasted() {
+    Desk desk;
+    desk.recorder.duration = 3.25;
+    const auto before = QDateTime::currentDateTimeUtc();
+    for (const auto* event : {"press", "release", "text", "press", "release", "spaces"})
+        desk.play(QString::fromLatin1(event));
+    QCOMPARE(desk.history.items().size(), 2);
+    const auto& newest = desk.history.items().first();
+    QCOMPARE(newest.text, QByteArray("  "));
+    QCOMPARE(newest.duration, 3.25);
+    QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
+    QVERIFY(newest.id != desk.history.items().last().id);
+    QCOMPARE(desk.translator.prepared, 2);
+}
+
+void AppDelegateTest::synchronousFailureOfTheTranslator() {
+    Desk desk;
+    desk.translator.immediate = Error{"Sign in first: menubar icon → Open Tavrik."};
+    desk.play("press");
+    desk.play("release");
+    QCOMPARE(desk.journal.last(), "alert Tavrik: Sign in first: menubar icon → Open Tavrik.");
+    QVERIFY(desk.journal.contains("no panel"));
+    QVERIFY(desk.audioFiles().isEmpty());
+}
+
+void AppDelegateTest::hotKeyFollowsThePreferences() {
+    Desk desk;
+    desk.app->applicationDidFinishLaunching();
+    desk.journal.clear();
+
+    desk.preferences.values["target_language"] = "German";
+    desk.preferences.changed();
+    QVERIFY(desk.journal.isEmpty());
+
+    desk.preferences.values["hotkey_keycode"] = 97;
+    desk.preferences.values["hotkey_display"] = "⌥ F6";
+    desk.preferences.changed();
+    QCOMPARE(desk.journal, (QStringList{"unregister", "register 97 2048"}));
+    QCOMPARE(desk.status.items.first().title, "Hold ⌥ F6 and speak Persian");
+
+    // The new key works, through the queue.
+    desk.journal.clear();
+    desk.hotKeys.handlers.pressed();
+    desk.hotKeys.handlers.released();
+    QVERIFY(desk.journal.isEmpty());
+    QTRY_VERIFY(desk.journal.contains("translate"));
+}
+
+void AppDelegateTest::hotKeyIsNotReplacedUnderAHold() {
+    Desk desk;
+    desk.app->applicationDidFinishLaunching();
+    desk.play("press");
+    desk.journal.clear();
+    desk.preferences.values["hotkey_modifiers"] = 4096;
+    desk.preferences.changed();
+    QVERIFY(desk.journal.isEmpty());
+    desk.play("cancel");
+    QCOMPARE(desk.journal.last(), "register 49 4096");
+}
+
+void AppDelegateTest::takenHotKeyIsToldAndTriedAgain() {
+    Desk desk;
+    desk.hotKeys.answer = HotKeyBackend::Status::taken;
+    desk.app->applicationDidFinishLaunching();
+    QVERIFY(desk.status.note.contains("⌥ Space"));
+    QVERIFY(!desk.journal.join(u' ').contains("alert"));
+
+    desk.journal.clear();
+    desk.preferences.changed();
+    QCOMPARE(desk.journal.count("register 49 2048"), 1);
+    QVERIFY(!desk.status.note.isEmpty());
+
+    desk.hotKeys.answer = HotKeyBackend::Status::registered;
+    desk.app->applicationShouldHandleReopen();
+    QCOMPARE(desk.journal.count("register 49 2048"), 2);
+    QVERIFY(desk.status.note.isEmpty());
+
+    desk.app->applicationShouldHandleReopen();
+    QCOMPARE(desk.journal.count("register 49 2048"), 2);
+}
+
+QTEST_GUILESS_MAIN(AppDelegateTest)
+#include "tst_appdelegate.moc"

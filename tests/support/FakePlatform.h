@@ -1,0 +1,116 @@
+#pragma once
+
+// Stand-ins for the desktop's services, entered through the production interfaces. Each writes what was asked of it
+// into one journal, so that a test reads the order of everything that happened.
+
+#include "platform/Alerts.h"
+#include "platform/Appearance.h"
+#include "platform/HotKeyBackend.h"
+#include "platform/Microphone.h"
+#include "platform/PasteKeys.h"
+#include "platform/PreferenceStore.h"
+#include "platform/SoundPlayer.h"
+#include "platform/StatusItem.h"
+
+#include <QMap>
+
+namespace tavrik::fake {
+
+using Journal = QStringList;
+
+class Preferences : public PreferenceStore {
+public:
+    QVariant value(const QString& key) const override { return values.value(key); }
+    bool setValue(const QString& key, const QVariant& value) override {
+        values[key] = value;
+        return true;
+    }
+    bool remove(const QString& key) override {
+        values.remove(key);
+        return true;
+    }
+    QStringList keys() const override { return values.keys(); }
+    void watch(std::function<void()> callback) override { changed = std::move(callback); }
+
+    QMap<QString, QVariant> values;
+    std::function<void()> changed;
+};
+
+class AlertsLog : public Alerts {
+public:
+    explicit AlertsLog(Journal& log) : journal(log) {}
+    void show(const Alert& alert, std::function<void(int)>) override {
+        journal << QStringLiteral("alert %1: %2").arg(alert.messageText, alert.informativeText);
+    }
+    Journal& journal;
+};
+
+class Sounds : public SoundPlayer {
+public:
+    explicit Sounds(Journal& log) : journal(log) {}
+    void play(Sound sound) override {
+        journal << (sound == Sound::pop     ? "Pop"
+                    : sound == Sound::glass ? "Glass"
+                                            : "Basso");
+    }
+    Journal& journal;
+};
+
+class Status : public StatusItem {
+public:
+    explicit Status(Journal& log) : journal(log) {}
+    void setImage(const QString& symbol, const QString& text) override {
+        description = text;
+        journal << QStringLiteral("icon ") + symbol;
+    }
+    void setNote(const QString& text) override { note = text; }
+    void setMenu(const QList<MenuItem>& menu) override { items = menu; }
+    Journal& journal;
+    QString description;
+    QString note;
+    QList<MenuItem> items;
+};
+
+class HotKeys : public HotKeyBackend {
+public:
+    explicit HotKeys(Journal& log) : journal(log) {}
+    std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers wanted) override {
+        journal << QStringLiteral("register %1 %2").arg(combination.keyCode).arg(combination.modifiers);
+        handlers = std::move(wanted);
+        return std::make_unique<Held>(*this);
+    }
+
+    struct Held : Registration {
+        explicit Held(HotKeys& keys) : owner(keys) {}
+        ~Held() override { owner.journal << QStringLiteral("unregister"); }
+        Status status() const override { return owner.answer; }
+        HotKeys& owner;
+    };
+
+    Journal& journal;
+    Handlers handlers;
+    Status answer = Status::registered;
+};
+
+class SilentMicrophone : public Microphone {
+public:
+    void requestAccess() override { asked = true; }
+    Result<std::unique_ptr<Capture>> start(Sink) override { return std::unexpected(Error{QStringLiteral("silent")}); }
+    bool asked = false;
+};
+
+class TrustedKeys : public PasteKeys {
+public:
+    bool isTrusted() const override { return true; }
+    void requestTrust() override { asked = true; }
+    void sendPaste() override {}
+    bool asked = false;
+};
+
+class AppearanceLog : public Appearance {
+public:
+    void apply(AppearanceChoice choice) override { applied = choice; }
+    std::optional<AppearanceChoice> applied;
+};
+
+} // namespace tavrik::fake
