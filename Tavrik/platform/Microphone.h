@@ -2,7 +2,7 @@
 
 #include "base/Result.h"
 
-#include <QtTypes>
+#include <QtGlobal>
 
 #include <functional>
 #include <memory>

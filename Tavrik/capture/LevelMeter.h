@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <span>
+
+namespace tavrik {
+
+/// The average power of the last 50 ms. One thread adds samples, any other may read; neither ever waits.
+class LevelMeter {
+public:
+    /// What silence is reported as, in dBFS.
+    static constexpr float silence = -160;
+
+    void add(std::span<const qint16> samples);
+
+    /// In dBFS: 0 for a square wave at full scale. Silence when no samples have come lately.
+    float averagePower() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr int slotSize = 160; // 10 ms at 16 kHz
+    static constexpr int slotCount = 5;
+
+    // The adding thread's own: squares summed over 10 ms each, the oldest replaced in turn.
+    std::array<qint64, slotCount> m_slots{};
+    qint64 m_sum = 0;
+    int m_filled = 0;
+    int m_slot = 0;
+
+    std::atomic<float> m_power = silence;
+    std::atomic<Clock::time_point> m_updated{};
+};
+
+} // namespace tavrik

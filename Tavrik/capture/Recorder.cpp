@@ -1,0 +1,67 @@
+#include "capture/Recorder.h"
+
+#include "capture/LevelMeter.h"
+#include "capture/WavFile.h"
+#include "platform/Microphone.h"
+
+#include <QUuid>
+
+#include <utility>
+
+namespace tavrik {
+
+struct Recorder::RunningTake {
+    explicit RunningTake(std::unique_ptr<WavFile> wav) : file(std::move(wav)) {}
+
+    // Called on the microphone's thread. The file and the count are the main thread's again once the capture
+    // ended.
+    void add(std::span<const qint16> samples) {
+        file->append(samples);
+        count += samples.size();
+        meter.add(samples);
+    }
+
+    std::unique_ptr<WavFile> file;
+    LevelMeter meter;
+    std::size_t count = 0;
+    std::unique_ptr<Microphone::Capture> capture; // goes first, since it feeds the others
+};
+
+Recorder::Recorder(Microphone& microphone, QString temporaryFolder)
+    : m_microphone(microphone), m_folder(std::move(temporaryFolder)) {}
+
+Recorder::~Recorder() = default;
+
+Result<void> Recorder::start() {
+    const auto id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    auto file = WavFile::create(m_folder + QStringLiteral("/tavrik-") + id + QStringLiteral(".wav"));
+    if (!file)
+        return std::unexpected(std::move(file.error()));
+
+    auto take = std::make_unique<RunningTake>(std::move(*file));
+    auto capture = m_microphone.start([take = take.get()](auto samples) { take->add(samples); });
+    if (!capture) {
+        take->file->discard();
+        return std::unexpected(std::move(capture.error()));
+    }
+    take->capture = std::move(*capture);
+    m_take = std::move(take);
+    return {};
+}
+
+std::optional<AbstractRecorder::Take> Recorder::stop() {
+    const auto take = std::exchange(m_take, nullptr);
+    if (!take)
+        return std::nullopt;
+    take->capture->stop();
+    take->file->finish();
+    return Take{take->file->path(), static_cast<double>(take->count) / Microphone::sampleRate};
+}
+
+std::optional<float> Recorder::averagePower() {
+    if (!m_take)
+        return std::nullopt;
+    return m_take->meter.averagePower();
+}
+
+} // namespace tavrik

@@ -1,0 +1,95 @@
+#include "capture/WavFile.h"
+
+#include "platform/Microphone.h"
+
+#include <bit>
+#include <limits>
+
+namespace tavrik {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little,
+              "the file is little-endian, and so are the samples");
+
+constexpr quint32 unknownSize = std::numeric_limits<quint32>::max();
+constexpr quint16 frameSize = sizeof(qint16);
+
+struct Header {
+    char riff[4] = {'R', 'I', 'F', 'F'};
+    quint32 riffSize = unknownSize;
+    char wave[4] = {'W', 'A', 'V', 'E'};
+    char format[4] = {'f', 'm', 't', ' '};
+    quint32 formatSize = 16;
+    quint16 formatTag = 1; // PCM
+    quint16 channels = 1;
+    quint32 samplesPerSecond = Microphone::sampleRate;
+    quint32 bytesPerSecond = Microphone::sampleRate * frameSize;
+    quint16 bytesPerFrame = frameSize;
+    quint16 bitsPerSample = 16;
+    char data[4] = {'d', 'a', 't', 'a'};
+    quint32 dataSize = unknownSize;
+};
+static_assert(sizeof(Header) == 44);
+
+constexpr quint32 sizeBeforeRiff = 8; // "RIFF" and its size are not counted in that size
+
+} // namespace
+
+WavFile::WavFile(const QString& path) : m_file(path) {}
+
+WavFile::~WavFile() {
+    finish();
+}
+
+Result<std::unique_ptr<WavFile>> WavFile::create(const QString& path) {
+    std::unique_ptr<WavFile> wav(new WavFile(path));
+    // Unbuffered: what was spoken is in the file at once, and the end of a take has nothing left to write.
+    if (!wav->m_file.open(QIODevice::NewOnly | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner))
+        return std::unexpected(Error{wav->m_file.errorString()});
+    const Header header;
+    if (!wav->write(&header, sizeof header)) {
+        Error error{wav->m_file.errorString()};
+        wav->discard();
+        return std::unexpected(std::move(error));
+    }
+    return wav;
+}
+
+void WavFile::append(std::span<const qint16> samples) {
+    if (!m_full)
+        m_full = !write(samples.data(), static_cast<qint64>(samples.size_bytes()));
+}
+
+void WavFile::finish() {
+    if (!m_file.isOpen())
+        return;
+    const auto dataSize = (m_file.size() - static_cast<qint64>(sizeof(Header))) / frameSize * frameSize;
+    m_file.resize(static_cast<qint64>(sizeof(Header)) + dataSize); // a full disk may have taken half a sample
+    Header header;
+    header.dataSize = static_cast<quint32>(dataSize);
+    header.riffSize = header.dataSize + sizeof header - sizeBeforeRiff;
+    m_file.seek(0);
+    write(&header, sizeof header);
+    m_file.close();
+}
+
+void WavFile::discard() {
+    m_file.close();
+    m_file.remove();
+}
+
+// A disk that fills takes a part first and refuses the rest at the next attempt, which says why.
+bool WavFile::write(const void* bytes, qint64 size) {
+    const auto* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        const auto written = m_file.write(next, size);
+        if (written <= 0)
+            return false;
+        next += written;
+        size -= written;
+    }
+    return true;
+}
+
+} // namespace tavrik

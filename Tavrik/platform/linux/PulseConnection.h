@@ -1,0 +1,81 @@
+#pragma once
+
+#include "base/Result.h"
+
+#include <pulse/pulseaudio.h>
+
+#include <functional>
+#include <memory>
+
+namespace tavrik {
+
+struct PulseDeleter {
+    void operator()(pa_context* context) const { pa_context_unref(context); }
+    void operator()(pa_operation* operation) const { pa_operation_unref(operation); }
+    void operator()(pa_proplist* properties) const { pa_proplist_free(properties); }
+    void operator()(pa_stream* stream) const { pa_stream_unref(stream); }
+    void operator()(pa_threaded_mainloop* loop) const { pa_threaded_mainloop_free(loop); }
+};
+
+template<class T>
+using PulsePointer = std::unique_ptr<T, PulseDeleter>;
+
+/// The connection to the sound server and the thread that serves it. One context is kept, so that a stream is
+/// ready in a fraction of a millisecond; a context that broke is replaced when it is next needed, and nothing
+/// runs until then. Made and destroyed on the main thread; everything else needs a Lock, which callbacks of
+/// libpulse have.
+class PulseConnection {
+public:
+    using Ready = std::move_only_function<void(pa_context*)>;
+
+    /// Keeps the connection's thread from running callbacks. Main thread only.
+    class Lock {
+    public:
+        explicit Lock(PulseConnection& connection) : m_loop(connection.m_loop.get()) {
+            pa_threaded_mainloop_lock(m_loop);
+        }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+        ~Lock() { pa_threaded_mainloop_unlock(m_loop); }
+
+    private:
+        pa_threaded_mainloop* m_loop;
+    };
+
+    PulseConnection();
+    PulseConnection(const PulseConnection&) = delete;
+    PulseConnection& operator=(const PulseConnection&) = delete;
+    ~PulseConnection();
+
+    /// Begins to connect, unless connected or connecting already. Returns at once.
+    void open();
+
+    /// Calls `ready` as soon as there is a connection, perhaps within this call; never if it cannot be had.
+    /// Only the last one asked for is kept.
+    void whenReady(Ready ready);
+
+    /// Waits for the connection until `deadline` (in the time of pa_rtclock_now). Main thread.
+    Result<pa_context*> awaitReady(pa_usec_t deadline);
+
+    /// Waits until `done` is true, asking again after each wake(). False if the deadline came first. Main
+    /// thread, after open().
+    bool waitUntil(pa_usec_t deadline, const std::function<bool()>& done);
+
+    /// Lets waitUntil() look again.
+    void wake() { pa_threaded_mainloop_signal(m_loop.get(), 0); }
+
+    /// Gives the connection up, and with it every stream that lives on it, here and in the server.
+    void drop();
+
+    /// What libpulse's error code means to the user.
+    static Error error(int code);
+
+private:
+    void onStateChanged();
+
+    PulsePointer<pa_threaded_mainloop> m_loop;
+    PulsePointer<pa_context> m_context;
+    Ready m_whenReady;
+};
+
+} // namespace tavrik

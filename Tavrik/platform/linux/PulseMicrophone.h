@@ -1,0 +1,23 @@
+#pragma once
+
+#include "platform/Microphone.h"
+
+#include <memory>
+
+namespace tavrik {
+
+class PulseConnection;
+
+/// The sound server's default source. When it vanishes the server moves the capture to the next one.
+class PulseMicrophone final : public Microphone {
+public:
+    explicit PulseMicrophone(std::shared_ptr<PulseConnection> connection);
+
+    void requestAccess() override;
+    Result<std::unique_ptr<Capture>> start(Sink sink) override;
+
+private:
+    std::shared_ptr<PulseConnection> m_connection;
+};
+
+} // namespace tavrik

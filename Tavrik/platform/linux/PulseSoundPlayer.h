@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/SoundPlayer.h"
+
+#include <QByteArray>
+
+#include <array>
+#include <memory>
+
+namespace tavrik {
+
+class PulseConnection;
+
+/// Plays through the sound server, as an event sound: the user's volume for those applies. Nothing is kept
+/// open afterwards.
+class PulseSoundPlayer final : public SoundPlayer {
+public:
+    explicit PulseSoundPlayer(std::shared_ptr<PulseConnection> connection);
+
+    void play(Sound sound) override;
+
+private:
+    std::shared_ptr<PulseConnection> m_connection;
+    std::array<QByteArray, 3> m_samples; // by Sound
+};
+
+} // namespace tavrik
