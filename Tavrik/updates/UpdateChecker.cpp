@@ -1,0 +1,101 @@
+#include "updates/UpdateChecker.h"
+
+#include "base/HttpClient.h"
+#include "base/MainQueue.h"
+#include "platform/Alerts.h"
+#include "updates/ReleaseVersion.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPointer>
+
+#include <utility>
+
+namespace tavrik {
+
+using namespace std::chrono_literals;
+
+UpdateChecker::UpdateChecker(HttpClient& http, Alerts& alerts, MainQueue& queue, QUrl manifest,
+                             QString currentVersion, std::function<void(const QUrl&)> openLink,
+                             QObject* parent)
+    : QObject(parent), m_http(http), m_alerts(alerts), m_queue(queue), m_manifest(std::move(manifest)),
+      m_currentVersion(std::move(currentVersion)), m_openLink(std::move(openLink)) {}
+
+void UpdateChecker::startPeriodicChecks() {
+    if (m_manifest.isEmpty())
+        return;
+    m_queue.postAfter(5s, [self = QPointer<UpdateChecker>(this)] {
+        if (self)
+            self->check(false);
+    });
+    m_timer.setTimerType(Qt::VeryCoarseTimer);
+    connect(&m_timer, &QTimer::timeout, this, [this] { check(false); });
+    m_timer.start(24h);
+}
+
+void UpdateChecker::check(bool userInitiated) {
+    HttpRequest request{
+        .method = "GET", .url = m_manifest, .headers = {{"Cache-Control", "no-cache"}}, .body = {}};
+    request.timeout = 15s;
+    m_http.send(std::move(request),
+                [self = QPointer<UpdateChecker>(this), userInitiated](const Result<HttpResponse>& response) {
+                    if (self)
+                        self->decide(response ? parse(*response) : std::nullopt, userInitiated);
+                });
+}
+
+std::optional<UpdateChecker::Release> UpdateChecker::parse(const HttpResponse& response) {
+    if (response.oversized)
+        return std::nullopt;
+    const auto manifest = QJsonDocument::fromJson(response.body).object();
+    const auto version = manifest.value(QStringLiteral("version"));
+    const auto link = manifest.value(QStringLiteral("url"));
+    if (!version.isString() || !link.isString())
+        return std::nullopt;
+    // Only a web page can be opened safely on the word of a server.
+    const QUrl url(link.toString(), QUrl::StrictMode);
+    if (!url.isValid() || url.host().isEmpty() ||
+        (url.scheme() != QStringLiteral("https") && url.scheme() != QStringLiteral("http")))
+        return std::nullopt;
+    return Release{version.toString(), url, manifest.value(QStringLiteral("notes")).toString()};
+}
+
+void UpdateChecker::decide(const std::optional<Release>& release, bool userInitiated) {
+    if (release && isNewer(release->version, m_currentVersion))
+        showUpdateAvailable(*release);
+    else if (userInitiated)
+        release ? showUpToDate() : showCheckFailed();
+}
+
+void UpdateChecker::showUpdateAvailable(const Release& release) {
+    QString text =
+        QStringLiteral("You have %1. Download the new version, then replace the app and reopen it.")
+            .arg(m_currentVersion);
+    if (!release.notes.isEmpty())
+        text += QStringLiteral("\n\nWhat's new:\n") + release.notes;
+    m_alerts.show({.messageText = QStringLiteral("Tavrik %1 is available").arg(release.version),
+                   .informativeText = text,
+                   .style = Alert::Style::informational,
+                   .buttons = {QStringLiteral("Download"), QStringLiteral("Later")}},
+                  [self = QPointer<UpdateChecker>(this), url = release.url](int button) {
+                      if (self && button == 0)
+                          self->m_openLink(url);
+                  });
+}
+
+void UpdateChecker::showUpToDate() {
+    m_alerts.show(
+        {.messageText = QStringLiteral("You're up to date"),
+         .informativeText = QStringLiteral("Tavrik %1 is the latest version.").arg(m_currentVersion),
+         .style = Alert::Style::informational,
+         .buttons = {}});
+}
+
+void UpdateChecker::showCheckFailed() {
+    m_alerts.show({.messageText = QStringLiteral("Could not check for updates"),
+                   .informativeText = QStringLiteral("Check your internet connection and try again."),
+                   .style = Alert::Style::warning,
+                   .buttons = {}});
+}
+
+} // namespace tavrik
