@@ -1,0 +1,153 @@
+#include "backend/ChatCompletions.h"
+
+#include "backend/WavFile.h"
+#include "base/HttpClient.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QUuid>
+
+#include <cmath>
+#include <expected>
+
+using namespace Qt::StringLiterals;
+
+namespace tavrik::backend {
+
+namespace {
+
+/// The parts of a request that the answer is made of.
+struct Question {
+    QString model;
+    QString prompt = {};
+    Sound sound = {};
+};
+
+Reply refusal(int status, const QString& message) {
+    return Reply::json(status, {{u"error"_s, QJsonObject{{u"message"_s, message}, {u"code"_s, status}}}});
+}
+
+std::unexpected<Reply> invalid(const QString& message) {
+    return std::unexpected(refusal(400, message));
+}
+
+std::expected<QJsonObject, Reply> readObject(const Request& request) {
+    if (request.method != "POST")
+        return std::unexpected(refusal(405, u"Method Not Allowed"_s));
+    const auto authorization = request.header("Authorization");
+    if (!authorization.startsWith("Bearer ") || authorization.sliced(7).trimmed().isEmpty())
+        return std::unexpected(refusal(401, u"No auth credentials found"_s));
+    if (request.header("Content-Type").split(';').front().trimmed().toLower() != "application/json")
+        return std::unexpected(refusal(415, u"Content-Type must be application/json"_s));
+    const auto document = QJsonDocument::fromJson(request.body);
+    if (!document.isObject())
+        return invalid(u"The body is not a JSON object"_s);
+    return document.object();
+}
+
+Result<Sound> readAudio(const QJsonObject& audio) {
+    if (audio[u"format"_s] != u"wav"_s)
+        return std::unexpected(Error{u"input_audio: the format must be wav"_s});
+    const auto bytes = QByteArray::fromBase64Encoding(audio[u"data"_s].toString().toLatin1(),
+                                                      QByteArray::AbortOnBase64DecodingErrors);
+    if (!bytes || (*bytes).isEmpty())
+        return std::unexpected(Error{u"input_audio: the data is not base64"_s});
+    const auto sound = measureWav(*bytes);
+    if (!sound)
+        return std::unexpected(Error{u"input_audio: "_s + sound.error().description});
+    return sound;
+}
+
+bool isTemperature(const QJsonValue& value) {
+    return value.isUndefined() || (value.isDouble() && value.toDouble() >= 0 && value.toDouble() <= 2);
+}
+
+std::expected<Question, Reply> readQuestion(const Request& request) {
+    const auto object = readObject(request);
+    if (!object)
+        return std::unexpected(object.error());
+    Question question{.model = object->value(u"model"_s).toString()};
+    if (question.model.isEmpty())
+        return invalid(u"No models provided"_s);
+    if (!isTemperature(object->value(u"temperature"_s)))
+        return invalid(u"temperature must be a number from 0 to 2"_s);
+
+    const auto messages = object->value(u"messages"_s).toArray();
+    if (messages.size() != 1 || messages[0][u"role"_s] != u"user"_s)
+        return invalid(u"messages: one of the user's is needed"_s);
+    std::optional<Sound> recording;
+    for (const auto parts = messages[0][u"content"_s].toArray(); const auto& part : parts) {
+        const auto type = part[u"type"_s].toString();
+        if (type == u"text") {
+            question.prompt += part[u"text"_s].toString();
+        } else if (type == u"input_audio") {
+            const auto sound = readAudio(part[u"input_audio"_s].toObject());
+            if (!sound)
+                return invalid(sound.error().description);
+            recording = *sound;
+        } else {
+            return invalid(u"messages: unknown kind of content"_s);
+        }
+    }
+    if (question.prompt.isEmpty() || !recording)
+        return invalid(u"messages: a text and a recording are needed"_s);
+    question.sound = *recording;
+    return question;
+}
+
+/// What was received, in one sentence that nobody could take for a translation.
+QString statement(const Question& question) {
+    static const QRegularExpression language(u"native-sounding (.+?)\\. Preserve "_s);
+    const auto found = language.match(question.prompt);
+    const auto seconds = QString::number(question.sound.duration, 'f', 1);
+    const auto sound = std::isinf(question.sound.loudness)
+                           ? u"silence"_s
+                           : u"audio at %1 dBFS"_s.arg(std::lround(question.sound.loudness));
+    return u"Offline stand-in: received %1 seconds of %2 for %3."_s.arg(
+        seconds, sound, found.hasMatch() ? found.captured(1) : u"an unnamed language"_s);
+}
+
+Reply completion(const Question& question) {
+    const QJsonObject message{{u"role"_s, u"assistant"_s}, {u"content"_s, statement(question)}};
+    const QJsonObject choice{{u"index"_s, 0}, {u"finish_reason"_s, u"stop"_s}, {u"message"_s, message}};
+    return Reply::json(200, {{u"id"_s, u"gen-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces)},
+                             {u"object"_s, u"chat.completion"_s},
+                             {u"created"_s, QDateTime::currentSecsSinceEpoch()},
+                             {u"model"_s, question.model},
+                             {u"choices"_s, QJsonArray{choice}}});
+}
+
+} // namespace
+
+ChatCompletions::ChatCompletions(HttpClient& http, Upstream upstream)
+    : m_http(http), m_upstream(std::move(upstream)) {}
+
+void ChatCompletions::answer(const Request& request, HttpHandler::Responder respond) {
+    const auto question = readQuestion(request);
+    if (!question)
+        respond(question.error());
+    else if (m_upstream.key.isEmpty())
+        respond(completion(*question));
+    else
+        passOn(request, std::move(respond));
+}
+
+void ChatCompletions::passOn(const Request& request, HttpHandler::Responder respond) {
+    auto url = m_upstream.url;
+    url.setPath(QString::fromLatin1(path));
+    m_http.send(
+        {.method = "POST",
+         .url = url,
+         .headers = {{"Authorization", "Bearer " + m_upstream.key}, {"Content-Type", "application/json"}},
+         .body = request.body},
+        [respond = std::move(respond)](Result<HttpResponse> response) mutable {
+            if (!response || response->oversized)
+                return respond(refusal(502, response ? u"The service's reply is too long"_s
+                                                     : response.error().description));
+            respond({response->status, {{"Content-Type", "application/json"}}, response->body});
+        });
+}
+
+} // namespace tavrik::backend

@@ -1,0 +1,88 @@
+#include "backend/HttpMessage.h"
+
+#include <QJsonDocument>
+
+namespace tavrik::backend {
+
+namespace {
+
+const char* reason(int status) {
+    switch (status) {
+    case 200:
+        return "OK";
+    case 400:
+        return "Bad Request";
+    case 401:
+        return "Unauthorized";
+    case 404:
+        return "Not Found";
+    case 405:
+        return "Method Not Allowed";
+    case 413:
+        return "Payload Too Large";
+    case 415:
+        return "Unsupported Media Type";
+    case 500:
+        return "Internal Server Error";
+    case 501:
+        return "Not Implemented";
+    case 502:
+        return "Bad Gateway";
+    default:
+        return "Status";
+    }
+}
+
+} // namespace
+
+QByteArray Request::header(QByteArrayView name) const {
+    for (const auto& [key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+Reply Reply::json(int status, const QJsonObject& object) {
+    return {
+        status, {{"Content-Type", "application/json"}}, QJsonDocument(object).toJson(QJsonDocument::Compact)};
+}
+
+std::optional<Request> parseHead(const QByteArray& head) {
+    const auto lines = head.split('\n');
+    const auto requestLine = lines.front().trimmed().split(' ');
+    if (requestLine.size() != 3 || !requestLine[1].startsWith('/') || !requestLine[2].startsWith("HTTP/1."))
+        return {};
+
+    Request request;
+    request.method = requestLine[0];
+    const auto question = requestLine[1].indexOf('?');
+    request.path = requestLine[1].left(question);
+    if (question >= 0)
+        request.query = requestLine[1].mid(question + 1);
+    for (const auto& line : lines.sliced(1)) {
+        const auto colon = line.indexOf(':');
+        if (colon < 1)
+            return {};
+        request.headers.emplaceBack(line.left(colon), line.mid(colon + 1).trimmed());
+    }
+
+    if (const auto length = request.header("Content-Length"); !length.isEmpty()) {
+        bool isNumber = false;
+        request.contentLength = length.toLongLong(&isNumber);
+        if (!isNumber || request.contentLength < 0)
+            return {};
+    }
+    const auto connection = request.header("Connection").toLower();
+    request.keepAlive = requestLine[2] == "HTTP/1.0" ? connection == "keep-alive" : connection != "close";
+    return request;
+}
+
+QByteArray head(int status, const Headers& headers) {
+    QByteArray result = "HTTP/1.1 " + QByteArray::number(status) + ' ' + reason(status) + "\r\n";
+    for (const auto& [name, value] : headers)
+        result += name + ": " + value + "\r\n";
+    return result + "\r\n";
+}
+
+} // namespace tavrik::backend
