@@ -10,15 +10,16 @@
 namespace tavrik {
 
 /// Jobs for the main thread: run in the order they were posted, one at a time, never inside one another and
-/// never inside the call that posted them. Lives on the main thread; jobs still waiting when it is destroyed are
-/// dropped without being run.
+/// never inside the call that posted them. Lives on the main thread; jobs still waiting when it is destroyed
+/// are dropped without being run.
 class MainQueue : public QObject {
     Q_OBJECT
 
 public:
     using Job = std::move_only_function<void()>;
 
-    /// Keeps the queue waiting for as long as it lives, as a modal alert does. Main thread only; holds may overlap.
+    /// Keeps the queue waiting for as long as it lives, as a modal alert does. Main thread only; holds may
+    /// overlap.
     class Hold {
     public:
         explicit Hold(MainQueue& queue);

@@ -109,8 +109,7 @@ void AppDelegate::finish(Result<QString> result, double duration) {
     if (!result)
         return showError(result.error().description);
     if (result->isEmpty())
-        return showError(
-            QStringLiteral("The model returned empty text — try speaking a bit longer."));
+        return showError(QStringLiteral("The model returned empty text — try speaking a bit longer."));
     m_parts.paster.paste(*result);
     m_parts.history().insertFirst(
         {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), result->toUtf8(), duration});
@@ -130,8 +129,9 @@ float AppDelegate::level() const {
 void AppDelegate::showError(const QString& message) {
     if (m_parts.settings.soundsEnabled())
         m_parts.sounds.play(Sound::basso);
-    m_parts.alerts.show(
-        {.messageText = QStringLiteral("Tavrik"), .informativeText = message, .style = Alert::Style::warning});
+    m_parts.alerts.show({.messageText = QStringLiteral("Tavrik"),
+                         .informativeText = message,
+                         .style = Alert::Style::warning});
 }
 
 void AppDelegate::setState(State state) {

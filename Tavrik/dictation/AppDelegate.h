@@ -26,7 +26,8 @@ class SoundPlayer;
 class StatusItem;
 
 /// The program itself: turns a press of the hot key into a recording, its release into a translation, and the
-/// result into pasted text and a history record. Owns the launch sequence, the menu and the hot key. Main thread.
+/// result into pasted text and a history record. Owns the launch sequence, the menu and the hot key. Main
+/// thread.
 class AppDelegate : public QObject {
     Q_OBJECT
 

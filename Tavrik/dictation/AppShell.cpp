@@ -1,4 +1,5 @@
-// The application's shell: launch, menu and the hot key's registration. The recording cycle is in AppDelegate.cpp.
+// The application's shell: launch, menu and the hot key's registration. The recording cycle is in
+// AppDelegate.cpp.
 
 #include "base/MainQueue.h"
 #include "dictation/AppDelegate.h"
@@ -52,9 +53,11 @@ void AppDelegate::registerHotKey() {
     case HotKeyBackend::Status::registered:
         return m_parts.statusItem.setNote({});
     case HotKeyBackend::Status::taken:
-        return m_parts.statusItem.setNote(QStringLiteral("%1 is held by another program").arg(m_hotKeyDisplay));
+        return m_parts.statusItem.setNote(
+            QStringLiteral("%1 is held by another program").arg(m_hotKeyDisplay));
     case HotKeyBackend::Status::unavailable:
-        return m_parts.statusItem.setNote(QStringLiteral("%1 cannot be used on this desktop").arg(m_hotKeyDisplay));
+        return m_parts.statusItem.setNote(
+            QStringLiteral("%1 cannot be used on this desktop").arg(m_hotKeyDisplay));
     }
 }
 
@@ -86,7 +89,9 @@ void AppDelegate::buildMenu() {
          .action = m_parts.openMainWindow},
         {.title = QStringLiteral("Check for Updates…"), .action = m_parts.checkForUpdates},
         {.kind = Kind::separator},
-        {.title = QStringLiteral("Quit Tavrik"), .keyEquivalent = QStringLiteral("q"), .action = m_parts.quit},
+        {.title = QStringLiteral("Quit Tavrik"),
+         .keyEquivalent = QStringLiteral("q"),
+         .action = m_parts.quit},
     });
 }
 

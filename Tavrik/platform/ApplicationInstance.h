@@ -23,12 +23,12 @@ public:
     ApplicationInstance& operator=(const ApplicationInstance&) = delete;
     virtual ~ApplicationInstance() = default;
 
-    /// Hands this launch over to the program that already runs. False when none does. Waits a second at most, even
-    /// if that program hangs. Needs no application object.
+    /// Hands this launch over to the program that already runs. False when none does. Waits a second at most,
+    /// even if that program hangs. Needs no application object.
     virtual bool forward(const QStringList& urls) = 0;
 
-    /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a session
-    /// bus cannot tell, and answers true.
+    /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
+    /// session bus cannot tell, and answers true.
     virtual bool claim(Handlers handlers) = 0;
 };
 

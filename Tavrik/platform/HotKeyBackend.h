@@ -18,7 +18,8 @@ public:
         unavailable,
     };
 
-    /// Called on the main thread, straight from the event that caused them. A hold is one press and one release.
+    /// Called on the main thread, straight from the event that caused them. A hold is one press and one
+    /// release.
     struct Handlers {
         std::function<void()> pressed;
         std::function<void()> released;

@@ -4,7 +4,8 @@
 
 namespace tavrik {
 
-/// A shortcut as the preferences store it on every platform: a Mac virtual key code and a mask of Mac modifiers.
+/// A shortcut as the preferences store it on every platform: a Mac virtual key code and a mask of Mac
+/// modifiers.
 struct KeyCombination {
     static constexpr quint32 command = 256; // Super on Linux
     static constexpr quint32 shift = 512;

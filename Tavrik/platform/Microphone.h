@@ -26,8 +26,8 @@ public:
         Capture& operator=(const Capture&) = delete;
         virtual ~Capture() = default;
 
-        /// Delivers everything spoken up to this moment, then ends the capture. Takes 12 ms at most, also when the
-        /// sound server has died. The sink is not called after it has returned.
+        /// Delivers everything spoken up to this moment, then ends the capture. Takes 12 ms at most, also
+        /// when the sound server has died. The sink is not called after it has returned.
         virtual void stop() = 0;
     };
 

@@ -17,8 +17,8 @@ public:
     PanelHost& operator=(const PanelHost&) = delete;
     virtual ~PanelHost() = default;
 
-    /// Makes a window that was never shown such a panel: on every desktop, beside full-screen windows, absent from
-    /// task bars.
+    /// Makes a window that was never shown such a panel: on every desktop, beside full-screen windows, absent
+    /// from task bars.
     virtual void adopt(QWindow& window) = 0;
 
     /// The part of the screen that bars and docks leave free, on the screen where the user types, in

@@ -16,7 +16,8 @@ public:
     /// Asks the user for that permission where the desktop wants it. Returns at once.
     virtual void requestTrust() = 0;
 
-    /// Sends the keys, at once when no modifier is held, else as soon as the user has let go (within a bound).
+    /// Sends the keys, at once when no modifier is held, else as soon as the user has let go (within a
+    /// bound).
     virtual void sendPaste() = 0;
 };
 

@@ -8,8 +8,8 @@
 
 namespace tavrik {
 
-/// The user's typed preferences, as this desktop keeps them: booleans, whole and fractional numbers, strings. Every
-/// read sees the store as it is now, edits from outside included. Main thread only.
+/// The user's typed preferences, as this desktop keeps them: booleans, whole and fractional numbers, strings.
+/// Every read sees the store as it is now, edits from outside included. Main thread only.
 class PreferenceStore {
 public:
     PreferenceStore() = default;
@@ -17,8 +17,8 @@ public:
     PreferenceStore& operator=(const PreferenceStore&) = delete;
     virtual ~PreferenceStore() = default;
 
-    /// The stored value with its stored type (bool, qlonglong, double, QString, or another that JSON has); invalid
-    /// when the key is absent or the store cannot be read.
+    /// The stored value with its stored type (bool, qlonglong, double, QString, or another that JSON has);
+    /// invalid when the key is absent or the store cannot be read.
     virtual QVariant value(const QString& key) const = 0;
 
     /// Writes one value at once; keys it does not know are kept. False when it could not be written.

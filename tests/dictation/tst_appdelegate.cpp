@@ -59,8 +59,10 @@ public:
 
     fake::Journal& journal;
     std::function<float()> level;
-    std::function<void()> cancel = [] {};
-    std::function<void()> confirm = [] {};
+    std::function<void()> cancel = [] {
+    };
+    std::function<void()> confirm = [] {
+    };
 };
 
 class FakeTranslator : public AbstractTranslator {
@@ -111,10 +113,27 @@ struct Desk {
     fake::TrustedKeys pasteKeys;
     fake::Sounds sounds{journal};
     fake::Status status{journal};
-    std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(
-        AppDelegate::Parts{queue, preferences, settings, recorder, hud, translator, paster,
-                           [this]() -> HistoryStore& { return history; }, alerts, appearance, hotKeys, microphone,
-                           pasteKeys, sounds, status, {}, {}, [this] { journal << "quit"; }});
+    std::unique_ptr<AppDelegate> app =
+        std::make_unique<AppDelegate>(AppDelegate::Parts{queue,
+                                                         preferences,
+                                                         settings,
+                                                         recorder,
+                                                         hud,
+                                                         translator,
+                                                         paster,
+                                                         [this]() -> HistoryStore& { return history; },
+                                                         alerts,
+                                                         appearance,
+                                                         hotKeys,
+                                                         microphone,
+                                                         pasteKeys,
+                                                         sounds,
+                                                         status,
+                                                         {},
+                                                         {},
+                                                         [this] {
+                                                             journal << "quit";
+                                                         }});
 
     /// One word of a test's script.
     void play(const QString& event) {
@@ -187,7 +206,8 @@ void AppDelegateTest::cycle_data() {
     QTest::newRow("idle: release") << "release" << "" << 0 << 0;
     QTest::newRow("idle: cancel") << "cancel" << "" << 0 << 0;
     QTest::newRow("idle: failed start, then release")
-        << "broken press release" << "Basso, alert Tavrik: Could not start recording: no microphone" << 0 << 0;
+        << "broken press release" << "Basso, alert Tavrik: Could not start recording: no microphone" << 0
+        << 0;
     QTest::newRow("idle: failed start without sounds")
         << "quiet broken press" << "alert Tavrik: Could not start recording: no microphone" << 0 << 0;
 
@@ -195,8 +215,10 @@ void AppDelegateTest::cycle_data() {
     QTest::newRow("recording") << "press" << recording << 0 << 1;
     QTest::newRow("recording: press") << "press press" << recording << 0 << 1;
     QTest::newRow("recording: release") << "press release" << processing << 0 << 1;
-    QTest::newRow("recording: confirm, then the real release") << "press confirm release" << processing << 0 << 1;
-    QTest::newRow("recording: cross, then the real release") << "press cross release" << recording + idle << 0 << 0;
+    QTest::newRow("recording: confirm, then the real release")
+        << "press confirm release" << processing << 0 << 1;
+    QTest::newRow("recording: cross, then the real release")
+        << "press cross release" << recording + idle << 0 << 0;
     QTest::newRow("recording: cancel, late text") << "press cancel text" << recording + idle << 0 << 0;
     QTest::newRow("recording: tap of exactly 0.4 s") << "tap press release" << recording + idle << 0 << 0;
     QTest::newRow("recording: stop yields nothing") << "press lost release" << recording << 0 << 1;
@@ -211,8 +233,7 @@ void AppDelegateTest::cycle_data() {
     QTest::newRow("processing: text")
         << "press release text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
     QTest::newRow("processing: text without sounds")
-        << "quiet press release text"
-        << (processing + idle + ", paste [Hello]").remove(", Pop") << 1 << 0;
+        << "quiet press release text" << (processing + idle + ", paste [Hello]").remove(", Pop") << 1 << 0;
     QTest::newRow("processing: spaces are text")
         << "press release spaces" << processing + idle + ", paste [  ], Glass" << 1 << 0;
     QTest::newRow("processing: empty")
@@ -223,8 +244,8 @@ void AppDelegateTest::cycle_data() {
     QTest::newRow("processing: failure")
         << "press release fail" << processing + idle + ", Basso, alert Tavrik: <b>boom</b>" << 0 << 0;
     QTest::newRow("processing: owner gone, late text") << "press release gone text" << processing << 0 << 0;
-    QTest::newRow("processing: a second text") << "press release text text"
-                                               << processing + idle + ", paste [Hello], Glass" << 1 << 0;
+    QTest::newRow("processing: a second text")
+        << "press release text text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
     QTest::newRow("twice") << "press release text press release text"
                            << processing + idle + ", paste [Hello], Glass, " + processing + idle +
                                   ", paste [Hello], Glass"
@@ -278,9 +299,8 @@ void AppDelegateTest::launch() {
     QStringList menu;
     for (const auto& item : desk.status.items)
         menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
-    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-",
-                                "Open Tavrik-o", "Check for Updates…-",
-                                "-", "Quit Tavrik+q"}));
+    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-", "Open Tavrik-o",
+                                "Check for Updates…-", "-", "Quit Tavrik+q"}));
     desk.status.items.last().action();
     QCOMPARE(desk.journal.last(), "quit");
 }

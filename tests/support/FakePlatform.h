@@ -1,7 +1,7 @@
 #pragma once
 
-// Stand-ins for the desktop's services, entered through the production interfaces. Each writes what was asked of it
-// into one journal, so that a test reads the order of everything that happened.
+// Stand-ins for the desktop's services, entered through the production interfaces. Each writes what was asked
+// of it into one journal, so that a test reads the order of everything that happened.
 
 #include "platform/Alerts.h"
 #include "platform/Appearance.h"
@@ -49,9 +49,7 @@ class Sounds : public SoundPlayer {
 public:
     explicit Sounds(Journal& log) : journal(log) {}
     void play(Sound sound) override {
-        journal << (sound == Sound::pop     ? "Pop"
-                    : sound == Sound::glass ? "Glass"
-                                            : "Basso");
+        journal << (sound == Sound::pop ? "Pop" : sound == Sound::glass ? "Glass" : "Basso");
     }
     Journal& journal;
 };
@@ -95,7 +93,9 @@ public:
 class SilentMicrophone : public Microphone {
 public:
     void requestAccess() override { asked = true; }
-    Result<std::unique_ptr<Capture>> start(Sink) override { return std::unexpected(Error{QStringLiteral("silent")}); }
+    Result<std::unique_ptr<Capture>> start(Sink) override {
+        return std::unexpected(Error{QStringLiteral("silent")});
+    }
     bool asked = false;
 };
 
