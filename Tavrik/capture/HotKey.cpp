@@ -1,0 +1,35 @@
+#include "capture/HotKey.h"
+
+#include "base/MainQueue.h"
+
+#include <utility>
+
+namespace tavrik {
+
+HotKey::HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination) {
+    const auto poster = [&queue, this](std::function<void()> Callbacks::* member) {
+        return [&queue, callbacks = m_callbacks, member] {
+            queue.post([callbacks, member] {
+                // A copy, since the callback may replace itself.
+                if (const auto callback = (*callbacks).*member)
+                    callback();
+            });
+        };
+    };
+    m_registration = backend.registerHotKey(
+        combination, {.pressed = poster(&Callbacks::press), .released = poster(&Callbacks::release)});
+}
+
+void HotKey::setOnPress(std::function<void()> callback) {
+    m_callbacks->press = std::move(callback);
+}
+
+void HotKey::setOnRelease(std::function<void()> callback) {
+    m_callbacks->release = std::move(callback);
+}
+
+HotKeyBackend::Status HotKey::status() const {
+    return m_registration->status();
+}
+
+} // namespace tavrik

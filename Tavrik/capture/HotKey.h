@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/HotKeyBackend.h"
+
+#include <functional>
+#include <memory>
+
+namespace tavrik {
+
+class MainQueue;
+
+/// The combination that is held while speaking, registered for as long as this lives. A combination that
+/// cannot be registered stays quiet and says so in its status only. Main thread only.
+class HotKey {
+public:
+    HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination);
+
+    /// Run on the main queue when the combination goes down. Looked up when the job runs, so that it may be
+    /// set at any time; what was queued before this was destroyed still runs.
+    void setOnPress(std::function<void()> callback);
+
+    /// Run on the main queue when it comes up, always after its press.
+    void setOnRelease(std::function<void()> callback);
+
+    /// Whether the combination is ours. A taken one is not tried again by itself.
+    HotKeyBackend::Status status() const;
+
+private:
+    struct Callbacks {
+        std::function<void()> press;
+        std::function<void()> release;
+    };
+
+    std::shared_ptr<Callbacks> m_callbacks = std::make_shared<Callbacks>();
+    std::unique_ptr<HotKeyBackend::Registration> m_registration;
+};
+
+} // namespace tavrik

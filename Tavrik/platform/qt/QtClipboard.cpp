@@ -1,0 +1,18 @@
+#include "platform/qt/QtClipboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace tavrik {
+
+void QtClipboard::setText(const QString& text) {
+    QGuiApplication::clipboard()->setText(text);
+}
+
+void QtClipboard::offerAsSelection() {
+    auto* clipboard = QGuiApplication::clipboard();
+    if (clipboard->supportsSelection() && clipboard->ownsClipboard())
+        clipboard->setText(clipboard->text(), QClipboard::Selection);
+}
+
+} // namespace tavrik

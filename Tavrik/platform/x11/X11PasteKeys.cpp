@@ -1,0 +1,133 @@
+#include "platform/x11/X11PasteKeys.h"
+
+#include "platform/x11/X11Keyboard.h"
+
+#include <X11/keysym.h>
+#include <xcb/xproto.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace tavrik {
+
+namespace {
+
+constexpr auto patience = 1s;
+
+// Terminals keep Control+V for the program inside. Their own shortcuts differ, and depend on the layout, but
+// all of them paste on Shift+Insert: some the clipboard, most the selection.
+bool isTerminal(const QByteArrayList& windowClass) {
+    static constexpr std::array<std::string_view, 37> names{
+        "alacritty",
+        "aterm",
+        "com.mitchellh.ghostty",
+        "contour",
+        "cool-retro-term",
+        "deepin-terminal",
+        "eterm",
+        "gnome-terminal",
+        "gnome-terminal-server",
+        "guake",
+        "io.elementary.terminal",
+        "kgx",
+        "kitty",
+        "konsole",
+        "lxterminal",
+        "mate-terminal",
+        "mlterm",
+        "org.gnome.console",
+        "org.gnome.ptyxis",
+        "org.wezfurlong.wezterm",
+        "ptyxis",
+        "qterminal",
+        "roxterm",
+        "rxvt",
+        "sakura",
+        "st",
+        "st-256color",
+        "terminator",
+        "terminology",
+        "termite",
+        "tilda",
+        "tilix",
+        "urxvt",
+        "uxterm",
+        "xfce4-terminal",
+        "xterm",
+        "yakuake",
+    };
+    return std::ranges::any_of(windowClass, [](const QByteArray& name) {
+        const auto lower = name.toLower();
+        return std::ranges::binary_search(names, std::string_view(lower.data(), lower.size()));
+    });
+}
+
+} // namespace
+
+X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection)
+    : m_keyboard(keyboard), m_offerSelection(std::move(offerSelection)) {
+    m_bound.setSingleShot(true);
+    m_bound.setInterval(patience);
+    connect(&m_bound, &QTimer::timeout, this, &X11PasteKeys::sendAnyway);
+    connect(&keyboard, &X11Keyboard::modifiersChanged, this, &X11PasteKeys::sendIfFree);
+    connect(&keyboard, &X11Keyboard::released, this, &X11PasteKeys::sendIfFree);
+}
+
+bool X11PasteKeys::isTrusted() const {
+    return m_keyboard.canSynthesise();
+}
+
+void X11PasteKeys::sendPaste() {
+    if (m_bound.isActive())
+        return;
+    if (m_keyboard.keysInTheWay().none()) {
+        send();
+        return;
+    }
+    m_keyboard.watchModifiers(true);
+    m_bound.start();
+    // Asked again, since the last key may have gone up before the watch began.
+    sendIfFree();
+}
+
+void X11PasteKeys::sendIfFree() {
+    if (m_bound.isActive() && m_keyboard.keysInTheWay().none())
+        sendAnyway();
+}
+
+void X11PasteKeys::sendAnyway() {
+    m_bound.stop();
+    m_keyboard.watchModifiers(false);
+    const auto held = m_keyboard.keysInTheWay();
+    for (size_t keycode = 0; keycode < held.size(); ++keycode)
+        if (held[keycode])
+            m_keyboard.synthesise(keycode, false);
+    send();
+}
+
+void X11PasteKeys::send() {
+    const auto& keymap = m_keyboard.keymap();
+    const auto group = m_keyboard.activeGroup();
+    auto modifier = keymap.keyForModifiers(XCB_MOD_MASK_CONTROL);
+    auto key = keymap.keyFor(XK_v, group);
+    const auto terminal = isTerminal(m_keyboard.focusedWindowClass());
+    if (terminal)
+        m_offerSelection();
+    if (terminal || !key) {
+        modifier = keymap.keyForModifiers(XCB_MOD_MASK_SHIFT);
+        key = keymap.keyFor(XK_Insert, group);
+    }
+    if (!modifier || !key)
+        return;
+    m_keyboard.synthesise(*modifier, true);
+    m_keyboard.synthesise(*key, true);
+    m_keyboard.synthesise(*key, false);
+    m_keyboard.synthesise(*modifier, false);
+    m_keyboard.flush();
+}
+
+} // namespace tavrik

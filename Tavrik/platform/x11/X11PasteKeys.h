@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/PasteKeys.h"
+
+#include <QTimer>
+
+#include <functional>
+
+namespace tavrik {
+
+class X11Keyboard;
+
+/// Control+V by XTEST, or Shift+Insert in terminals and where the active layout has no v.
+class X11PasteKeys : public QObject, public PasteKeys {
+public:
+    /// `offerSelection` is called when the window that has the focus is about to paste the selection instead
+    /// of the clipboard: it should give the selection the clipboard's text.
+    X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection);
+
+    bool isTrusted() const override;
+    /// Nobody to ask: the server allows it or not.
+    void requestTrust() override {}
+    /// While one waits for keys to be let go, another adds nothing: the clipboard holds the newer text by
+    /// then.
+    void sendPaste() override;
+
+private:
+    void sendIfFree();
+    void sendAnyway();
+    void send();
+
+    X11Keyboard& m_keyboard;
+    const std::function<void()> m_offerSelection;
+    QTimer m_bound;
+};
+
+} // namespace tavrik
