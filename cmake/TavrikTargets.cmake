@@ -17,6 +17,25 @@ function(tavrik_library name)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE tavrik_options ${ARG_PRIVATE})
 endfunction()
 
+# tavrik_qml(NAME URI FILES…)
+# Compiles views into an area's library, and registers its QML_ELEMENT types. Call qml_register_types_<URI>() before the
+# first is loaded, from qrc:/qml/<URI as a path>/.
+function(tavrik_qml name uri)
+    string(REPLACE . / path ${uri})
+    qt_add_qml_module(${name}
+        URI ${uri}
+        VERSION 1.0
+        RESOURCE_PREFIX /qml
+        OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${path}
+        NO_PLUGIN
+        QML_FILES ${ARGN}
+    )
+    # What the QML compiler writes does not meet our warnings.
+    get_target_property(sources ${name} SOURCES)
+    list(FILTER sources INCLUDE REGEX "/qmlcache/")
+    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+endfunction()
+
 # tavrik_test(NAME SOURCES… LIBRARIES… [DESKTOP] [TIMEOUT seconds])
 # One Qt Test program. DESKTOP runs it on a virtual desktop of its own.
 function(tavrik_test name)

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
+
+namespace tavrik {
+
+/// Which middle the panel shows: the meter, or the spinner.
+enum class HUDState { recording, processing };
+
+/// What the panel shows and where its buttons lead. Main thread only.
+class HUDModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The panel is given its model.")
+    Q_PROPERTY(bool processing READ isProcessing NOTIFY stateChanged)
+    Q_PROPERTY(QList<double> levels READ levels NOTIFY levelsChanged)
+
+public:
+    static constexpr int barCount = 14;
+
+    explicit HUDModel(QObject* parent = nullptr);
+
+    HUDState state() const { return m_state; }
+    bool isProcessing() const { return m_state == HUDState::processing; }
+    void setState(HUDState state);
+
+    /// The meter's values, 0 to 1, oldest first; always `barCount` of them outside `push`.
+    QList<double> levels() const { return m_levels; }
+    /// Empties the meter.
+    void clearLevels();
+    /// Shifts the meter by one sample, `level` being 0 to 1. The removal and the addition are announced
+    /// separately.
+    void push(double level);
+
+    /// Replaces what the two buttons do.
+    void setActions(std::function<void()> onCancel, std::function<void()> onConfirm);
+
+    Q_INVOKABLE void cancel() const { m_onCancel(); }
+    Q_INVOKABLE void confirm() const { m_onConfirm(); }
+
+Q_SIGNALS:
+    void stateChanged();
+    void levelsChanged();
+
+private:
+    HUDState m_state = HUDState::recording;
+    QList<double> m_levels = QList<double>(barCount, 0.0);
+    std::function<void()> m_onCancel = [] {
+    };
+    std::function<void()> m_onConfirm = [] {
+    };
+};
+
+} // namespace tavrik

@@ -1,0 +1,99 @@
+#include "capture/RecordingHUD.h"
+
+#include "base/MainQueue.h"
+#include "platform/PanelHost.h"
+#include "resources/SymbolProvider.h"
+
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QRegion>
+
+#include <chrono>
+#include <utility>
+
+void qml_register_types_Tavrik_Capture();
+
+namespace tavrik {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// What is placed on the screen: the pill stands in its middle, and its shadow may reach beyond it.
+constexpr QSize panelSize(200, 62);
+constexpr int distanceFromBottom = 72;
+
+QRegion capsule(const QRect& rect) {
+    const int diameter = rect.height();
+    return QRegion(rect.adjusted(diameter / 2, 0, -diameter / 2, 0)) +
+           QRegion(rect.x(), rect.y(), diameter, diameter, QRegion::Ellipse) +
+           QRegion(rect.right() + 1 - diameter, rect.y(), diameter, diameter, QRegion::Ellipse);
+}
+
+} // namespace
+
+RecordingHUD::RecordingHUD(PanelHost& host, MainQueue& queue) : m_host(host), m_queue(queue) {
+    m_levelTimer.setInterval(50ms);
+    m_levelTimer.setTimerType(Qt::PreciseTimer);
+    m_levelTimer.callOnTimeout([this] { m_model.push(m_levelProvider()); });
+}
+
+RecordingHUD::~RecordingHUD() = default;
+
+void RecordingHUD::show(std::function<float()> levelProvider, std::function<void()> onCancel,
+                        std::function<void()> onConfirm) {
+    m_model.setState(HUDState::recording);
+    m_model.clearLevels();
+    m_model.setActions(posted(std::move(onCancel)), posted(std::move(onConfirm)));
+    if (!m_panel)
+        makePanel();
+    placePanel();
+    m_panel->show();
+    m_panel->raise();
+    m_levelProvider = std::move(levelProvider);
+    m_levelTimer.start();
+}
+
+void RecordingHUD::setProcessing() {
+    m_levelTimer.stop();
+    m_model.setState(HUDState::processing);
+}
+
+void RecordingHUD::hide() {
+    m_levelTimer.stop();
+    if (m_panel)
+        m_panel->hide();
+}
+
+void RecordingHUD::makePanel() {
+    qml_register_types_Tavrik_Capture();
+    m_panel = std::make_unique<QQuickView>();
+    m_panel->engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    m_panel->setColor(Qt::transparent);
+    m_panel->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&m_model)}});
+    m_panel->setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Capture/RecordingHUD.qml")));
+    m_host.adopt(*m_panel);
+}
+
+void RecordingHUD::placePanel() {
+    const auto pill = m_panel->rootObject()->property("pillRect").toRectF().toRect();
+    const bool translucent = m_host.isTranslucent();
+    m_panel->rootObject()->setProperty("translucent", translucent);
+    m_panel->setMask(translucent ? QRegion() : capsule(pill));
+    m_host.setClickableArea(*m_panel, capsule(pill));
+
+    if (const auto frame = m_host.visibleFrame()) {
+        const QPoint centre(frame->x() + frame->width() / 2,
+                            frame->y() + frame->height() - distanceFromBottom - panelSize.height() / 2);
+        m_panel->setPosition(centre - QPoint(pill.x() + pill.width() / 2, pill.y() + pill.height() / 2));
+    }
+}
+
+std::function<void()> RecordingHUD::posted(std::function<void()> action) {
+    return [&queue = m_queue, action = std::move(action)] {
+        queue.post(action);
+    };
+}
+
+} // namespace tavrik

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "capture/AbstractRecordingHUD.h"
+#include "capture/HUDModel.h"
+
+#include <QTimer>
+
+#include <memory>
+
+class QQuickView;
+
+namespace tavrik {
+
+class MainQueue;
+class PanelHost;
+
+/// The panel at the bottom of the screen. It is made at the first `show` and kept. Main thread only.
+class RecordingHUD : public AbstractRecordingHUD {
+public:
+    RecordingHUD(PanelHost& host, MainQueue& queue);
+    ~RecordingHUD() override;
+
+    void show(std::function<float()> levelProvider, std::function<void()> onCancel,
+              std::function<void()> onConfirm) override;
+    void setProcessing() override;
+    void hide() override;
+
+private:
+    void makePanel();
+    void placePanel();
+    std::function<void()> posted(std::function<void()> action);
+
+    PanelHost& m_host;
+    MainQueue& m_queue;
+    HUDModel m_model;
+    std::unique_ptr<QQuickView> m_panel;
+    std::function<float()> m_levelProvider;
+    QTimer m_levelTimer;
+};
+
+} // namespace tavrik

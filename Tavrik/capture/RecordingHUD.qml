@@ -1,0 +1,91 @@
+import QtQuick
+import Tavrik.Capture
+
+// The panel's content: a dark pill, and round it the room its shadow needs.
+Item {
+    id: root
+
+    required property HUDModel model
+    property bool translucent: true
+    readonly property rect pillRect: Qt.rect(pill.x, pill.y, pill.width, pill.height)
+    readonly property int margin: 24
+    readonly property int shadowOffset: 8
+
+    width: pill.width + 2 * margin
+    height: pill.height + 2 * margin + shadowOffset
+
+    PillShadow {
+        anchors.fill: parent
+        visible: root.translucent
+        capsule: root.pillRect
+    }
+
+    Rectangle {
+        id: pill
+        x: root.margin
+        y: root.margin
+        width: row.width + 14
+        height: row.height + 12
+        // Without translucency the window itself is cut to the shape.
+        radius: root.translucent ? height / 2 : 0
+        color: Qt.rgba(0.09, 0.09, 0.10, root.translucent ? 0.94 : 1)
+    }
+
+    Row {
+        id: row
+        anchors.centerIn: pill
+        spacing: 9
+
+        HUDButton {
+            symbol: "xmark"
+            prominent: false
+            toolTip: "Cancel"
+            onClicked: root.model.cancel()
+        }
+
+        Item {
+            width: 84
+            height: parent.height
+
+            WaveBars {
+                anchors.centerIn: parent
+                width: parent.width
+                height: 16
+                visible: !root.model.processing
+                levels: root.model.levels
+            }
+
+            Row {
+                anchors.centerIn: parent
+                spacing: 6
+                visible: root.model.processing
+
+                Spinner {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 10
+                    height: 10
+                    running: visible && Window.visibility !== Window.Hidden
+                }
+
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "Translating…"
+                    textFormat: Text.PlainText
+                    color: Qt.rgba(1, 1, 1, 0.85)
+                    // 10.5 device-independent pixels: a pixel size holds no fraction.
+                    font.pointSize: 10.5 * 72 / (25.4 * Screen.logicalPixelDensity)
+                    font.weight: Font.Medium
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+            }
+        }
+
+        HUDButton {
+            symbol: "checkmark"
+            prominent: true
+            toolTip: "Finish and paste"
+            onClicked: root.model.confirm()
+        }
+    }
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QQuickPaintedItem>
+
+namespace tavrik {
+
+/// A small light wheel that turns in steps while `running`.
+class Spinner : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(bool running READ isRunning WRITE setRunning NOTIFY runningChanged)
+
+public:
+    explicit Spinner(QQuickItem* parent = nullptr);
+
+    bool isRunning() const { return m_steps.isActive(); }
+    void setRunning(bool running);
+
+    void paint(QPainter* painter) override;
+
+Q_SIGNALS:
+    void runningChanged();
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    QBasicTimer m_steps;
+    int m_step = 0;
+};
+
+} // namespace tavrik

@@ -1,0 +1,30 @@
+#include "capture/ToolTipArea.h"
+
+#include <QApplication>
+#include <QStyle>
+#include <QToolTip>
+
+#include <utility>
+
+namespace tavrik {
+
+void ToolTipArea::setHovered(bool hovered) {
+    if (std::exchange(m_hovered, hovered) == hovered)
+        return;
+    if (hovered) {
+        m_rest.start(QApplication::style()->styleHint(QStyle::SH_ToolTip_WakeUpDelay), this);
+    } else {
+        m_rest.stop();
+        QToolTip::hideText();
+    }
+    Q_EMIT hoveredChanged();
+}
+
+void ToolTipArea::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != m_rest.timerId())
+        return QQuickItem::timerEvent(event);
+    m_rest.stop();
+    QToolTip::showText(mapToGlobal(QPointF(width() / 2, height())).toPoint(), m_text);
+}
+
+} // namespace tavrik

@@ -1,0 +1,86 @@
+#include "capture/WaveBars.h"
+
+#include <QEasingCurve>
+#include <QPainter>
+#include <QQuickWindow>
+
+#include <algorithm>
+
+namespace tavrik {
+
+namespace {
+
+constexpr double barWidth = 2.5;
+constexpr double spacing = 3;
+constexpr double fullHeight = 16;
+constexpr double easeMilliseconds = 70;
+constexpr int frameMilliseconds = 16;
+
+const QEasingCurve& easeOut() {
+    static const QEasingCurve curve = [] {
+        QEasingCurve bezier(QEasingCurve::BezierSpline);
+        bezier.addCubicBezierSegment({0, 0}, {0.58, 1}, {1, 1});
+        return bezier;
+    }();
+    return curve;
+}
+
+} // namespace
+
+WaveBars::WaveBars(QQuickItem* parent) : QQuickPaintedItem(parent) {
+    setAntialiasing(true);
+}
+
+bool WaveBars::isOnScreen() const {
+    return isVisible() && window() && window()->isVisible();
+}
+
+void WaveBars::setLevels(const QList<double>& levels) {
+    m_levels = levels;
+    if (isOnScreen()) {
+        m_from = m_drawn;
+        m_sinceChange.start();
+        if (!m_frames.isActive())
+            m_frames.start(frameMilliseconds, Qt::PreciseTimer, this);
+    } else {
+        m_frames.stop();
+        m_drawn = levels;
+        update();
+    }
+    Q_EMIT levelsChanged();
+}
+
+void WaveBars::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != m_frames.timerId())
+        return QQuickPaintedItem::timerEvent(event);
+
+    const double time = std::min(static_cast<double>(m_sinceChange.elapsed()) / easeMilliseconds, 1.0);
+    const double progress = easeOut().valueForProgress(time);
+    QList<double> now(m_levels);
+    for (qsizetype i = 0; i < now.size(); ++i) {
+        const double from = m_from.value(i);
+        now[i] = from + (now[i] - from) * progress;
+    }
+    if (now != m_drawn) {
+        m_drawn = std::move(now);
+        update();
+    }
+    if (time >= 1)
+        m_frames.stop();
+}
+
+void WaveBars::paint(QPainter* painter) {
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(QColor::fromRgbF(1, 1, 1, 0.92F));
+    const auto count = static_cast<double>(m_drawn.size());
+    double x = (width() - count * barWidth - (count - 1) * spacing) / 2;
+    for (const double level : std::as_const(m_drawn)) {
+        const double barHeight = std::max(barWidth, level * fullHeight);
+        painter->drawRoundedRect(QRectF(x, (height() - barHeight) / 2, barWidth, barHeight), barWidth / 2,
+                                 barWidth / 2);
+        x += barWidth + spacing;
+    }
+}
+
+} // namespace tavrik

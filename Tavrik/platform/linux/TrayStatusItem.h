@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/StatusItem.h"
+
+#include <QMenu>
+
+#include <memory>
+
+class QSystemTrayIcon;
+
+namespace tavrik {
+
+/// The status item as a tray icon, StatusNotifier or XEmbed, whichever the desktop has. It appears with its
+/// first image.
+class TrayStatusItem : public QObject, public StatusItem {
+    Q_OBJECT
+
+public:
+    TrayStatusItem();
+    ~TrayStatusItem() override;
+
+    void setImage(const QString& symbol, const QString& description) override;
+    void setNote(const QString& note) override;
+    void setMenu(const QList<MenuItem>& items) override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void makeIcon();
+    void updateIcon();
+
+    QString m_symbol;
+    QString m_description;
+    QString m_note;
+    QMenu m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_icon;
+};
+
+} // namespace tavrik

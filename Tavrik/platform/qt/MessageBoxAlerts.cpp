@@ -1,0 +1,108 @@
+#include "platform/qt/MessageBoxAlerts.h"
+
+#include <QGridLayout>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTextDocument>
+#include <QTextEdit>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace tavrik {
+
+namespace {
+
+constexpr double widestText = 420;
+
+/// The informative text as a view that wraps anywhere and scrolls, since a message may be of any length, and
+/// one word. The message box's own label does neither, and takes tags for formatting.
+QTextEdit* makeTextView(const QString& text, int greatestHeight) {
+    auto* view = new QTextEdit;
+    view->setReadOnly(true);
+    view->setFrameShape(QFrame::NoFrame);
+    view->viewport()->setAutoFillBackground(false);
+    view->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->setTabChangesFocus(true);
+    view->setPlainText(text);
+    view->setAccessibleName(text);
+
+    auto& document = *view->document();
+    document.setDocumentMargin(0);
+    document.setTextWidth(widestText);
+    const int width = static_cast<int>(std::ceil(std::min(document.idealWidth(), widestText)));
+    const int height = static_cast<int>(std::ceil(document.size().height()));
+    const bool scrolls = height > greatestHeight;
+    view->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    view->setFixedSize(width + (scrolls ? view->verticalScrollBar()->sizeHint().width() : 0),
+                       std::min(height, greatestHeight));
+    return view;
+}
+
+} // namespace
+
+MessageBoxAlerts::MessageBoxAlerts(MainQueue& queue) : m_queue(queue) {}
+
+MessageBoxAlerts::~MessageBoxAlerts() = default;
+
+void MessageBoxAlerts::show(const Alert& alert, std::function<void(int)> answered) {
+    m_pending.push_back({alert, std::move(answered)});
+    if (!m_hold) {
+        m_hold.emplace(m_queue);
+        presentNext();
+    }
+}
+
+void MessageBoxAlerts::presentNext() {
+    const auto& alert = m_pending.front().alert;
+    m_box = std::make_unique<QMessageBox>();
+    auto& box = *m_box;
+    box.setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning : QMessageBox::Information);
+    box.setWindowTitle(QStringLiteral("Tavrik"));
+    box.setTextFormat(Qt::PlainText);
+    box.setText(alert.messageText);
+    box.setWindowModality(Qt::ApplicationModal);
+    // The program has no window the user works in, so nothing else would bring the alert before the others.
+    box.setWindowFlag(Qt::WindowStaysOnTopHint);
+    box.setAttribute(Qt::WA_QuitOnClose, false);
+
+    if (!alert.informativeText.isEmpty()) {
+        // The cell of the box's own informative label, which is not made when it has no text.
+        auto* view = makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2);
+        static_cast<QGridLayout*>(box.layout())->addWidget(view, 1, 2);
+    }
+
+    QList<QAbstractButton*> buttons;
+    for (const auto& title : alert.buttons)
+        buttons += box.addButton(QString(title).replace(u'&', QStringLiteral("&&")),
+                                 buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+    if (buttons.isEmpty())
+        buttons += box.addButton(QMessageBox::Ok);
+    box.setDefaultButton(static_cast<QPushButton*>(buttons.front()));
+    box.setEscapeButton(buttons.back());
+
+    QObject::connect(&box, &QMessageBox::finished, &box,
+                     [this, buttons] { finish(static_cast<int>(buttons.indexOf(m_box->clickedButton()))); });
+    box.show();
+    box.raise();
+    box.activateWindow();
+}
+
+void MessageBoxAlerts::finish(int chosen) {
+    // This runs in a signal of the box.
+    m_box.release()->deleteLater();
+    const auto answered = std::move(m_pending.front().answered);
+    if (answered)
+        answered(chosen);
+    m_pending.pop_front();
+    if (m_pending.empty())
+        m_hold.reset();
+    else
+        presentNext();
+}
+
+} // namespace tavrik

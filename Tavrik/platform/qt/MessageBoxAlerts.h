@@ -1,0 +1,38 @@
+#pragma once
+
+#include "base/MainQueue.h"
+#include "platform/Alerts.h"
+
+#include <deque>
+#include <memory>
+#include <optional>
+
+class QMessageBox;
+
+namespace tavrik {
+
+/// Alerts as message boxes, one at a time. No event loop is nested.
+class MessageBoxAlerts : public Alerts {
+public:
+    explicit MessageBoxAlerts(MainQueue& queue);
+    ~MessageBoxAlerts() override;
+
+    void show(const Alert& alert, std::function<void(int)> answered = {}) override;
+
+private:
+    struct Pending {
+        Alert alert;
+        std::function<void(int)> answered;
+    };
+
+    void presentNext();
+    void finish(int chosen);
+
+    MainQueue& m_queue;
+    /// The first is the one on the screen.
+    std::deque<Pending> m_pending;
+    std::unique_ptr<QMessageBox> m_box;
+    std::optional<MainQueue::Hold> m_hold;
+};
+
+} // namespace tavrik

@@ -1,0 +1,155 @@
+#include "platform/x11/X11PanelHost.h"
+
+#include "platform/x11/Struts.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QRegion>
+#include <QScreen>
+#include <QWindow>
+
+#include <xcb/shape.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace tavrik {
+
+namespace {
+
+template<class T>
+using Reply = std::unique_ptr<T, decltype([](T* reply) { std::free(reply); })>;
+
+xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
+    const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+xcb_get_property_cookie_t request(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property,
+                                  xcb_atom_t type) {
+    constexpr uint32_t mostWords = 4096;
+    return xcb_get_property(connection, 0, window, property, type, 0, mostWords);
+}
+
+/// The property's 32-bit values; none if it is not there or of another kind.
+std::vector<uint32_t> values(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    std::vector<uint32_t> result(reply->value_len);
+    std::memcpy(result.data(), xcb_get_property_value(reply.get()), result.size() * sizeof(uint32_t));
+    return result;
+}
+
+/// The screen in the X server's pixels: its position is the same, its size is not.
+QRect nativeGeometry(const QScreen& screen) {
+    return {screen.geometry().topLeft(), (QSizeF(screen.size()) * screen.devicePixelRatio()).toSize()};
+}
+
+} // namespace
+
+X11PanelHost::X11PanelHost()
+    : m_connection(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()),
+      m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
+      m_compositor(atom(m_connection, "_NET_WM_CM_S0")),
+      m_activeWindow(atom(m_connection, "_NET_ACTIVE_WINDOW")),
+      m_clientList(atom(m_connection, "_NET_CLIENT_LIST")),
+      m_strutPartial(atom(m_connection, "_NET_WM_STRUT_PARTIAL")) {}
+
+void X11PanelHost::adopt(QWindow& window) {
+    // Without the bypass it would stand in task bars and below full-screen windows.
+    window.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                    Qt::WindowDoesNotAcceptFocus | Qt::BypassWindowManagerHint);
+}
+
+std::optional<QRect> X11PanelHost::visibleFrame() const {
+    const auto* screen = typingScreen();
+    if (!screen)
+        return std::nullopt;
+    const auto native = withoutDocks(*screen);
+    const double scale = screen->devicePixelRatio();
+    const auto origin = screen->geometry().topLeft();
+    return QRectF(origin + QPointF(native.topLeft() - origin) / scale, QSizeF(native.size()) / scale)
+        .toRect();
+}
+
+void X11PanelHost::setClickableArea(QWindow& window, const QRegion& area) {
+    const double scale = window.devicePixelRatio();
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const QRect& rect : area) {
+        const auto native = QRectF(QPointF(rect.topLeft()) * scale, QSizeF(rect.size()) * scale).toRect();
+        rectangles.push_back({static_cast<int16_t>(native.x()), static_cast<int16_t>(native.y()),
+                              static_cast<uint16_t>(native.width()), static_cast<uint16_t>(native.height())});
+    }
+    xcb_shape_rectangles(m_connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                         static_cast<xcb_window_t>(window.winId()), 0, 0,
+                         static_cast<uint32_t>(rectangles.size()), rectangles.data());
+    xcb_flush(m_connection);
+}
+
+bool X11PanelHost::isTranslucent() const {
+    const auto cookie = xcb_get_selection_owner(m_connection, m_compositor);
+    const Reply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(m_connection, cookie, nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+/// The screen that holds the middle of the active window, or of what has the keyboard focus; else the
+/// pointer's.
+QScreen* X11PanelHost::typingScreen() const {
+    const auto activeCookie = request(m_connection, m_root, m_activeWindow, XCB_ATOM_WINDOW);
+    const auto focusCookie = xcb_get_input_focus(m_connection);
+    const auto active = values(m_connection, activeCookie);
+    const Reply<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(m_connection, focusCookie, nullptr));
+    xcb_window_t window = active.empty() ? xcb_window_t{XCB_WINDOW_NONE} : active.front();
+    if (window == XCB_WINDOW_NONE && focus)
+        window = focus->focus;
+
+    // Neither "none" nor "where the pointer is" is a window.
+    if (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != m_root) {
+        const auto sizeCookie = xcb_get_geometry(m_connection, window);
+        const auto placeCookie = xcb_translate_coordinates(m_connection, window, m_root, 0, 0);
+        const Reply<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(m_connection, sizeCookie, nullptr));
+        const Reply<xcb_translate_coordinates_reply_t> place(
+            xcb_translate_coordinates_reply(m_connection, placeCookie, nullptr));
+        if (size && place) {
+            const QPoint middle(place->dst_x + size->width / 2, place->dst_y + size->height / 2);
+            const auto screens = QGuiApplication::screens();
+            const auto found = std::ranges::find_if(
+                screens, [&](const QScreen* screen) { return nativeGeometry(*screen).contains(middle); });
+            if (found != screens.end())
+                return *found;
+        }
+    }
+    auto* pointed = QGuiApplication::screenAt(QCursor::pos());
+    return pointed ? pointed : QGuiApplication::primaryScreen();
+}
+
+/// The screen less what docks reserve on it. The desktop's work area would not do: it is one rectangle for
+/// all screens.
+QRect X11PanelHost::withoutDocks(const QScreen& screen) const {
+    const auto rootCookie = xcb_get_geometry(m_connection, m_root);
+    const auto windows = values(m_connection, request(m_connection, m_root, m_clientList, XCB_ATOM_WINDOW));
+    const Reply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(m_connection, rootCookie, nullptr));
+    if (!root)
+        return nativeGeometry(screen);
+
+    std::vector<xcb_get_property_cookie_t> cookies;
+    cookies.reserve(windows.size());
+    for (const auto window : windows)
+        cookies.push_back(request(m_connection, window, m_strutPartial, XCB_ATOM_CARDINAL));
+    std::vector<Strut> struts;
+    for (const auto cookie : cookies) {
+        if (const auto words = values(m_connection, cookie); words.size() == std::tuple_size_v<Strut>)
+            std::ranges::copy(words, struts.emplace_back().begin());
+    }
+    return freeArea(nativeGeometry(screen), {root->width, root->height}, struts);
+}
+
+} // namespace tavrik

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/PanelHost.h"
+
+#include <xcb/xcb.h>
+
+class QScreen;
+
+namespace tavrik {
+
+/// Panels under X11: windows the window manager does not manage. Uses the application's own connection.
+class X11PanelHost : public PanelHost {
+public:
+    X11PanelHost();
+
+    void adopt(QWindow& window) override;
+    std::optional<QRect> visibleFrame() const override;
+    void setClickableArea(QWindow& window, const QRegion& area) override;
+    bool isTranslucent() const override;
+
+private:
+    QScreen* typingScreen() const;
+    QRect withoutDocks(const QScreen& screen) const;
+
+    xcb_connection_t* m_connection;
+    xcb_window_t m_root;
+    xcb_atom_t m_compositor;
+    xcb_atom_t m_activeWindow;
+    xcb_atom_t m_clientList;
+    xcb_atom_t m_strutPartial;
+};
+
+} // namespace tavrik
