@@ -1,5 +1,6 @@
 #pragma once
 
+#include "storage/HistoryArchive.h"
 #include "storage/Transcription.h"
 
 #include <QList>
@@ -8,14 +9,15 @@
 
 namespace tavrik {
 
-/// Every successful dictation, newest first, in memory and in one file. Main thread only; the file is read and
-/// written by a thread of the store's own, changes in order, each soon after it was made. Failures are silent.
+/// Every successful dictation, newest first, in memory and in one file. Main thread only; the file is read
+/// and written by a thread of the store's own, changes in order, each soon after it was made. Failures are
+/// silent, and what could not be saved is saved with the next change.
 class HistoryStore : public QObject {
     Q_OBJECT
 
 public:
-    /// `folder` is made if missing. Reading the file begins at once, on the store's thread; the first use of the
-    /// records waits for it.
+    /// `folder` is made if missing. Reading the file begins at once, on the store's thread; the first use of
+    /// the records waits for it.
     explicit HistoryStore(const QString& folder, QObject* parent = nullptr);
 
     /// Waits until every change is on disk.
@@ -26,7 +28,7 @@ public:
 
     const QList<Transcription>& items() const;
 
-    /// Puts the record first and saves.
+    /// Puts the record first and saves. The text must be valid UTF-8.
     void insertFirst(const Transcription& record);
 
     /// Removes every record with this id and saves.
@@ -34,9 +36,10 @@ public:
 
     /// Words of all texts, separated by Unicode white space.
     qint64 totalWords() const;
-    /// Words spoken per minute of recording, rounded to the nearest, halves up; 0 for one second or less.
+    /// Words spoken per minute of recording, rounded to the nearest, halves away from zero; 0 for one second
+    /// or less.
     qint64 wordsPerMinute() const;
-    /// Distinct days of the records in the user's time zone.
+    /// Different days of the records in the user's time zone, as it is now.
     qint64 daysUsed() const;
 
 Q_SIGNALS:
@@ -45,6 +48,14 @@ Q_SIGNALS:
     void inserted(qsizetype first, qsizetype last);
     void aboutToRemove(qsizetype first, qsizetype last);
     void removed(qsizetype first, qsizetype last);
+
+private:
+    void waitForContent() const;
+
+    // The content is filled in by the first use, which may be one that only reads.
+    mutable HistoryArchive m_archive;
+    mutable HistoryArchive::Content m_content;
+    mutable bool m_hasContent = false;
 };
 
 } // namespace tavrik

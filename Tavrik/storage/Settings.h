@@ -7,8 +7,8 @@ namespace tavrik {
 class Appearance;
 class PreferenceStore;
 
-/// The preferences with their types and defaults. Every reader sees the store as it is now; nothing is written
-/// until something is set. Main thread only.
+/// The preferences with their types and defaults. Every reader sees the store as it is now; nothing is
+/// written until something is set. Main thread only.
 class Settings {
 public:
     explicit Settings(PreferenceStore& store);

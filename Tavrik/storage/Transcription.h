@@ -19,3 +19,5 @@ struct Transcription {
 };
 
 } // namespace tavrik
+
+Q_DECLARE_TYPEINFO(tavrik::Transcription, Q_RELOCATABLE_TYPE);

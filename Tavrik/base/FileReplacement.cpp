@@ -1,0 +1,91 @@
+#include "base/FileReplacement.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+namespace tavrik {
+
+namespace {
+
+QFileInfo linkResolved(const QString& path) {
+    const QFileInfo file(path);
+    const auto target = file.canonicalFilePath();
+    return target.isEmpty() ? file : QFileInfo(target);
+}
+
+bool syncFolder(const QByteArray& path) {
+    const int folder = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return false;
+    const bool synced = ::fsync(folder) == 0;
+    ::close(folder);
+    return synced;
+}
+
+} // namespace
+
+FileReplacement::FileReplacement(const QString& path) {
+    const auto target = linkResolved(path);
+    m_folder = QFile::encodeName(target.absolutePath());
+    m_target = QFile::encodeName(target.absoluteFilePath());
+    removeLeftovers();
+    m_temporary = m_folder + "/." + QFile::encodeName(target.fileName()) + ".unfinished-XXXXXX";
+    m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
+    // The lock marks the file as somebody's current work; the system drops it with the process.
+    m_good = m_file >= 0 && ::flock(m_file, LOCK_EX | LOCK_NB) == 0;
+}
+
+FileReplacement::~FileReplacement() {
+    if (m_file < 0)
+        return;
+    ::unlink(m_temporary.constData());
+    ::close(m_file);
+}
+
+void FileReplacement::write(QByteArrayView bytes) {
+    while (m_good && !bytes.isEmpty()) {
+        const auto written = ::write(m_file, bytes.data(), static_cast<size_t>(bytes.size()));
+        if (written >= 0)
+            bytes = bytes.sliced(written);
+        else if (errno != EINTR)
+            m_good = false;
+    }
+}
+
+bool FileReplacement::commit() {
+    if (!m_good || ::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
+        return false;
+    ::close(std::exchange(m_file, -1));
+    // The file is in place; a folder that cannot be synced only makes that less certain to outlast a power
+    // cut.
+    syncFolder(m_folder);
+    return true;
+}
+
+void FileReplacement::removeLeftovers() const {
+    const QDir folder(QFile::decodeName(m_folder));
+    const auto prefix =
+        QStringLiteral(".%1.unfinished-").arg(QFileInfo(QFile::decodeName(m_target)).fileName());
+    for (const auto& entry : folder.entryList(QDir::Files | QDir::Hidden)) {
+        if (!entry.startsWith(prefix))
+            continue;
+        const auto path = QFile::encodeName(folder.filePath(entry));
+        const int file = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        if (file < 0)
+            continue;
+        if (::flock(file, LOCK_EX | LOCK_NB) == 0)
+            ::unlink(path.constData());
+        ::close(file);
+    }
+}
+
+} // namespace tavrik

@@ -1,0 +1,92 @@
+#include "base/PrivateFiles.h"
+
+#include "base/FileReplacement.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tavrik {
+
+namespace {
+
+constexpr auto otherPeople = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                             QFile::WriteOther | QFile::ExeOther;
+
+bool copyFile(const QString& from, const QString& to) {
+    QFile source(from);
+    if (!QFileInfo(from).isFile() || !source.open(QIODevice::ReadOnly))
+        return false;
+    FileReplacement copy(to);
+    while (!source.atEnd()) {
+        const auto piece = source.read(qint64{1} << 20);
+        if (piece.isEmpty())
+            return false;
+        copy.write(piece);
+    }
+    return copy.commit();
+}
+
+} // namespace
+
+bool makePrivateFolder(const QString& path) {
+    const QFileInfo folder(path);
+    if (!folder.isDir()) {
+        const auto parent = folder.absolutePath();
+        if (!QFileInfo(parent).isDir() && (parent == path || !makePrivateFolder(parent)))
+            return false;
+        if (!QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+            return QFileInfo(path).isDir();
+        return true;
+    }
+    narrowToOwner(path);
+    return true;
+}
+
+void narrowToOwner(const QString& path) {
+    const auto permissions = QFile::permissions(path);
+    if (permissions & otherPeople)
+        QFile::setPermissions(path, permissions & ~otherPeople);
+}
+
+std::optional<QByteArray> readRegularFile(const QString& path, qint64 maximum) {
+    // Looked at before it is opened: opening a pipe would wait for somebody to write to it.
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > maximum)
+        return std::nullopt;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return std::nullopt;
+    auto content = file.read(info.size() + 1);
+    // One that has grown meanwhile is read again in full when it has settled.
+    if (file.error() != QFile::NoError || content.size() > info.size())
+        return std::nullopt;
+    return content;
+}
+
+bool keepAside(const QString& path) {
+    const QFileInfo file(QFileInfo(path).canonicalFilePath());
+    if (!file.exists())
+        return true;
+    const auto now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HHmmss"));
+    for (int attempt = 1; attempt < 1000; ++attempt) {
+        const auto number = attempt == 1 ? QString() : QStringLiteral(" %1").arg(attempt);
+        const auto name = QStringLiteral("%1 (unreadable %2%3).%4")
+                              .arg(file.completeBaseName(), now, number, file.suffix());
+        const auto aside = file.dir().filePath(name);
+        if (QFileInfo::exists(aside))
+            continue;
+        if (::link(QFile::encodeName(file.filePath()).constData(), QFile::encodeName(aside).constData()) == 0)
+            return true;
+        if (errno != EEXIST)
+            return copyFile(file.filePath(), aside);
+    }
+    return false;
+}
+
+} // namespace tavrik
