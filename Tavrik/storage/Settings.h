@@ -22,10 +22,13 @@ public:
     bool soundsEnabled() const;
     /// An English language name, used verbatim in requests.
     QString targetLanguage() const;
+    /// "light", "dark"; anything else follows the desktop.
+    QString appearance() const;
     /// Identifier of the model asked over the user's own key. A stored empty text counts.
     QString model() const;
     /// The user's own key; empty when there is none.
     QString openRouterKey() const;
+    bool sidebarCollapsed() const;
 
     /// Applies the stored appearance to the whole program.
     void applyAppearance(Appearance& appearance) const;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/Folders.h"
+
+#include <QString>
+
+// The places of the XDG base directory specification. A variable that is empty or not an absolute path is
+// ignored.
+namespace tavrik {
+
+/// This program's folders.
+Folders xdgFolders();
+
+/// The file of this program's preferences.
+QString xdgPreferencesFile();
+
+} // namespace tavrik
