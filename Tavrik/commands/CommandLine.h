@@ -1,0 +1,30 @@
+#pragma once
+
+#include "commands/CommandStreams.h"
+
+#include <QByteArrayList>
+
+#include <functional>
+#include <memory>
+#include <variant>
+
+namespace tavrik {
+
+class PreferenceStore;
+
+/// The program is to start, or the running one to come forward, and open these URLs: raw bytes, as they were
+/// given.
+struct StartProgram {
+    QByteArrayList urls;
+
+    bool operator==(const StartProgram&) const = default;
+};
+
+/// Does what the arguments (without the program's name) ask for and returns the exit status, or says that the
+/// program is to start. Needs no display. `makeStore` is called for the command that needs the preferences.
+std::variant<ExitStatus, StartProgram>
+runCommandLine(const QByteArrayList& arguments,
+               const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
+               const CommandStreams& streams);
+
+} // namespace tavrik
