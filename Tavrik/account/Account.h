@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace tavrik {
 
 /// What the rest of the program asks of the signed-in user. Main thread only.
@@ -16,8 +18,12 @@ public:
 
     virtual bool isSignedIn() const = 0;
 
-    /// Delivers an access token that can still be used, refreshed first where needed, or an error. May call the
-    /// completion before it returns, on the calling thread.
+    /// Calls back once it is known whether somebody is signed in: before it returns if it is, else later
+    /// through the main queue, after one second at the most.
+    virtual void whenKnown(std::function<void()> callback) { callback(); }
+
+    /// Delivers an access token that can still be used, refreshed first where needed, or an error. May call
+    /// the completion before it returns, on the calling thread.
     virtual void withValidAccessToken(Completion<QString> completion) = 0;
 };
 

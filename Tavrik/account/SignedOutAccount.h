@@ -1,6 +1,7 @@
 #pragma once
 
 #include "account/Account.h"
+#include "account/AuthError.h"
 
 namespace tavrik {
 
@@ -9,7 +10,7 @@ class SignedOutAccount final : public Account {
 public:
     bool isSignedIn() const override { return false; }
     void withValidAccessToken(Completion<QString> completion) override {
-        completion(std::unexpected(Error{QStringLiteral("Not signed in.")}));
+        completion(std::unexpected(authError::notSignedIn()));
     }
 };
 

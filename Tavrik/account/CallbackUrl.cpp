@@ -1,0 +1,84 @@
+#include "account/CallbackUrl.h"
+
+#include "account/AuthError.h"
+
+#include <QHash>
+#include <QStringDecoder>
+
+#include <charconv>
+#include <cmath>
+
+namespace tavrik {
+
+namespace {
+
+/// Nothing if an escape is malformed or the bytes are not UTF-8.
+std::optional<QString> decodeValue(QByteArrayView value) {
+    QByteArray bytes;
+    bytes.reserve(value.size());
+    for (auto next = value.begin(); next != value.end(); ++next) {
+        if (*next != '%') {
+            bytes += *next == '+' ? ' ' : *next;
+            continue;
+        }
+        if (value.end() - next < 3)
+            return std::nullopt;
+        quint8 byte = 0;
+        if (std::from_chars(next + 1, next + 3, byte, 16).ptr != next + 3)
+            return std::nullopt;
+        bytes += static_cast<char>(byte);
+        next += 2;
+    }
+    // Without the flags a mark at the front would be lost, and an unfinished character at the end kept for
+    // later.
+    using Flag = QStringConverter::Flag;
+    QStringDecoder decoder(QStringDecoder::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
+    QString text = decoder(bytes);
+    return decoder.hasError() ? std::nullopt : std::optional(text);
+}
+
+QHash<QByteArrayView, QString> parseFragment(QByteArrayView fragment) {
+    QHash<QByteArrayView, QString> members;
+    while (!fragment.isEmpty()) {
+        auto end = fragment.indexOf('&');
+        if (end < 0)
+            end = fragment.size();
+        const auto piece = fragment.first(end);
+        fragment = fragment.sliced(std::min(end + 1, fragment.size()));
+
+        const auto equals = piece.indexOf('=');
+        if (equals < 1 || equals + 1 == piece.size())
+            continue;
+        const auto key = piece.first(equals);
+        if (auto value = decodeValue(piece.sliced(equals + 1)))
+            members.insert(key, std::move(*value));
+        else
+            members.remove(key);
+    }
+    return members;
+}
+
+AuthSession::Seconds parseLifetime(const QString& text) {
+    const auto digits = text.toUtf8();
+    double seconds = 0;
+    const auto [end, error] = std::from_chars(digits.begin(), digits.end(), seconds);
+    const bool valid = error == std::errc() && end == digits.end() && std::isfinite(seconds);
+    return AuthSession::Seconds(valid ? seconds : 3600);
+}
+
+} // namespace
+
+std::optional<Result<CallbackTokens>> parseCallbackUrl(QByteArrayView url) {
+    const auto hash = url.indexOf('#');
+    if (!url.startsWith("tavrik:") || hash < 0)
+        return std::nullopt;
+    const auto members = parseFragment(url.sliced(hash + 1));
+    const auto accessToken = members.constFind("access_token");
+    const auto refreshToken = members.constFind("refresh_token");
+    if (accessToken != members.constEnd() && refreshToken != members.constEnd())
+        return CallbackTokens{*accessToken, *refreshToken, parseLifetime(members.value("expires_in"))};
+    const auto error = members.value("error", authError::googleFailed().description);
+    return std::unexpected(Error{members.value("error_description", error)});
+}
+
+} // namespace tavrik
