@@ -8,7 +8,7 @@ namespace tavrik {
 
 namespace {
 
-constexpr std::chrono::milliseconds staleAfter{200};
+constexpr std::chrono::milliseconds staleAfter{500};
 
 } // namespace
 
