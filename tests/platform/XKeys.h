@@ -20,10 +20,16 @@ enum XKey : quint8 {
     keySuper = 133,
 };
 
-/// The hands at the keyboard: another client of the same X server.
+/// The hands at the keyboard: the virtual server's own, which is another device than that of synthetic keys,
+/// as a user's is.
 class XKeys {
 public:
     XKeys() : m_connection(xcb_connect(nullptr, nullptr)) {
+        const QByteArray inputExtension("XInputExtension");
+        const XcbPointer<xcb_query_extension_reply_t> input(xcb_query_extension_reply(
+            m_connection,
+            xcb_query_extension(m_connection, inputExtension.size(), inputExtension.constData()), nullptr));
+        m_inputEvents = input->first_event;
         m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
         xcb_discard_reply(m_connection, xcb_xkb_use_extension(m_connection, 1, 0).sequence);
     }
@@ -31,8 +37,8 @@ public:
     XKeys& operator=(const XKeys&) = delete;
     ~XKeys() { xcb_disconnect(m_connection); }
 
-    void press(quint8 key) { move(XCB_KEY_PRESS, key); }
-    void release(quint8 key) { move(XCB_KEY_RELEASE, key); }
+    void press(quint8 key) { move(1, key); }
+    void release(quint8 key) { move(2, key); }
 
     void chord(quint8 modifier, quint8 key) {
         press(modifier);
@@ -67,9 +73,14 @@ public:
     }
 
 private:
-    void move(quint8 type, quint8 key) {
-        xcb_test_fake_input(m_connection, type, key, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-        sync();
+    // The input extension's events begin with a valuator's, then a key's press and release.
+    void move(quint8 event, quint8 key) {
+        constexpr quint8 xvfbKeyboard = 7;
+        const XcbPointer<xcb_generic_error_t> error(xcb_request_check(
+            m_connection, xcb_test_fake_input_checked(m_connection, m_inputEvents + event, key,
+                                                      XCB_CURRENT_TIME, XCB_NONE, 0, 0, xvfbKeyboard)));
+        if (error)
+            qFatal("the virtual keyboard refuses keys");
     }
 
     void sync() {
@@ -78,6 +89,7 @@ private:
 
     xcb_connection_t* m_connection;
     xcb_window_t m_root = 0;
+    quint8 m_inputEvents = 0;
 };
 
 /// Runs a program to its end and returns what it printed.

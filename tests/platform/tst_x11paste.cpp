@@ -60,6 +60,7 @@ private Q_SLOTS:
     void afterAnotherProgramCopied();
     void heldKeysAreWaitedFor_data();
     void heldKeysAreWaitedFor();
+    void keysHeldForeverAreLetGo_data();
     void keysHeldForeverAreLetGo();
     void twoWhileWaitingAreOne();
     void terminalsGetTheSelection();
@@ -213,12 +214,28 @@ void TestX11Paste::heldKeysAreWaitedFor() {
     QCOMPARE(releases, order.contains(keySpace) ? 1 : 0);
 }
 
+void TestX11Paste::keysHeldForeverAreLetGo_data() {
+    QTest::addColumn<QList<int>>("held");
+    QTest::newRow("Alt") << QList<int>{keyAlt};
+    QTest::newRow("the hot key") << QList<int>{keyAlt, keySpace};
+}
+
 void TestX11Paste::keysHeldForeverAreLetGo() {
-    m_keys->press(keyAlt);
+    QFETCH(QList<int>, held);
+    X11HotKeyBackend backend(*m_keyboard);
+    const auto hotKey = backend.registerHotKey({49, KeyCombination::option}, {.pressed = [] {},
+                                                                              .released =
+                                                                                  [] {
+                                                                                  }});
+    for (const auto key : held)
+        m_keys->press(key);
     const auto text = next();
     m_paster->paste(text);
     QTRY_VERIFY(editorIsModified());
-    QVERIFY(!m_keys->isDown(keyAlt));
+    for (const auto key : held) {
+        QVERIFY(!m_keys->isDown(key));
+        m_keys->release(key);
+    }
     m_expected += text;
     QCOMPARE(savedText(), m_expected);
 }

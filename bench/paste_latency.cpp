@@ -1,0 +1,149 @@
+// How long a text takes from our hands into another program's editor, beside the two commands a script would
+// run for it. Needs a desktop that focuses new windows:  tests/desktop/on-desktop paste_latency [rounds]
+
+#include "capture/Paster.h"
+#include "platform/qt/QtClipboard.h"
+#include "platform/x11/X11Keyboard.h"
+#include "platform/x11/X11PasteKeys.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QTest>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+using namespace tavrik;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double microseconds(Clock::time_point moment) {
+    return std::chrono::duration<double, std::micro>(moment.time_since_epoch()).count();
+}
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+// Reports the moment of every key V and of every text, on the clock that all processes share, and forgets the
+// text.
+class Receiver : public QPlainTextEdit {
+public:
+    Receiver() {
+        connect(this, &QPlainTextEdit::textChanged, this, [this] {
+            if (document()->isEmpty())
+                return;
+            report("text");
+            clear();
+        });
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->key() == Qt::Key_V)
+            report("key");
+        QPlainTextEdit::keyPressEvent(event);
+    }
+
+private:
+    static void report(const char* what) {
+        std::printf("%s %.1f\n", what, microseconds(Clock::now()));
+        std::fflush(stdout);
+    }
+};
+
+// The other side, in a process of its own.
+class Editor {
+public:
+    Editor() { m_process.start(QCoreApplication::applicationFilePath(), {"--receiver"}); }
+    Editor(const Editor&) = delete;
+    Editor& operator=(const Editor&) = delete;
+    ~Editor() {
+        m_process.terminate();
+        m_process.waitForFinished();
+    }
+
+    // When the named thing happened, in microseconds. The event loop runs meanwhile, since the text is asked
+    // of it.
+    double await(const QByteArray& what) {
+        while (!m_process.canReadLine())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        const auto words = m_process.readLine().trimmed().split(' ');
+        if (words.size() != 2 || words[0] != what)
+            qFatal("something else arrived");
+        return words[1].toDouble();
+    }
+
+private:
+    QProcess m_process;
+};
+
+void run(const QString& program, const QStringList& arguments, const QByteArray& input = {}) {
+    QProcess process;
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished())
+        qFatal("a command did not end");
+}
+
+int receive(QApplication& application) {
+    Receiver receiver;
+    receiver.show();
+    return application.exec();
+}
+
+void measure(int rounds, const QString& text) {
+    X11Keyboard keyboard;
+    QtClipboard clipboard;
+    X11PasteKeys keys(keyboard, [&clipboard] { clipboard.offerAsSelection(); });
+    Paster paster(clipboard, keys);
+
+    Editor editor;
+    if (!QTest::qWaitFor([&] { return keyboard.focusedWindowClass().contains("paste_latency"); }, 20000))
+        qFatal("no focus");
+
+    std::vector<double> sent;
+    std::vector<double> keyed;
+    std::vector<double> arrived;
+    std::vector<double> peer;
+    for (int i = 0; i < rounds; ++i) {
+        auto start = microseconds(Clock::now());
+        paster.paste(text);
+        sent.push_back(microseconds(Clock::now()) - start);
+        keyed.push_back(editor.await("key") - start);
+        arrived.push_back(editor.await("text") - start);
+
+        start = microseconds(Clock::now());
+        run("xclip", {"-i", "-selection", "clipboard"}, text.toUtf8());
+        run("xdotool", {"key", "--delay", "0", "ctrl+v"});
+        editor.await("key");
+        peer.push_back(editor.await("text") - start);
+    }
+    std::printf("paste, text to keys sent, %lld letters: %.2f ms (worst %.2f)\n",
+                static_cast<long long>(text.size()), median(sent) / 1000, std::ranges::max(sent) / 1000);
+    std::printf("paste, text to key event in the editor: %.2f ms (worst %.2f)\n", median(keyed) / 1000,
+                std::ranges::max(keyed) / 1000);
+    std::printf("paste, text to text in the editor: %.2f ms (xclip and xdotool %.2f ms, ratio %.2f)\n",
+                median(arrived) / 1000, median(peer) / 1000, median(arrived) / median(peer));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QApplication application(argc, argv);
+    const auto arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "--receiver")
+        return receive(application);
+    const int rounds = arguments.size() > 1 ? std::max(1, arguments[1].toInt()) : 60;
+    measure(rounds,
+            QStringLiteral("A sentence of the usual length, as somebody would dictate it. ").repeated(3));
+    measure(rounds, QStringLiteral("A long dictation. ").repeated(2000));
+}
