@@ -40,14 +40,14 @@ void AppDelegate::registerHotKey() {
     m_hotKeyDisplay = m_parts.settings.hotKeyDisplay();
     m_hotKey = std::make_unique<HotKey>(m_parts.hotKeys, m_parts.queue, m_combination);
     const QPointer<AppDelegate> self(this);
-    m_hotKey->onPress = [self] {
+    m_hotKey->setOnPress([self] {
         if (self)
             self->startRecording();
-    };
-    m_hotKey->onRelease = [self] {
+    });
+    m_hotKey->setOnRelease([self] {
         if (self)
             self->stopAndTranslate();
-    };
+    });
 
     switch (m_hotKey->status()) {
     case HotKeyBackend::Status::registered:

@@ -10,12 +10,12 @@ namespace tavrik {
 struct Alert {
     enum class Style { informational, warning };
 
-    QString messageText;
+    QString messageText = {};
     /// Shown as plain text, whatever it holds.
-    QString informativeText;
+    QString informativeText = {};
     Style style = Style::warning;
     /// The first is the default. Empty: one confirming button.
-    QStringList buttons;
+    QStringList buttons = {};
 };
 
 /// Modal alerts. While one is open the main queue waits. Main thread only.

@@ -29,7 +29,11 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance();
 std::unique_ptr<PreferenceStore> makePreferenceStore();
 
 /// Every service of the desktop the program runs on. Made once, after QApplication; destroyed before it.
-struct Platform {
+class Platform {
+    struct Foundation;
+    std::unique_ptr<Foundation> m_foundation;
+
+public:
     explicit Platform(MainQueue& queue);
     Platform(const Platform&) = delete;
     Platform& operator=(const Platform&) = delete;

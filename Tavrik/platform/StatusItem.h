@@ -12,11 +12,11 @@ struct MenuItem {
     enum class Kind { action, label, separator };
 
     Kind kind = Kind::action;
-    QString title;
+    QString title = {};
     /// The key of its shortcut while the menu is open ("o"), or empty.
-    QString keyEquivalent;
+    QString keyEquivalent = {};
     /// Run on the main thread when chosen. An item without one is disabled.
-    std::function<void()> action;
+    std::function<void()> action = {};
 };
 
 /// The program's icon in the desktop's status bar. Main thread only.

@@ -22,7 +22,7 @@ public:
     Result<void> start() override {
         if (broken)
             return std::unexpected(Error{"no microphone"});
-        m_file = "%1/take-%2.wav".arg(m_folder).arg(++m_count);
+        m_file = QString("%1/take-%2.wav").arg(m_folder).arg(++m_count);
         QFile file(m_file);
         return file.open(QFile::WriteOnly) ? Result<void>{} : std::unexpected(Error{file.errorString()});
     }
@@ -90,7 +90,7 @@ public:
 class FakePaster : public AbstractPaster {
 public:
     explicit FakePaster(fake::Journal& log) : journal(log) {}
-    void paste(const QString& text) override { journal << "paste [%1]".arg(text); }
+    void paste(const QString& text) override { journal << QString("paste [%1]").arg(text); }
     fake::Journal& journal;
 };
 
@@ -198,8 +198,8 @@ void AppDelegateTest::cycle_data() {
     QTest::addColumn<int>("records");
     QTest::addColumn<int>("files");
 
-    const QString recording = "icon mic.fill, panel, Pop";
-    const QString processing = recording + ", icon hourglass, panel waits, translate";
+    QString recording = "icon mic.fill, panel, Pop";
+    QString processing = recording + ", icon hourglass, panel waits, translate";
     const QString idle = ", icon mic, no panel";
 
     // Idle with every event.
@@ -233,7 +233,8 @@ void AppDelegateTest::cycle_data() {
     QTest::newRow("processing: text")
         << "press release text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
     QTest::newRow("processing: text without sounds")
-        << "quiet press release text" << (processing + idle + ", paste [Hello]").remove(", Pop") << 1 << 0;
+        << "quiet press release text" << QString(processing + idle + ", paste [Hello]").remove(", Pop") << 1
+        << 0;
     QTest::newRow("processing: spaces are text")
         << "press release spaces" << processing + idle + ", paste [  ], Glass" << 1 << 0;
     QTest::newRow("processing: empty")
@@ -339,7 +340,7 @@ void AppDelegateTest::hotKeyFollowsThePreferences() {
     desk.preferences.changed();
     QVERIFY(desk.journal.isEmpty());
 
-    desk.preferences.values["hotkey_keycode"] = 97;
+    desk.preferences.values["hotkey_keycode"] = qlonglong{97};
     desk.preferences.values["hotkey_display"] = "⌥ F6";
     desk.preferences.changed();
     QCOMPARE(desk.journal, (QStringList{"unregister", "register 97 2048"}));
@@ -358,7 +359,7 @@ void AppDelegateTest::hotKeyIsNotReplacedUnderAHold() {
     desk.app->applicationDidFinishLaunching();
     desk.play("press");
     desk.journal.clear();
-    desk.preferences.values["hotkey_modifiers"] = 4096;
+    desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
     desk.preferences.changed();
     QVERIFY(desk.journal.isEmpty());
     desk.play("cancel");

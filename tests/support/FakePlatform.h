@@ -81,8 +81,9 @@ public:
     struct Held : Registration {
         explicit Held(HotKeys& keys) : owner(keys) {}
         ~Held() override { owner.journal << QStringLiteral("unregister"); }
-        Status status() const override { return owner.answer; }
+        Status status() const override { return given; }
         HotKeys& owner;
+        const Status given = owner.answer;
     };
 
     Journal& journal;

@@ -48,16 +48,20 @@ bool DBusApplicationInstance::forward(const QStringList& urls) {
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return false;
-    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
-                                               urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    auto call =
+        QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
+                                       urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
     if (!urls.isEmpty())
         call << urls;
     call << QVariantMap{};
     call.setAutoStartService(false);
     const auto reply = bus.call(call, QDBus::Block, forwardTimeout);
+    if (reply.type() != QDBusMessage::ErrorMessage)
+        return true;
     // Any other failure comes from a program that is there and does not answer: a second one would not help.
-    return QDBusError(reply).type() != QDBusError::ServiceUnknown &&
-           QDBusError(reply).type() != QDBusError::NameHasNoOwner;
+    const auto error = QDBusError(reply).type();
+    return error != QDBusError::ServiceUnknown && error != QDBusError::Disconnected &&
+           reply.errorName() != QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {
@@ -67,8 +71,9 @@ bool DBusApplicationInstance::claim(Handlers handlers) {
     auto service = std::make_unique<Service>(std::move(handlers));
     // The object first: whoever sees the name may call at once.
     bus.registerObject(objectPath, service.get(), QDBusConnection::ExportAllSlots);
-    const auto reply = bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
-                                                        QDBusConnectionInterface::DontAllowReplacement);
+    const auto reply =
+        bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::DontAllowReplacement);
     if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceNotRegistered) {
         bus.unregisterObject(objectPath);
         return false;
