@@ -141,7 +141,7 @@ class Backend(Process):
     """The stand-in for both services."""
 
     def __init__(self, program, port):
-        super().__init__(program, "--port", str(port))
+        super().__init__(program, "--port", str(port), "--control")
         self.url = self.process.stdout.readline().strip()
         if not self.url.startswith("http://"):
             raise RuntimeError(f"the backend said {self.url!r}")
@@ -156,7 +156,7 @@ class Backend(Process):
         self._control("replies", list(replies))
 
     def requests(self):
-        return self._control("requests")
+        return self._control("requests")["requests"]
 
 
 class Tavrik(Process):
