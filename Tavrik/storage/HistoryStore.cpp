@@ -19,16 +19,16 @@ const QList<Transcription>& HistoryStore::items() const {
     return m_content.records;
 }
 
-void HistoryStore::insertFirst(const Transcription& record) {
+void HistoryStore::insertFirst(Transcription record) {
     waitForContent();
     Q_EMIT aboutToInsert(0, 0);
     m_content.records.prepend(record);
     m_content.words += wordCount(record.text);
-    m_archive.apply([record](QList<Transcription>& records) { records.prepend(record); });
+    m_archive.apply([record = std::move(record)](QList<Transcription>& records) { records.prepend(record); });
     Q_EMIT inserted(0, 0);
 }
 
-void HistoryStore::remove(const QUuid& id) {
+void HistoryStore::remove(QUuid id) {
     waitForContent();
     auto& records = m_content.records;
     bool found = false;

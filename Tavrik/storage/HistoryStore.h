@@ -29,10 +29,10 @@ public:
     const QList<Transcription>& items() const;
 
     /// Puts the record first and saves. The text must be valid UTF-8.
-    void insertFirst(const Transcription& record);
+    void insertFirst(Transcription record);
 
     /// Removes every record with this id and saves.
-    void remove(const QUuid& id);
+    void remove(QUuid id);
 
     /// Words of all texts, separated by Unicode white space.
     qint64 totalWords() const;

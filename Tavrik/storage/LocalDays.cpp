@@ -31,7 +31,10 @@ private:
         const auto date = QDateTime::fromMSecsSinceEpoch(moment, Qt::UTC);
         m_offset = qint64{m_zone.offsetFromUtc(date)} * 1000;
         const auto previous = m_zone.previousTransition(date.addMSecs(1)).atUtc;
-        const auto next = m_zone.nextTransition(date).atUtc;
+        auto next = m_zone.nextTransition(date).atUtc;
+        // At the very moment of the last change in its table, Qt 6.4 overlooks those that follow by rule.
+        if (!next.isValid())
+            next = m_zone.nextTransition(date.addMSecs(1)).atUtc;
         m_from = previous.isValid() ? previous.toMSecsSinceEpoch() : distantPast;
         m_until = next.isValid() ? next.toMSecsSinceEpoch() : distantFuture;
     }
