@@ -28,6 +28,7 @@ function(tavrik_qml name uri)
         RESOURCE_PREFIX /qml
         OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${path}
         NO_PLUGIN
+        DEPENDENCIES QtQuick
         QML_FILES ${ARGN}
     )
     # What the QML compiler writes does not meet our warnings.

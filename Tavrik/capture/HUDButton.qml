@@ -27,7 +27,8 @@ Item {
     // The size at which the symbol's stroke has the weight of bold text of 9.5 points.
     Image {
         anchors.centerIn: parent
-        sourceSize: Qt.size(20, 20)
+        sourceSize.width: 20
+        sourceSize.height: 20
         source: "image://symbols/" + button.symbol + "/" + (button.prominent ? "ff000000" : "e6ffffff")
     }
 

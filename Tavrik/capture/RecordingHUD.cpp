@@ -10,6 +10,7 @@
 #include <QRegion>
 
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 void qml_register_types_Tavrik_Capture();
@@ -24,11 +25,16 @@ namespace {
 constexpr QSize panelSize(200, 62);
 constexpr int distanceFromBottom = 72;
 
+/// Row by row, since a region's own ellipses are not symmetrical.
 QRegion capsule(const QRect& rect) {
-    const int diameter = rect.height();
-    return QRegion(rect.adjusted(diameter / 2, 0, -diameter / 2, 0)) +
-           QRegion(rect.x(), rect.y(), diameter, diameter, QRegion::Ellipse) +
-           QRegion(rect.right() + 1 - diameter, rect.y(), diameter, diameter, QRegion::Ellipse);
+    const double radius = rect.height() / 2.0;
+    QRegion region;
+    for (int row = 0; row < rect.height(); ++row) {
+        const double fromMiddle = row + 0.5 - radius;
+        const int inset = qRound(radius - std::sqrt(radius * radius - fromMiddle * fromMiddle));
+        region += QRect(rect.x() + inset, rect.y() + row, rect.width() - 2 * inset, 1);
+    }
+    return region;
 }
 
 } // namespace

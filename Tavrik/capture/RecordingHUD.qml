@@ -24,19 +24,16 @@ Item {
         id: pill
         x: root.margin
         y: root.margin
-        width: row.width + 14
-        height: row.height + 12
+        width: 7 + cancel.width + 9 + middle.width + 9 + confirm.width + 7
+        height: 6 + cancel.height + 6
         // Without translucency the window itself is cut to the shape.
         radius: root.translucent ? height / 2 : 0
         color: Qt.rgba(0.09, 0.09, 0.10, root.translucent ? 0.94 : 1)
-    }
-
-    Row {
-        id: row
-        anchors.centerIn: pill
-        spacing: 9
 
         HUDButton {
+            id: cancel
+            x: 7
+            y: 6
             symbol: "xmark"
             prominent: false
             toolTip: "Cancel"
@@ -44,6 +41,8 @@ Item {
         }
 
         Item {
+            id: middle
+            x: cancel.x + cancel.width + 9
             width: 84
             height: parent.height
 
@@ -82,6 +81,9 @@ Item {
         }
 
         HUDButton {
+            id: confirm
+            x: middle.x + middle.width + 9
+            y: 6
             symbol: "checkmark"
             prominent: true
             toolTip: "Finish and paste"

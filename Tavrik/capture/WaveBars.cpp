@@ -5,6 +5,7 @@
 #include <QQuickWindow>
 
 #include <algorithm>
+#include <cmath>
 
 namespace tavrik {
 
@@ -14,7 +15,10 @@ constexpr double barWidth = 2.5;
 constexpr double spacing = 3;
 constexpr double fullHeight = 16;
 constexpr double easeMilliseconds = 70;
-constexpr int frameMilliseconds = 16;
+/// Two frames a sample: more cannot be told apart on bars this small, and each costs.
+constexpr int frameMilliseconds = 25;
+/// A difference this small is not drawn. Samples come faster than the easing ends, so it would never quite end.
+constexpr double invisible = 0.002;
 
 const QEasingCurve& easeOut() {
     static const QEasingCurve curve = [] {
@@ -58,8 +62,10 @@ void WaveBars::timerEvent(QTimerEvent* event) {
     const double progress = easeOut().valueForProgress(time);
     QList<double> now(m_levels);
     for (qsizetype i = 0; i < now.size(); ++i) {
-        const double from = m_from.value(i);
-        now[i] = from + (now[i] - from) * progress;
+        const double to = now[i];
+        now[i] += (m_from.value(i) - to) * (1 - progress);
+        if (std::abs(now[i] - to) < invisible)
+            now[i] = to;
     }
     if (now != m_drawn) {
         m_drawn = std::move(now);

@@ -87,6 +87,8 @@ QPalette makePalette(const Colours& colours) {
     palette.setColor(QPalette::ToolTipText, colours.toolTipText);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, colours.disabled);
+    // Styles that engrave disabled text draw its lower edge in this.
+    palette.setColor(QPalette::Disabled, QPalette::Light, colours.base);
     return palette;
 }
 

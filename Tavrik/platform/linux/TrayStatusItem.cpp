@@ -13,26 +13,26 @@ namespace tavrik {
 
 namespace {
 
-/// The symbol in white with a dark rim, since nothing tells whether the panel it stands on is light or dark.
-QPixmap legible(const QString& symbol, int size) {
-    const auto dark = symbolImage(symbol, size, QColor(0, 0, 0, 90));
-    const auto white = symbolImage(symbol, size, Qt::white);
+/// The symbol on a dark tile, since nothing tells whether the bar it stands on is light or dark. A filled symbol, the
+/// one that says "on", is lit.
+QPixmap tile(const QString& symbol, int size) {
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
-    const double rim = size / 24.0;
-    for (int i = 0; i < 8; ++i) {
-        const double angle = i * M_PI / 4;
-        painter.drawImage(QPointF(rim * std::cos(angle), rim * std::sin(angle)), dark);
-    }
-    painter.drawImage(0, 0, white);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0x17, 0x17, 0x1a));
+    painter.drawRoundedRect(pixmap.rect(), size / 4.0, size / 4.0);
+    const int margin = qRound(size * 0.14);
+    const QColor colour = symbol.endsWith(QStringLiteral(".fill")) ? QColor(0xf2, 0xa3, 0x3c) : QColor(Qt::white);
+    painter.drawImage(margin, margin, symbolImage(symbol, size - 2 * margin, colour));
     return pixmap;
 }
 
 QIcon symbolIcon(const QString& symbol) {
     QIcon icon;
     for (const int size : {16, 22, 24, 32, 48, 64})
-        icon.addPixmap(legible(symbol, size));
+        icon.addPixmap(tile(symbol, size));
     return icon;
 }
 

@@ -31,11 +31,18 @@ QTextEdit* makeTextView(const QString& text, int greatestHeight) {
     view->setPlainText(text);
     view->setAccessibleName(text);
 
-    auto& document = *view->document();
-    document.setDocumentMargin(0);
-    document.setTextWidth(widestText);
-    const int width = static_cast<int>(std::ceil(std::min(document.idealWidth(), widestText)));
-    const int height = static_cast<int>(std::ceil(document.size().height()));
+    view->document()->setDocumentMargin(0);
+    view->setCursorWidth(0);
+
+    // Measured in a document of its own: the view lays its own out to its own width, which it does not have yet.
+    QTextDocument measured;
+    measured.setDocumentMargin(0);
+    measured.setDefaultFont(view->font());
+    measured.setDefaultTextOption(view->document()->defaultTextOption());
+    measured.setPlainText(text);
+    measured.setTextWidth(widestText);
+    const int width = static_cast<int>(std::ceil(std::min(measured.idealWidth(), widestText)));
+    const int height = static_cast<int>(std::ceil(measured.size().height()));
     const bool scrolls = height > greatestHeight;
     view->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     view->setFixedSize(width + (scrolls ? view->verticalScrollBar()->sizeHint().width() : 0),
@@ -66,14 +73,15 @@ void MessageBoxAlerts::presentNext() {
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
     box.setWindowModality(Qt::ApplicationModal);
-    // The program has no window the user works in, so nothing else would bring the alert before the others.
+    // On top, since the program has no window the user works in that would bring the alert forward.
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
     box.setAttribute(Qt::WA_QuitOnClose, false);
 
     if (!alert.informativeText.isEmpty()) {
         // The cell of the box's own informative label, which is not made when it has no text.
-        auto* view = makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2);
-        static_cast<QGridLayout*>(box.layout())->addWidget(view, 1, 2);
+        auto* grid = static_cast<QGridLayout*>(box.layout());
+        grid->addWidget(makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2), 1, 2);
+        grid->setVerticalSpacing(12);
     }
 
     QList<QAbstractButton*> buttons;
