@@ -62,7 +62,7 @@ void FileReplacement::write(QByteArrayView bytes) {
 }
 
 bool FileReplacement::commit() {
-    if (!m_good || ::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
+    if (!m_good || ::fdatasync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
         return false;
     ::close(std::exchange(m_file, -1));
     // The file is in place; a folder that cannot be synced only makes that less certain to outlast a power

@@ -1,5 +1,7 @@
 #include "storage/HistoryFile.h"
 
+#include "storage/ByteBlock.h"
+
 #include <simdjson.h>
 
 #include <algorithm>
@@ -18,40 +20,61 @@ namespace chrono = std::chrono;
 namespace json = simdjson::ondemand;
 using Seconds = chrono::sys_seconds;
 
-constexpr std::string_view datePattern = "dddd-dd-ddTdd:dd:ddZ";
-constexpr std::string_view idPattern = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+// Reads digits at fixed places of a text, and remembers whether all of it was as expected.
+class FixedFields {
+public:
+    explicit FixedFields(std::string_view text) : m_text(text) {}
 
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
+    unsigned number(int digits) { return read(digits, 10); }
+    unsigned hex(int digits) { return read(digits, 16); }
+    void expect(char c) { m_good &= m_text[m_at++] == c; }
+    bool good() const { return m_good; }
 
-// 'd' stands for a decimal digit, 'x' for a hexadecimal one, everything else for itself.
-bool matches(std::string_view text, std::string_view pattern) {
-    return std::ranges::equal(text, pattern, [](char c, char expected) {
-        if (expected == 'd')
-            return isDigit(c);
-        if (expected == 'x')
-            return isDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-        return c == expected;
-    });
-}
+private:
+    static constexpr auto digitValues = [] {
+        std::array<unsigned char, 256> values{};
+        values.fill(255);
+        for (unsigned char i = 0; i < 10; ++i)
+            values['0' + i] = i;
+        for (unsigned char i = 0; i < 6; ++i)
+            values['a' + i] = values['A' + i] = 10 + i;
+        return values;
+    }();
 
-std::optional<QDateTime> decodeDate(std::string_view text) {
-    if (!matches(text, datePattern))
-        return std::nullopt;
-    const auto number = [text](size_t first, size_t digits) {
-        int value = 0;
-        for (const char c : text.substr(first, digits))
-            value = value * 10 + (c - '0');
+    unsigned read(int digits, unsigned base) {
+        unsigned value = 0;
+        for (; digits > 0; --digits) {
+            const unsigned digit = digitValues[static_cast<unsigned char>(m_text[m_at++])];
+            m_good &= digit < base;
+            value = value * base + digit;
+        }
         return value;
-    };
-    const chrono::year_month_day day(chrono::year(number(0, 4)),
-                                     chrono::month(static_cast<unsigned>(number(5, 2))),
-                                     chrono::day(static_cast<unsigned>(number(8, 2))));
-    const int hour = number(11, 2);
-    const int minute = number(14, 2);
-    const int second = number(17, 2);
-    if (!day.ok() || hour > 23 || minute > 59 || second > 59)
+    }
+
+    std::string_view m_text;
+    size_t m_at = 0;
+    bool m_good = true;
+};
+
+// yyyy-MM-ddTHH:mm:ssZ
+std::optional<QDateTime> decodeDate(std::string_view text) {
+    if (text.size() != 20)
+        return std::nullopt;
+    FixedFields fields(text);
+    const auto year = static_cast<int>(fields.number(4));
+    fields.expect('-');
+    const auto month = fields.number(2);
+    fields.expect('-');
+    const auto dayOfMonth = fields.number(2);
+    fields.expect('T');
+    const auto hour = fields.number(2);
+    fields.expect(':');
+    const auto minute = fields.number(2);
+    fields.expect(':');
+    const auto second = fields.number(2);
+    fields.expect('Z');
+    const chrono::year_month_day day{chrono::year(year), chrono::month(month), chrono::day(dayOfMonth)};
+    if (!fields.good() || !day.ok() || hour > 23 || minute > 59 || second > 59)
         return std::nullopt;
     const auto moment = Seconds(chrono::sys_days(day)) + chrono::hours(hour) + chrono::minutes(minute) +
                         chrono::seconds(second);
@@ -59,9 +82,21 @@ std::optional<QDateTime> decodeDate(std::string_view text) {
 }
 
 std::optional<QUuid> decodeId(std::string_view text) {
-    if (!matches(text, idPattern))
+    if (text.size() != 36)
         return std::nullopt;
-    return QUuid::fromString(QLatin1StringView(text.data(), static_cast<qsizetype>(text.size())));
+    FixedFields fields(text);
+    QUuid id;
+    id.data1 = fields.hex(8);
+    fields.expect('-');
+    id.data2 = static_cast<ushort>(fields.hex(4));
+    fields.expect('-');
+    id.data3 = static_cast<ushort>(fields.hex(4));
+    for (int i = 0; i < 8; ++i) {
+        if (i == 0 || i == 2)
+            fields.expect('-');
+        id.data4[i] = static_cast<uchar>(fields.hex(2));
+    }
+    return fields.good() ? std::optional(id) : std::nullopt;
 }
 
 // The text without its quotes. What has no escapes needs no unescaping: it is taken from the document as it
@@ -255,9 +290,27 @@ private:
 
     static bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
 
+    // Whether any byte of the block does.
+    static bool needsEscape(ByteBlock block) {
+        const auto anyBelow = [](ByteBlock bytes, unsigned char limit) {
+            return (bytes - everyByte(limit)) & ~bytes & everyByte(0x80);
+        };
+        return (anyBelow(block, 0x20) | anyBelow(block ^ everyByte('"'), 1) |
+                anyBelow(block ^ everyByte('\\'), 1)) != 0;
+    }
+
+    static size_t plainBytes(std::string_view bytes) {
+        size_t plain = 0;
+        while (bytes.size() - plain >= byteBlockSize && !needsEscape(blockAt(bytes.data() + plain)))
+            plain += byteBlockSize;
+        while (plain < bytes.size() && !needsEscape(bytes[plain]))
+            ++plain;
+        return plain;
+    }
+
     void addEscaped(std::string_view bytes) {
         while (!bytes.empty()) {
-            const auto plain = static_cast<size_t>(std::ranges::find_if(bytes, needsEscape) - bytes.begin());
+            const auto plain = plainBytes(bytes);
             add(bytes.substr(0, plain));
             if (plain == bytes.size())
                 return;

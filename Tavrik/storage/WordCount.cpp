@@ -1,29 +1,24 @@
 #include "storage/WordCount.h"
 
+#include "storage/ByteBlock.h"
+
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <bit>
-#include <cstring>
 
 namespace tavrik {
 
 namespace {
 
-using Block = quint64;
-constexpr qsizetype blockSize = sizeof(Block);
-
-constexpr Block everyByte(unsigned char value) {
-    return ~Block{0} / 255 * value;
-}
-
 // The top bit of every byte that is an ASCII white space, of a block of ASCII only.
-Block whiteSpace(Block block) {
-    constexpr Block top = everyByte(0x80);
+ByteBlock whiteSpace(ByteBlock block) {
+    static_assert(std::endian::native == std::endian::little, "the first byte must be the lowest");
+    constexpr ByteBlock top = everyByte(0x80);
     // No addition carries from one byte to the next, since the bytes are below 0x80.
-    const Block atLeastTab = block + everyByte(0x80 - '\t');
-    const Block pastReturn = block + everyByte(0x80 - ('\r' + 1));
-    const Block other = (block ^ everyByte(' ')) + everyByte(0x7f);
+    const ByteBlock atLeastTab = block + everyByte(0x80 - '\t');
+    const ByteBlock pastReturn = block + everyByte(0x80 - ('\r' + 1));
+    const ByteBlock other = (block ^ everyByte(' ')) + everyByte(0x7f);
     return ((atLeastTab & ~pastReturn) | ~other) & top;
 }
 
@@ -36,18 +31,15 @@ qsizetype wordCount(QByteArrayView text) {
     const qsizetype size = text.size();
     qsizetype at = 0;
     while (at < size) {
-        if (size - at >= blockSize) {
-            Block block = 0;
-            std::memcpy(&block, bytes + at, sizeof block);
-            if constexpr (std::endian::native == std::endian::big)
-                block = __builtin_bswap64(block);
+        if (size - at >= byteBlockSize) {
+            const ByteBlock block = blockAt(bytes + at);
             if ((block & everyByte(0x80)) == 0) {
                 // A word begins where something else follows a white space.
-                const Block space = whiteSpace(block) >> 7;
-                const Block before = space << 8 | (inWord ? 0 : 1);
+                const ByteBlock space = whiteSpace(block) >> 7;
+                const ByteBlock before = space << 8 | (inWord ? 0 : 1);
                 words += std::popcount((space ^ everyByte(1)) & before);
                 inWord = (space >> 56) == 0;
-                at += blockSize;
+                at += byteBlockSize;
                 continue;
             }
         }

@@ -1,0 +1,184 @@
+// Loading and saving a long history beside what the disk and the processor need for the same bytes, and what
+// the main thread pays. Saves go to a temporary folder: set TMPDIR to the disk that is meant.  history
+// [rounds]
+
+#include "Measure.h"
+#include "base/PrivateFiles.h"
+#include "storage/HistoryArchive.h"
+#include "storage/HistoryFile.h"
+#include "storage/HistoryStore.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QTimeZone>
+
+#include <fcntl.h>
+#include <simdjson.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <ctime>
+#include <random>
+#include <semaphore>
+
+using namespace tavrik;
+using namespace tavrik::bench;
+
+namespace {
+
+constexpr qint64 anySize = qint64{1} << 32;
+
+// Sentences of everyday length over some years, newest first.
+QList<Transcription> someHistory(int count) {
+    static constexpr const char* words[]{"the",    "report",   "is",      "ready",  "and",      "wir",
+                                         "können", "tomorrow", "meeting", "please", "schedule", "around",
+                                         "noon",   "a",        "then,",   "Straße"};
+    std::mt19937 random(1);
+    QList<Transcription> records;
+    records.reserve(count);
+    auto date = QDateTime(QDate(2026, 7, 1), QTime(12, 0), Qt::UTC);
+    for (int i = 0; i < count; ++i) {
+        date = date.addSecs(-60 - qint64(random() % 5000));
+        QByteArray text;
+        for (auto left = 8 + random() % 48; left > 0; --left)
+            text.append(words[random() % std::size(words)]).append(left > 1 ? " " : ".");
+        records.append({QUuid::createUuid(), date, text, double(random() % 300'000) / 10'000});
+    }
+    return records;
+}
+
+Transcription newRecord() {
+    return {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), "one more sentence for the history", 2.5};
+}
+
+QByteArray document(const QList<Transcription>& records) {
+    QByteArray bytes;
+    encodeHistory(records, [&bytes](QByteArrayView piece) { bytes.append(piece); });
+    return bytes;
+}
+
+void check(bool good, const char* what) {
+    if (good)
+        return;
+    std::fprintf(stderr, "history: %s failed\n", what);
+    std::exit(1);
+}
+
+// The least that keeps a file whole: its bytes in one write, synced, renamed.
+void writeSynced(const QByteArray& bytes, const QString& folder) {
+    const auto temporary = QFile::encodeName(folder + "/floor.new");
+    const auto path = QFile::encodeName(folder + "/floor");
+    const int file = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    check(::write(file, bytes.constData(), size_t(bytes.size())) == bytes.size(), "write");
+    check(::fdatasync(file) == 0, "fdatasync");
+    ::close(file);
+    check(::rename(temporary.constData(), path.constData()) == 0, "rename");
+}
+
+// From the change to the moment the archive's thread is free again, everything on disk.
+double saveAfterAdd(HistoryArchive& archive) {
+    std::binary_semaphore begun(0);
+    std::binary_semaphore saved(0);
+    Clock::time_point end;
+    const auto start = Clock::now();
+    archive.apply([&begun, record = newRecord()](QList<Transcription>& records) {
+        records.prepend(record);
+        begun.release();
+    });
+    begun.acquire();
+    archive.apply([&](QList<Transcription>&) {
+        end = Clock::now();
+        saved.release();
+    });
+    saved.acquire();
+    return milliseconds(end - start);
+}
+
+void benchSave(int count, int rounds) {
+    const QTemporaryDir folder;
+    const auto bytes = document(someHistory(count));
+    writeSynced(bytes, folder.path());
+    check(QFile::rename(folder.filePath("floor"), folder.filePath("history.json")), "preparing");
+    HistoryArchive archive(folder.path());
+    check(archive.takeContent().records.size() == count, "loading");
+    std::vector<double> ours;
+    std::vector<double> floor;
+    for (int i = 0; i < rounds; ++i) {
+        floor.push_back(timed([&] { writeSynced(bytes, folder.path()); }));
+        ours.push_back(saveAfterAdd(archive));
+        // The save of the change that only looked at the clock.
+        saveAfterAdd(archive);
+    }
+    std::printf("save after an add, %d records, %.1f MB: %.1f ms (floor %.1f ms, ratio %.2f; goal 1.8)\n",
+                count, double(bytes.size()) / 1e6, median(ours), median(floor), median(ours) / median(floor));
+}
+
+void benchLoad(int count, int rounds) {
+    const QTemporaryDir folder;
+    const auto path = folder.filePath("history.json");
+    {
+        QFile file(path);
+        check(file.open(QIODevice::WriteOnly) && file.write(document(someHistory(count))) > 0, "preparing");
+    }
+    std::vector<double> ours;
+    std::vector<double> floor;
+    for (int i = 0; i < rounds; ++i) {
+        floor.push_back(timed([&] {
+            const auto bytes = readRegularFile(path, anySize).value();
+            check(simdjson::validate_utf8(bytes.constData(), size_t(bytes.size())), "validating");
+        }));
+        std::optional<QList<Transcription>> records;
+        ours.push_back(timed([&] { records = readRegularFile(path, anySize).and_then(decodeHistory); }));
+        check(records && records->size() == count, "decoding");
+    }
+    std::printf("load and validate, %d records: %.2f ms (floor %.2f ms, ratio %.2f; goal 4.5)\n", count,
+                median(ours), median(floor), median(ours) / median(floor));
+}
+
+// While the history is being saved over and over, as after every dictation.
+void benchMainThread(int count, int rounds) {
+    const QTemporaryDir folder;
+    {
+        QFile file(folder.filePath("history.json"));
+        check(file.open(QIODevice::WriteOnly) && file.write(document(someHistory(count))) > 0, "preparing");
+    }
+    qputenv("TZ", "Europe/Berlin");
+    tzset();
+    HistoryStore store(folder.path());
+    check(store.items().size() == count, "loading");
+    std::vector<double> insertion;
+    std::vector<double> words;
+    std::vector<double> rate;
+    std::vector<double> days;
+    qint64 used = 0;
+    for (int i = 0; i < rounds; ++i) {
+        const auto record = newRecord();
+        insertion.push_back(timed([&] { store.insertFirst(record); }));
+        words.push_back(timed([&] { check(store.totalWords() > count, "counting words"); }));
+        rate.push_back(timed([&] { check(store.wordsPerMinute() > 0, "words per minute"); }));
+        days.push_back(timed([&] { used = store.daysUsed(); }));
+        QThread::msleep(10);
+    }
+    const double all = median(words) + median(rate) + median(days);
+    std::printf("the three figures after a change, %d records on %lld days: %.2f ms (words %.3f, rate %.2f, "
+                "days %.2f; "
+                "goal 2)\n",
+                count, used, all, median(words), median(rate), median(days));
+    std::printf("main thread's share of an add, %d records: %.3f ms (worst of %d: %.2f ms)\n", count,
+                median(insertion), rounds, std::ranges::max(insertion));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    const QCoreApplication application(argc, argv);
+    const auto arguments = QCoreApplication::arguments();
+    const int rounds = std::max(9, arguments.value(1, QStringLiteral("15")).toInt());
+    for (const int count : {10'000, 100'000})
+        benchSave(count, rounds);
+    for (const int count : {10'000, 100'000})
+        benchLoad(count, rounds);
+    benchMainThread(100'000, 2 * rounds);
+}
