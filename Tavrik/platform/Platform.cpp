@@ -16,6 +16,7 @@
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
 #include "platform/x11/X11PasteKeys.h"
+#include "platform/x11/XEmbedTray.h"
 
 namespace tavrik {
 
@@ -44,7 +45,7 @@ Platform::Platform(MainQueue& queue)
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
-      statusItem(std::make_unique<TrayStatusItem>()) {
+      statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)) {
     auto ours = std::make_unique<QtClipboard>();
     pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard,
                                                [clipboard = ours.get()] { clipboard->offerAsSelection(); });

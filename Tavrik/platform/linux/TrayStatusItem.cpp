@@ -3,18 +3,34 @@
 #include "resources/Symbol.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <chrono>
+#include <utility>
 
 namespace tavrik {
 
+using namespace std::chrono_literals;
+
 namespace {
 
-/// The symbol on a dark tile, since nothing tells whether the bar it stands on is light or dark. A filled symbol, the
-/// one that says "on", is lit.
+const auto watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto watcherPath = QStringLiteral("/StatusNotifierWatcher");
+/// A bar of the old kind does not tell when it comes; a minute is more than a session takes to start.
+constexpr int mostLooks = 120;
+constexpr auto timeBetweenLooks = 500ms;
+
+/// The symbol on a dark tile, since nothing tells whether the bar it stands on is light or dark. A filled
+/// symbol, the one that says "on", is lit.
 QPixmap tile(const QString& symbol, int size) {
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
@@ -24,7 +40,8 @@ QPixmap tile(const QString& symbol, int size) {
     painter.setBrush(QColor(0x17, 0x17, 0x1a));
     painter.drawRoundedRect(pixmap.rect(), size / 4.0, size / 4.0);
     const int margin = qRound(size * 0.14);
-    const QColor colour = symbol.endsWith(QStringLiteral(".fill")) ? QColor(0xf2, 0xa3, 0x3c) : QColor(Qt::white);
+    const QColor colour =
+        symbol.endsWith(QStringLiteral(".fill")) ? QColor(0xf2, 0xa3, 0x3c) : QColor(Qt::white);
     painter.drawImage(margin, margin, symbolImage(symbol, size - 2 * margin, colour));
     return pixmap;
 }
@@ -38,16 +55,16 @@ QIcon symbolIcon(const QString& symbol) {
 
 } // namespace
 
-TrayStatusItem::TrayStatusItem() {
+TrayStatusItem::TrayStatusItem(std::function<bool()> hasXEmbedTray)
+    : m_hasXEmbedTray(std::move(hasXEmbedTray)), m_looksLeft(mostLooks) {
     m_menu.installEventFilter(this);
-    // An icon made while no watcher ran stays with the old protocol: make it anew for the new one.
-    auto* watcher = new QDBusServiceWatcher(QStringLiteral("org.kde.StatusNotifierWatcher"),
-                                            QDBusConnection::sessionBus(),
-                                            QDBusServiceWatcher::WatchForRegistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] {
-        if (m_icon)
-            makeIcon();
-    });
+    auto bus = QDBusConnection::sessionBus();
+    const auto* watcher =
+        new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayStatusItem::lookForBar);
+    bus.connect({}, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
+                SLOT(lookForBar()));
+    lookForBar();
 }
 
 TrayStatusItem::~TrayStatusItem() = default;
@@ -55,16 +72,12 @@ TrayStatusItem::~TrayStatusItem() = default;
 void TrayStatusItem::setImage(const QString& symbol, const QString& description) {
     m_symbol = symbol;
     m_description = description;
-    if (m_icon)
-        updateIcon();
-    else
-        makeIcon();
+    updateIcon();
 }
 
 void TrayStatusItem::setNote(const QString& note) {
     m_note = note;
-    if (m_icon)
-        updateIcon();
+    updateIcon();
 }
 
 void TrayStatusItem::setMenu(const QList<MenuItem>& items) {
@@ -99,21 +112,46 @@ bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event) {
     return QObject::eventFilter(watched, event);
 }
 
+/// Qt decides once, at its first icon, which kind of bar there is. At the start of a session ours may come
+/// before either, so the first icon waits for one.
+void TrayStatusItem::lookForBar() {
+    auto ask = QDBusMessage::createMethodCall(watcherService, watcherPath,
+                                              QStringLiteral("org.freedesktop.DBus.Properties"),
+                                              QStringLiteral("Get"));
+    ask.setArguments({watcherService, QStringLiteral("IsStatusNotifierHostRegistered")});
+    // Asking must not start a watcher.
+    ask.setAutoStartService(false);
+    auto* call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(ask), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        if (m_icon)
+            return;
+        const QDBusPendingReply<QDBusVariant> hasHost(*call);
+        if ((hasHost.isValid() && hasHost.value().variant().toBool()) || m_hasXEmbedTray())
+            makeIcon();
+        else if (--m_looksLeft > 0)
+            QTimer::singleShot(timeBetweenLooks, this, &TrayStatusItem::lookForBar);
+    });
+}
+
 void TrayStatusItem::makeIcon() {
     m_icon = std::make_unique<QSystemTrayIcon>();
     m_icon->setContextMenu(&m_menu);
     connect(m_icon.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
+                // Any click opens the menu, not only the one for menus.
                 if (reason == QSystemTrayIcon::Trigger)
                     m_menu.popup(QCursor::pos());
             });
     updateIcon();
-    m_icon->show();
 }
 
 void TrayStatusItem::updateIcon() {
+    if (!m_icon || m_symbol.isEmpty())
+        return;
     m_icon->setIcon(symbolIcon(m_symbol));
     m_icon->setToolTip(m_note.isEmpty() ? m_description : m_description + u'\n' + m_note);
+    m_icon->show();
 }
 
 } // namespace tavrik

@@ -16,7 +16,8 @@ class TrayStatusItem : public QObject, public StatusItem {
     Q_OBJECT
 
 public:
-    TrayStatusItem();
+    /// `hasXEmbedTray` tells whether a bar of the old kind is there.
+    explicit TrayStatusItem(std::function<bool()> hasXEmbedTray);
     ~TrayStatusItem() override;
 
     void setImage(const QString& symbol, const QString& description) override;
@@ -26,6 +27,9 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+private Q_SLOTS:
+    void lookForBar();
+
 private:
     void makeIcon();
     void updateIcon();
@@ -34,6 +38,8 @@ private:
     QString m_description;
     QString m_note;
     QMenu m_menu;
+    std::function<bool()> m_hasXEmbedTray;
+    int m_looksLeft;
     std::unique_ptr<QSystemTrayIcon> m_icon;
 };
 

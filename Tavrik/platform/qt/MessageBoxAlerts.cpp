@@ -34,7 +34,8 @@ QTextEdit* makeTextView(const QString& text, int greatestHeight) {
     view->document()->setDocumentMargin(0);
     view->setCursorWidth(0);
 
-    // Measured in a document of its own: the view lays its own out to its own width, which it does not have yet.
+    // Measured in a document of its own: the view lays its own out to its own width, which it does not have
+    // yet.
     QTextDocument measured;
     measured.setDocumentMargin(0);
     measured.setDefaultFont(view->font());
@@ -80,7 +81,8 @@ void MessageBoxAlerts::presentNext() {
     if (!alert.informativeText.isEmpty()) {
         // The cell of the box's own informative label, which is not made when it has no text.
         auto* grid = static_cast<QGridLayout*>(box.layout());
-        grid->addWidget(makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2), 1, 2);
+        grid->addWidget(makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2), 1,
+                        2);
         grid->setVerticalSpacing(12);
     }
 

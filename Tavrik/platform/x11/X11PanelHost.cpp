@@ -1,6 +1,7 @@
 #include "platform/x11/X11PanelHost.h"
 
 #include "platform/x11/Struts.h"
+#include "platform/x11/Xcb.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -11,24 +12,12 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <string_view>
 #include <vector>
 
 namespace tavrik {
 
 namespace {
-
-template<class T>
-using Reply = std::unique_ptr<T, decltype([](T* reply) { std::free(reply); })>;
-
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data());
-    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
 
 xcb_get_property_cookie_t request(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property,
                                   xcb_atom_t type) {
@@ -38,7 +27,7 @@ xcb_get_property_cookie_t request(xcb_connection_t* connection, xcb_window_t win
 
 /// The property's 32-bit values; none if it is not there or of another kind.
 std::vector<uint32_t> values(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
-    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
+    const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32)
         return {};
     std::vector<uint32_t> result(reply->value_len);
@@ -54,12 +43,12 @@ QRect nativeGeometry(const QScreen& screen) {
 } // namespace
 
 X11PanelHost::X11PanelHost()
-    : m_connection(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()),
+    : m_connection(applicationConnection()),
       m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
-      m_compositor(atom(m_connection, "_NET_WM_CM_S0")),
-      m_activeWindow(atom(m_connection, "_NET_ACTIVE_WINDOW")),
-      m_clientList(atom(m_connection, "_NET_CLIENT_LIST")),
-      m_strutPartial(atom(m_connection, "_NET_WM_STRUT_PARTIAL")) {}
+      m_compositor(xcbAtom(m_connection, "_NET_WM_CM_S0")),
+      m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
+      m_clientList(xcbAtom(m_connection, "_NET_CLIENT_LIST")),
+      m_strutPartial(xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL")) {}
 
 void X11PanelHost::adopt(QWindow& window) {
     // Without the bypass it would stand in task bars and below full-screen windows.
@@ -93,10 +82,7 @@ void X11PanelHost::setClickableArea(QWindow& window, const QRegion& area) {
 }
 
 bool X11PanelHost::isTranslucent() const {
-    const auto cookie = xcb_get_selection_owner(m_connection, m_compositor);
-    const Reply<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(m_connection, cookie, nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
+    return hasOwner(m_connection, m_compositor);
 }
 
 /// The screen that holds the middle of the active window, or of what has the keyboard focus; else the
@@ -105,7 +91,7 @@ QScreen* X11PanelHost::typingScreen() const {
     const auto activeCookie = request(m_connection, m_root, m_activeWindow, XCB_ATOM_WINDOW);
     const auto focusCookie = xcb_get_input_focus(m_connection);
     const auto active = values(m_connection, activeCookie);
-    const Reply<xcb_get_input_focus_reply_t> focus(
+    const XcbPointer<xcb_get_input_focus_reply_t> focus(
         xcb_get_input_focus_reply(m_connection, focusCookie, nullptr));
     xcb_window_t window = active.empty() ? xcb_window_t{XCB_WINDOW_NONE} : active.front();
     if (window == XCB_WINDOW_NONE && focus)
@@ -115,8 +101,9 @@ QScreen* X11PanelHost::typingScreen() const {
     if (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != m_root) {
         const auto sizeCookie = xcb_get_geometry(m_connection, window);
         const auto placeCookie = xcb_translate_coordinates(m_connection, window, m_root, 0, 0);
-        const Reply<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(m_connection, sizeCookie, nullptr));
-        const Reply<xcb_translate_coordinates_reply_t> place(
+        const XcbPointer<xcb_get_geometry_reply_t> size(
+            xcb_get_geometry_reply(m_connection, sizeCookie, nullptr));
+        const XcbPointer<xcb_translate_coordinates_reply_t> place(
             xcb_translate_coordinates_reply(m_connection, placeCookie, nullptr));
         if (size && place) {
             const QPoint middle(place->dst_x + size->width / 2, place->dst_y + size->height / 2);
@@ -136,7 +123,8 @@ QScreen* X11PanelHost::typingScreen() const {
 QRect X11PanelHost::withoutDocks(const QScreen& screen) const {
     const auto rootCookie = xcb_get_geometry(m_connection, m_root);
     const auto windows = values(m_connection, request(m_connection, m_root, m_clientList, XCB_ATOM_WINDOW));
-    const Reply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(m_connection, rootCookie, nullptr));
+    const XcbPointer<xcb_get_geometry_reply_t> root(
+        xcb_get_geometry_reply(m_connection, rootCookie, nullptr));
     if (!root)
         return nativeGeometry(screen);
 

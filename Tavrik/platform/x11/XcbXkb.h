@@ -1,21 +1,8 @@
 #pragma once
 
+#include "platform/x11/Xcb.h"
+
 // The XKB header names a structure's member "explicit".
-#define explicit explicitComponents
+#define explicit explicitComponents // NOLINT(clang-diagnostic-keyword-macro)
 #include <xcb/xkb.h>
 #undef explicit
-
-#include <cstdlib>
-#include <memory>
-
-namespace tavrik {
-
-struct FreeDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
-/// What xcb hands out: replies, events and errors.
-template<class T>
-using XcbPointer = std::unique_ptr<T, FreeDeleter>;
-
-} // namespace tavrik

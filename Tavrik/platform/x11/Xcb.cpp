@@ -1,0 +1,27 @@
+#include "platform/x11/Xcb.h"
+
+#include <QGuiApplication>
+
+#include <cstring>
+
+namespace tavrik {
+
+xcb_connection_t* applicationConnection() {
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t xcbAtom(xcb_connection_t* connection, const char* name) {
+    const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name);
+    const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection) {
+    const auto cookie = xcb_get_selection_owner(connection, selection);
+    const XcbPointer<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection, cookie, nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+} // namespace tavrik

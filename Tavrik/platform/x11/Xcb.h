@@ -1,0 +1,23 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace tavrik {
+
+/// What xcb hands out: replies, events and errors.
+template<class T>
+using XcbPointer = std::unique_ptr<T, decltype([](T* reply) { std::free(reply); })>;
+
+/// The connection the application's own windows use. Null where that is not X11.
+xcb_connection_t* applicationConnection();
+
+/// The atom of that name.
+xcb_atom_t xcbAtom(xcb_connection_t* connection, const char* name);
+
+/// Whether some client owns the selection.
+bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection);
+
+} // namespace tavrik
