@@ -5,7 +5,6 @@
 #include <QTest>
 
 #include <memory>
-#include <optional>
 
 using namespace tavrik;
 
@@ -33,12 +32,12 @@ private:
 
     MainQueue m_queue;
     QStringList m_log;
-    std::optional<fake::HotKeys> m_backend;
+    std::unique_ptr<fake::HotKeys> m_backend;
 };
 
 void TestHotKey::init() {
     m_log.clear();
-    m_backend.emplace(m_log);
+    m_backend = std::make_unique<fake::HotKeys>(m_log);
 }
 
 void TestHotKey::callbacksRunOnTheQueueInOrder() {

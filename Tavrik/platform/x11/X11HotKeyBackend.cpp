@@ -89,7 +89,7 @@ private:
     }
 
     void ungrab() {
-        if (m_status == HotKeyBackend::Status::registered)
+        if (m_combination && m_status == HotKeyBackend::Status::registered)
             m_keyboard.ungrab(m_combination->keycode, m_combination->grabMasks());
     }
 

@@ -53,10 +53,10 @@ X11Keyboard::X11Keyboard() : m_connection(xcb_connect(nullptr, nullptr)) {
     m_keymap = X11Keymap::fetch(connection);
 
     m_notifier = new QSocketNotifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, &X11Keyboard::drain);
+    connect(m_notifier, &QSocketNotifier::activated, this, [this] { drain(true); });
     // Waiting for a reply also reads the events before it, and the socket is silent about those afterwards.
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
-            &X11Keyboard::drain);
+            [this] { drain(false); });
 }
 
 bool X11Keyboard::canSynthesise() const {
@@ -149,12 +149,13 @@ void X11Keyboard::selectXkbEvents(quint16 events, bool on) {
                           on ? events : 0, mapParts, on ? mapParts : 0, nullptr);
 }
 
-void X11Keyboard::drain() {
+void X11Keyboard::drain(bool readSocket) {
+    const auto next = readSocket ? xcb_poll_for_event : xcb_poll_for_queued_event;
     auto* connection = m_connection.get();
     bool keymapStale = false;
     do {
         keymapStale = false;
-        while (const XcbPointer<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+        while (const XcbPointer<xcb_generic_event_t> event{next(connection)}) {
             const auto type = event->response_type & 0x7f;
             const auto* key = reinterpret_cast<const xcb_key_press_event_t*>(event.get());
             if (type == XCB_KEY_PRESS)

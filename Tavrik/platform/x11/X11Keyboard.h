@@ -67,7 +67,7 @@ Q_SIGNALS:
 
 private:
     void selectXkbEvents(quint16 events, bool on);
-    void drain();
+    void drain(bool readSocket);
 
     struct Disconnect {
         void operator()(xcb_connection_t* connection) const;

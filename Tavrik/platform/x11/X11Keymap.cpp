@@ -44,7 +44,7 @@ X11Keymap X11Keymap::fetch(xcb_connection_t* connection) {
     size_t keycode = reply->firstKeySym;
     for (auto it = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map); it.rem > 0;
          xcb_xkb_key_sym_map_next(&it), ++keycode) {
-        if (it.data->nSyms == 0)
+        if ((it.data->groupInfo & 0x0f) == 0 || it.data->nSyms == 0)
             continue;
         const auto* keysyms = xcb_xkb_key_sym_map_syms(it.data);
         for (size_t group = 0; group < groupCount; ++group)
