@@ -17,8 +17,9 @@ public:
     /// Opens the connection that the next translate() will use, so that its request leaves at once.
     virtual void prepare() = 0;
 
-    /// Sends the file and delivers the text, trimmed and possibly empty. Completes on the main thread: before it
-    /// returns when nothing is sent (an unreadable file, nobody signed in and no key), else through the main queue.
+    /// Sends the file and delivers the text, trimmed and possibly empty. Completes on the main thread: before
+    /// it returns when nothing is sent (an unreadable file, nobody signed in and no key), else through the
+    /// main queue.
     virtual void translate(const QString& audioFile, Completion<QString> completion) = 0;
 };
 

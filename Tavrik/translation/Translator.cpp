@@ -1,0 +1,106 @@
+#include "translation/Translator.h"
+
+#include "account/Account.h"
+#include "base/HttpClient.h"
+#include "base/MainQueue.h"
+#include "storage/Settings.h"
+#include "translation/Replies.h"
+#include "translation/RequestBody.h"
+#include "translation/TranslatorError.h"
+
+#include <QFile>
+#include <QPointer>
+
+#include <utility>
+
+namespace tavrik {
+
+namespace {
+
+constexpr std::chrono::seconds timeout{60};
+
+/// Hands what `read` finds in the response on to the completion.
+Completion<HttpResponse> reading(Result<QString> (*read)(const HttpResponse&),
+                                 Completion<QString> completion) {
+    return [read, completion = std::move(completion)](const Result<HttpResponse>& response) mutable {
+        completion(response ? read(*response) : std::unexpected(response.error()));
+    };
+}
+
+} // namespace
+
+Translator::Translator(Account& account, Settings& settings, HttpClient& http, MainQueue& queue,
+                       Supabase backend, QUrl openRouterEndpoint)
+    : m_account(account), m_settings(settings), m_http(http), m_queue(queue), m_backend(std::move(backend)),
+      m_openRouterEndpoint(std::move(openRouterEndpoint)) {}
+
+void Translator::prepare() {
+    m_account.whenKnown([self = QPointer<Translator>(this)] {
+        if (!self)
+            return;
+        if (self->m_account.isSignedIn())
+            self->m_http.openConnection(self->m_backend.url);
+        else if (!self->m_settings.openRouterKey().isEmpty())
+            self->m_http.openConnection(self->m_openRouterEndpoint);
+    });
+}
+
+void Translator::translate(const QString& audioFile, Completion<QString> completion) {
+    QFile file(audioFile);
+    QByteArray audio;
+    if (file.open(QIODevice::ReadOnly))
+        audio = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return completion(std::unexpected(Error{file.errorString()}));
+
+    // Shared, since only what can be copied may wait.
+    auto waiting = std::make_shared<Completion<QString>>(std::move(completion));
+    m_account.whenKnown(
+        [self = QPointer<Translator>(this), audio, language = m_settings.targetLanguage(), waiting] {
+            if (self)
+                self->route(audio, language, std::move(*waiting));
+        });
+}
+
+void Translator::route(const QByteArray& audio, const QString& language, Completion<QString> completion) {
+    if (!m_account.isSignedIn()) {
+        if (m_settings.openRouterKey().isEmpty())
+            return completion(std::unexpected(TranslatorError::notSignedIn()));
+        return callOpenRouter(audio, language, std::move(completion));
+    }
+    m_account.withValidAccessToken([self = QPointer<Translator>(this), audio, language,
+                                    completion = std::move(completion)](Result<QString> token) mutable {
+        if (!self)
+            return;
+        if (token)
+            return self->callEdgeFunction(audio, language, *token, std::move(completion));
+        self->m_queue.post([completion = std::move(completion), error = token.error()]() mutable {
+            completion(std::unexpected(std::move(error)));
+        });
+    });
+}
+
+void Translator::callEdgeFunction(const QByteArray& audio, const QString& language, const QString& token,
+                                  Completion<QString> completion) {
+    auto headers = m_backend.headers(token);
+    headers.append({"Content-Type", "application/json"});
+    m_http.send({.method = "POST",
+                 .url = m_backend.endpoint(QStringLiteral("functions/v1/translate")),
+                 .headers = std::move(headers),
+                 .body = translateBody(audio, language),
+                 .timeout = timeout},
+                reading(&readBackendReply, std::move(completion)));
+}
+
+void Translator::callOpenRouter(const QByteArray& audio, const QString& language,
+                                Completion<QString> completion) {
+    m_http.send({.method = "POST",
+                 .url = m_openRouterEndpoint,
+                 .headers = {{"Authorization", "Bearer " + m_settings.openRouterKey().toUtf8()},
+                             {"Content-Type", "application/json"}},
+                 .body = chatBody(audio, language, m_settings.model()),
+                 .timeout = timeout},
+                reading(&readOpenRouterReply, std::move(completion)));
+}
+
+} // namespace tavrik
