@@ -1,0 +1,310 @@
+#include "window/TranscriptionModel.h"
+
+#include "base/MainQueue.h"
+#include "platform/Clipboard.h"
+#include "storage/HistoryStore.h"
+#include "window/DayClock.h"
+#include "window/UserFormats.h"
+
+#include <QPointer>
+
+#include <algorithm>
+#include <limits>
+
+using namespace std::chrono_literals;
+
+namespace tavrik {
+
+namespace {
+
+constexpr auto copyConfirmation = 1200ms;
+/// Short enough for a frame to be drawn in time beside it.
+constexpr auto indexingSlice = 4ms;
+constexpr auto removedRecord = std::numeric_limits<quint32>::max();
+
+} // namespace
+
+TranscriptionModel::TranscriptionModel(Scope scope, SearchFold fold, Collaborators with, QObject* parent)
+    : QAbstractListModel(parent), m_scope(scope), m_fold(fold), m_with(with), m_index(fold) {
+    m_indexing.setInterval(0ms);
+    connect(&m_indexing, &QTimer::timeout, this, [this] { growIndex(QDeadlineTimer(indexingSlice)); });
+    connect(&m_with.store, &HistoryStore::inserted, this, &TranscriptionModel::storeInserted);
+    connect(&m_with.store, &HistoryStore::removed, this, &TranscriptionModel::storeRemoved);
+    connect(&m_with.clock, &DayClock::changed, this, &TranscriptionModel::rebuild);
+    rebuild();
+}
+
+QString TranscriptionModel::query() const {
+    return m_query;
+}
+
+void TranscriptionModel::setQuery(const QString& query) {
+    if (query == m_query)
+        return;
+    m_query = query;
+    replaceRows(matchingRows());
+    Q_EMIT queryChanged();
+}
+
+bool TranscriptionModel::isEmpty() const {
+    return m_rows.empty();
+}
+
+void TranscriptionModel::open() {
+    m_open = true;
+    m_indexing.start();
+}
+
+void TranscriptionModel::close() {
+    setQuery({});
+    m_open = false;
+    m_indexing.stop();
+    m_index.clear();
+}
+
+void TranscriptionModel::copy(int row) {
+    const auto* record = recordAt(row);
+    if (!record)
+        return;
+    m_with.clipboard.setText(QString::fromUtf8(record->text));
+    m_copied.insert(record->id);
+    announce(row, row, {copiedRole});
+    m_with.queue.postAfter(copyConfirmation, [self = QPointer(this), id = record->id] {
+        if (self)
+            self->endCopyConfirmation(id);
+    });
+}
+
+void TranscriptionModel::remove(int row) {
+    if (const auto* record = recordAt(row))
+        m_with.store.remove(QUuid(record->id));
+}
+
+int TranscriptionModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+QVariant TranscriptionModel::data(const QModelIndex& index, int role) const {
+    const int row = index.row();
+    const auto* record = recordAt(row);
+    if (!record)
+        return {};
+
+    switch (role) {
+    case textRole:
+        return QString::fromUtf8(record->text);
+    case timeRole:
+        return UserFormats::time(record->date.toLocalTime().time());
+    case dayTitleRole:
+        if (m_scope == Scope::today || !startsDay(row))
+            return QString();
+        return m_with.formats.dayTitle(QDate::fromJulianDay(dayOfRow(row)), m_with.clock.today());
+    case dayCaptionRole:
+        return m_with.formats.caption(data(index, dayTitleRole).toString());
+    case firstOfDayRole:
+        return startsDay(row);
+    case lastOfDayRole:
+        return row + 1 == rowCount() || startsDay(row + 1);
+    case copiedRole:
+        return m_copied.contains(record->id);
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> TranscriptionModel::roleNames() const {
+    return {
+        {textRole, "text"},
+        {timeRole, "time"},
+        {dayTitleRole, "dayTitle"},
+        {dayCaptionRole, "dayCaption"},
+        {firstOfDayRole, "firstOfDay"},
+        {lastOfDayRole, "lastOfDay"},
+        {copiedRole, "copied"},
+    };
+}
+
+void TranscriptionModel::rebuild() {
+    const bool wasEmpty = isEmpty();
+    beginResetModel();
+    const auto count = static_cast<quint32>(m_with.store.items().size());
+    m_days.clear();
+    m_days.reserve(count);
+    m_all.clear();
+    for (quint32 i = 0; i < count; ++i) {
+        m_days.push_back(dayOfRecord(i));
+        if (isShown(i))
+            m_all.push_back(i);
+    }
+    // Only a clock that was set back brings the days of a history out of order.
+    std::ranges::stable_sort(m_all, std::greater(), [this](quint32 record) { return m_days[record]; });
+    m_index.clear();
+    if (m_open)
+        m_indexing.start();
+    m_rows = matchingRows();
+    endResetModel();
+    if (isEmpty() != wasEmpty)
+        Q_EMIT emptyChanged();
+}
+
+void TranscriptionModel::storeInserted(qsizetype first, qsizetype last) {
+    const bool wasEmpty = isEmpty();
+    const auto count = static_cast<quint32>(last - first + 1);
+    for (auto* rows : {&m_all, &m_rows}) {
+        for (auto& record : *rows)
+            record += record >= first ? count : 0;
+    }
+    m_days.insert(m_days.begin() + first, count, 0);
+    for (auto i = first; i <= last; ++i)
+        m_days[static_cast<std::size_t>(i)] = dayOfRecord(i);
+    for (auto i = first; i <= last; ++i) {
+        if (isShown(static_cast<quint32>(i)))
+            insertRow(static_cast<quint32>(i));
+    }
+    if (isEmpty() != wasEmpty)
+        Q_EMIT emptyChanged();
+}
+
+void TranscriptionModel::insertRow(quint32 record) {
+    const auto& text = m_with.store.items().at(record).text;
+    const auto place = m_all.insert(placeIn(m_all, record), record);
+    const auto fromEnd = static_cast<std::size_t>(m_all.end() - place - 1);
+    if (fromEnd <= m_index.size())
+        m_index.insert(fromEnd, text);
+
+    if (!m_query.isEmpty()) {
+        TextIndex alone(m_fold);
+        alone.insert(0, text);
+        if (alone.find(m_query.toUtf8()).empty())
+            return;
+    }
+    const auto at = placeIn(m_rows, record);
+    const auto row = static_cast<int>(at - m_rows.begin());
+    beginInsertRows({}, row, row);
+    m_rows.insert(at, record);
+    endInsertRows();
+    announce(row - 1, row + 1, {dayTitleRole, dayCaptionRole, firstOfDayRole, lastOfDayRole});
+}
+
+void TranscriptionModel::storeRemoved(qsizetype first, qsizetype last) {
+    const bool wasEmpty = isEmpty();
+    const auto count = static_cast<quint32>(last - first + 1);
+    for (auto* rows : {&m_all, &m_rows}) {
+        for (auto& record : *rows) {
+            if (record > last)
+                record -= count;
+            else if (record >= first)
+                record = removedRecord;
+        }
+    }
+    m_days.erase(m_days.begin() + first, m_days.begin() + last + 1);
+    for (auto i = m_all.size(); i-- > 0;) {
+        if (m_all[i] != removedRecord)
+            continue;
+        const auto fromEnd = m_all.size() - 1 - i;
+        if (fromEnd < m_index.size())
+            m_index.remove(fromEnd);
+        m_all.erase(m_all.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+    for (auto row = rowCount() - 1; row >= 0; --row) {
+        if (m_rows[static_cast<std::size_t>(row)] != removedRecord)
+            continue;
+        beginRemoveRows({}, row, row);
+        m_rows.erase(m_rows.begin() + row);
+        endRemoveRows();
+        announce(row - 1, row, {dayTitleRole, dayCaptionRole, firstOfDayRole, lastOfDayRole});
+    }
+    if (isEmpty() != wasEmpty)
+        Q_EMIT emptyChanged();
+}
+
+// Rows are not matched up with what they showed before: those that stay show other records, and the
+// difference in number comes or goes at the end. Thus a keystroke costs as much as what is visible, whatever
+// the history's size.
+void TranscriptionModel::replaceRows(Rows rows) {
+    const bool wasEmpty = isEmpty();
+    const auto before = static_cast<int>(m_rows.size());
+    const auto after = static_cast<int>(rows.size());
+    const auto same = static_cast<int>(std::ranges::mismatch(m_rows, rows).in1 - m_rows.begin());
+    if (after < before) {
+        beginRemoveRows({}, after, before - 1);
+        m_rows = std::move(rows);
+        endRemoveRows();
+    } else if (after > before) {
+        beginInsertRows({}, before, after - 1);
+        m_rows = std::move(rows);
+        endInsertRows();
+    } else {
+        m_rows = std::move(rows);
+    }
+    announce(same - 1, std::min(before, after) - 1, {});
+    if (isEmpty() != wasEmpty)
+        Q_EMIT emptyChanged();
+}
+
+void TranscriptionModel::announce(qsizetype first, qsizetype last, const QList<int>& roles) {
+    const auto from = std::max<qsizetype>(first, 0);
+    const auto to = std::min<qsizetype>(last, rowCount() - 1);
+    if (from <= to)
+        Q_EMIT dataChanged(index(static_cast<int>(from)), index(static_cast<int>(to)), roles);
+}
+
+void TranscriptionModel::endCopyConfirmation(const QUuid& id) {
+    m_copied.remove(id);
+    const auto& items = m_with.store.items();
+    const auto row = std::ranges::find(m_rows, id, [&items](quint32 record) { return items.at(record).id; });
+    if (row != m_rows.end())
+        announce(row - m_rows.begin(), row - m_rows.begin(), {copiedRole});
+}
+
+qint32 TranscriptionModel::dayOfRecord(qsizetype record) const {
+    return static_cast<qint32>(m_with.clock.dayOf(m_with.store.items().at(record).date.toMSecsSinceEpoch()));
+}
+
+bool TranscriptionModel::isShown(quint32 record) const {
+    return m_scope == Scope::all || m_days[record] == m_with.clock.today().toJulianDay();
+}
+
+const Transcription* TranscriptionModel::recordAt(int row) const {
+    if (row < 0 || row >= rowCount() || m_rows[static_cast<std::size_t>(row)] == removedRecord)
+        return nullptr;
+    return &m_with.store.items().at(m_rows[static_cast<std::size_t>(row)]);
+}
+
+qint32 TranscriptionModel::dayOfRow(int row) const {
+    const auto record = m_rows[static_cast<std::size_t>(row)];
+    return record == removedRecord ? 0 : m_days[record];
+}
+
+bool TranscriptionModel::startsDay(int row) const {
+    return row == 0 || dayOfRow(row) != dayOfRow(row - 1);
+}
+
+TranscriptionModel::Rows::iterator TranscriptionModel::placeIn(Rows& rows, quint32 record) const {
+    return std::ranges::lower_bound(rows, record, [this](quint32 a, quint32 b) {
+        return m_days[a] != m_days[b] ? m_days[a] > m_days[b] : a < b;
+    });
+}
+
+TranscriptionModel::Rows TranscriptionModel::matchingRows() {
+    if (m_query.isEmpty())
+        return m_all;
+    growIndex(QDeadlineTimer::Forever);
+    const auto found = m_index.find(m_query.toUtf8());
+    Rows rows;
+    rows.reserve(found.size());
+    for (auto position = found.rbegin(); position != found.rend(); ++position)
+        rows.push_back(m_all[m_all.size() - 1 - *position]);
+    return rows;
+}
+
+void TranscriptionModel::growIndex(QDeadlineTimer until) {
+    while (m_index.size() < m_all.size() && !until.hasExpired()) {
+        const auto next = m_all[m_all.size() - 1 - m_index.size()];
+        m_index.insert(m_index.size(), m_with.store.items().at(next).text);
+    }
+    if (m_index.size() == m_all.size())
+        m_indexing.stop();
+}
+
+} // namespace tavrik

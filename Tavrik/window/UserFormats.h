@@ -1,0 +1,38 @@
+#pragma once
+
+#include "window/UserLocale.h"
+
+#include <QDate>
+#include <QString>
+
+#include <memory>
+
+namespace tavrik {
+
+/// Numbers and days as the user's locale writes them. Main thread only.
+class UserFormats {
+public:
+    explicit UserFormats(UserLocale locale);
+    ~UserFormats();
+
+    /// A whole number in few characters: "950", "1.2K", "3M".
+    QString compact(qint64 number) const;
+
+    /// "Today", "Yesterday", or the date in its abbreviated form.
+    QString dayTitle(QDate day, QDate today) const;
+
+    /// A title as a caption shows it: upper-cased where its script has cases.
+    QString caption(const QString& title) const;
+
+    /// The time of day; the same in every locale.
+    static QString time(QTime time);
+
+private:
+    /// ICU's objects, made when first asked for.
+    struct Formats;
+
+    UserLocale m_locale;
+    std::unique_ptr<Formats> m_formats;
+};
+
+} // namespace tavrik

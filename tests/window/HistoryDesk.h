@@ -1,0 +1,53 @@
+#pragma once
+
+// A history in a folder of its own and everything its pages need, with a clock that the test sets.
+
+#include "base/MainQueue.h"
+#include "platform/Clipboard.h"
+#include "platform/DayWatcher.h"
+#include "storage/HistoryStore.h"
+#include "window/HistoryPages.h"
+
+#include <QTemporaryDir>
+
+namespace tavrik::test {
+
+class HeldClipboard : public Clipboard {
+public:
+    void setText(const QString& text) override { held = text; }
+    QString held;
+};
+
+class CalledDays : public DayWatcher {
+public:
+    void watch(std::function<void()> callback) override { changed = std::move(callback); }
+    std::function<void()> changed;
+};
+
+struct HistoryDesk {
+    QTemporaryDir folder;
+    HistoryStore store{folder.path()};
+    HeldClipboard clipboard;
+    CalledDays days;
+    MainQueue queue;
+    QDateTime now{QDate(2025, 3, 7), QTime(15, 0)};
+    HistoryPages pages{collaborators(days)};
+
+    HistoryPages::Collaborators collaborators(DayWatcher& watcher) {
+        return {.store = store,
+                .clipboard = clipboard,
+                .queue = queue,
+                .days = watcher,
+                .fullUserName = QStringLiteral("Sara Ahmadi"),
+                .locale = {.texts = "en_US", .numbers = "en_US", .dates = "en_US"},
+                .now = [this] {
+                    return now;
+                }};
+    }
+
+    void dictate(const QByteArray& text, const QDateTime& date, double seconds = 1) {
+        store.insertFirst({QUuid::createUuid(), date.toUTC(), text, seconds});
+    }
+};
+
+} // namespace tavrik::test

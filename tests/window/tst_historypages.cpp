@@ -1,0 +1,281 @@
+// What the pages Home and History show of a history, while it and the day change.
+
+#include "HistoryDesk.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+
+using namespace tavrik;
+using namespace tavrik::test;
+
+namespace {
+
+QVariant at(const TranscriptionModel& model, int row, TranscriptionModel::Role role) {
+    return model.data(model.index(row), role);
+}
+
+/// "[title] text, text [title] text": a row's title stands before it, the last row of a day ends with ";".
+QStringList shown(const TranscriptionModel& model) {
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row) {
+        const auto title = at(model, row, TranscriptionModel::dayTitleRole).toString();
+        rows << (title.isEmpty() ? QString() : QStringLiteral("[%1] ").arg(title)) +
+                    at(model, row, TranscriptionModel::textRole).toString() +
+                    (at(model, row, TranscriptionModel::lastOfDayRole).toBool() ? QStringLiteral(";")
+                                                                                : QString());
+    }
+    return rows;
+}
+
+} // namespace
+
+class HistoryPagesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        qputenv("TZ", "Europe/Berlin");
+        ::tzset();
+    }
+
+    void init() { desk = std::make_unique<HistoryDesk>(); }
+
+    void groupsByDay() {
+        const QDate today(2025, 3, 7);
+        desk->dictate("oldest", {today.addDays(-3), QTime(9, 0)});
+        desk->dictate("late", {today.addDays(-1), QTime(23, 50)});
+        desk->dictate("early", {today, QTime(0, 30)});
+        desk->dictate("newest", {today, QTime(14, 0)});
+        QCOMPARE(shown(*desk->pages.all()),
+                 (QStringList{"[Today] newest", "early;", "[Yesterday] late;", "[Mar 4, 2025] oldest;"}));
+        QCOMPARE(shown(*desk->pages.today()), (QStringList{"newest", "early;"}));
+        QCOMPARE(at(*desk->pages.all(), 3, TranscriptionModel::dayCaptionRole).toString(), "MAR 4, 2025");
+        QCOMPARE(at(*desk->pages.all(), 1, TranscriptionModel::timeRole).toString(), "12:30 AM");
+    }
+
+    // A clock that was set back brings a record of an earlier day to the front of the history.
+    void keepsOneGroupPerDay() {
+        const QDate today(2025, 3, 7);
+        desk->dictate("a", {today.addDays(-1), QTime(9, 0)});
+        desk->dictate("b", {today, QTime(9, 0)});
+        desk->dictate("c", {today.addDays(-1), QTime(10, 0)});
+        QCOMPARE(shown(*desk->pages.all()), (QStringList{"[Today] b;", "[Yesterday] c", "a;"}));
+        CalledDays otherDays;
+        HistoryPages anew(desk->collaborators(otherDays));
+        QCOMPARE(shown(*anew.all()), shown(*desk->pages.all()));
+    }
+
+    void searches() {
+        const QDate today(2025, 3, 7);
+        desk->dictate("Hello from yesterday", {today.addDays(-1), QTime(9, 0)});
+        desk->dictate("something else", {today, QTime(9, 0)});
+        desk->dictate("hello there", {today, QTime(10, 0)});
+        auto& all = *desk->pages.all();
+        all.setQuery(QStringLiteral("HELLO"));
+        desk->pages.today()->setQuery(QStringLiteral("HELLO"));
+        QCOMPARE(shown(all), (QStringList{"[Today] hello there;", "[Yesterday] Hello from yesterday;"}));
+        QCOMPARE(shown(*desk->pages.today()), (QStringList{"hello there;"}));
+
+        all.setQuery(QStringLiteral("9:00"));
+        QVERIFY(all.isEmpty());
+        all.setQuery({});
+        QCOMPARE(all.rowCount(), 3);
+    }
+
+    void aClosedPageForgetsItsQuery() {
+        desk->dictate("hello", desk->now);
+        auto& all = *desk->pages.all();
+        all.open();
+        all.setQuery(QStringLiteral("xyz"));
+        all.close();
+        QCOMPARE(all.query(), QString());
+        QCOMPARE(all.rowCount(), 1);
+    }
+
+    void followsTheDay_data() {
+        QTest::addColumn<bool>("byWindow");
+        QTest::newRow("midnight") << false;
+        QTest::newRow("the window is shown") << true;
+    }
+    void followsTheDay() {
+        QFETCH(bool, byWindow);
+        desk->dictate("hello", desk->now);
+        desk->now = desk->now.addDays(1);
+        if (byWindow)
+            desk->pages.aboutToShow();
+        else
+            desk->days.changed();
+        QCOMPARE(shown(*desk->pages.all()), (QStringList{"[Yesterday] hello;"}));
+        QVERIFY(desk->pages.today()->isEmpty());
+    }
+
+    void followsTheTimeZone() {
+        desk->dictate("hello", {QDate(2025, 3, 7), QTime(0, 30)});
+        qputenv("TZ", "America/New_York");
+        ::tzset();
+        desk->days.changed();
+        const auto rows = shown(*desk->pages.all());
+        const auto time = at(*desk->pages.all(), 0, TranscriptionModel::timeRole).toString();
+        initTestCase();
+        QCOMPARE(rows, (QStringList{"[Yesterday] hello;"}));
+        QCOMPARE(time, "6:30 PM");
+    }
+
+    void copies() {
+        desk->dictate("first", desk->now);
+        desk->dictate("<b>second</b>\n", desk->now);
+        auto& today = *desk->pages.today();
+        QSignalSpy changes(&today, &QAbstractItemModel::dataChanged);
+        today.copy(0);
+        QCOMPARE(desk->clipboard.held, "<b>second</b>\n");
+        QVERIFY(at(today, 0, TranscriptionModel::copiedRole).toBool());
+        QVERIFY(!at(today, 1, TranscriptionModel::copiedRole).toBool());
+        // The confirmation belongs to the record, wherever it moves.
+        desk->dictate("third", desk->now);
+        QVERIFY(at(today, 1, TranscriptionModel::copiedRole).toBool());
+        changes.clear();
+        QTRY_VERIFY(!at(today, 1, TranscriptionModel::copiedRole).toBool());
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes.first().first().toModelIndex().row(), 1);
+    }
+
+    void deletes() {
+        desk->dictate("first", desk->now);
+        desk->dictate("second", desk->now);
+        desk->pages.today()->copy(1);
+        desk->pages.today()->remove(1);
+        QCOMPARE(shown(*desk->pages.all()), (QStringList{"[Today] second;"}));
+        QCOMPARE(desk->store.items().size(), 1);
+        desk->pages.today()->remove(1);
+        desk->pages.today()->remove(-1);
+        QCOMPARE(desk->store.items().size(), 1);
+    }
+
+    void figures_data() {
+        QTest::addColumn<int>("words");
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("nothing") << 0 << 0.0 << "0 total words, 0 wpm, 0 days";
+        QTest::newRow("a second or less") << 5 << 0.8 << "5 total words, 0 wpm, 1 day";
+        QTest::newRow("wpm") << 120 << 90.0 << "120 total words, 80 wpm, 1 day";
+        QTest::newRow("compact") << 1234 << 1.0 << "1.2K total words, 0 wpm, 1 day";
+    }
+    void figures() {
+        QFETCH(int, words);
+        QFETCH(double, seconds);
+        QFETCH(QString, expected);
+        if (words)
+            desk->dictate(QByteArray("word ").repeated(words), desk->now.addDays(-5), seconds);
+        const auto& figures = *desk->pages.figures();
+        QCOMPARE(
+            QStringLiteral("%1 total words, %2 wpm, %3 %4")
+                .arg(figures.totalWords(), figures.wordsPerMinute(), figures.daysUsed(), figures.daysLabel()),
+            expected);
+    }
+
+    void firstName_data() {
+        QTest::addColumn<QString>("full");
+        QTest::addColumn<QString>("first");
+        QTest::newRow("two names") << "Sara Ahmadi" << "Sara";
+        QTest::newRow("spaces before it") << "  سارا احمدی" << "سارا";
+        QTest::newRow("one name") << "sara" << "sara";
+        QTest::newRow("none") << "" << "";
+    }
+    void firstName() {
+        QFETCH(QString, full);
+        QFETCH(QString, first);
+        CalledDays otherDays;
+        auto collaborators = desk->collaborators(otherDays);
+        collaborators.fullUserName = full;
+        QCOMPARE(HistoryPages(collaborators).firstName(), first);
+    }
+
+    // Whatever happens in whatever order, the rows are those that come out when everything is computed
+    // afresh, and the changes on the way there were announced as they should be.
+    void staysTrueThroughRandomChanges() {
+        auto& all = *desk->pages.all();
+        auto& today = *desk->pages.today();
+        const QAbstractItemModelTester checkAll(&all, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const QAbstractItemModelTester checkToday(&today,
+                                                  QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QStringList mirror;
+        mirrorRows(all, mirror);
+
+        std::mt19937 random(11);
+        const auto pick = [&random](qsizetype below) {
+            return static_cast<qsizetype>(random() % static_cast<unsigned>(below));
+        };
+        const QStringList queries{
+            {}, QStringLiteral("A"), QStringLiteral("b"), QStringLiteral("ab"), QStringLiteral("z")};
+        for (int step = 0; step < 1500; ++step) {
+            const auto& items = desk->store.items();
+            switch (pick(12)) {
+            case 0:
+                all.setQuery(queries.at(pick(queries.size())));
+                break;
+            case 1:
+                today.setQuery(queries.at(pick(queries.size())));
+                break;
+            case 2:
+                desk->now = desk->now.addDays(pick(4) ? 1 : -1);
+                desk->days.changed();
+                break;
+            case 3:
+                pick(2) ? all.open() : all.close();
+                break;
+            case 4:
+                // The same id twice, as only a file changed by hand can have it.
+                if (!items.isEmpty())
+                    desk->store.insertFirst(Transcription(items.at(pick(items.size()))));
+                break;
+            case 5:
+            case 6:
+            case 7:
+                if (!items.isEmpty())
+                    desk->store.remove(QUuid(items.at(pick(items.size())).id));
+                break;
+            default:
+                desk->dictate(QByteArray(pick(2) ? "a" : "") + (pick(2) ? "B" : "") +
+                                  QByteArray::number(step),
+                              desk->now.addSecs(pick(10) ? step : -86400));
+            }
+            CalledDays otherDays;
+            HistoryPages anew(desk->collaborators(otherDays));
+            anew.all()->setQuery(all.query());
+            anew.today()->setQuery(today.query());
+            QCOMPARE(shown(all), shown(*anew.all()));
+            QCOMPARE(shown(today), shown(*anew.today()));
+            QCOMPARE(mirror, shown(all));
+        }
+    }
+
+private:
+    /// Keeps `mirror` equal to what a view would show that only believes the announcements.
+    static void mirrorRows(TranscriptionModel& model, QStringList& mirror) {
+        connect(&model, &QAbstractItemModel::modelReset, &model, [&] { mirror = shown(model); });
+        connect(&model, &QAbstractItemModel::rowsInserted, &model,
+                [&](const QModelIndex&, int first, int last) {
+                    const auto rows = shown(model);
+                    for (int row = first; row <= last; ++row)
+                        mirror.insert(row, rows.at(row));
+                });
+        connect(&model, &QAbstractItemModel::rowsRemoved, &model,
+                [&](const QModelIndex&, int first, int last) { mirror.remove(first, last - first + 1); });
+        connect(&model, &QAbstractItemModel::dataChanged, &model,
+                [&](const QModelIndex& first, const QModelIndex& last) {
+                    const auto rows = shown(model);
+                    for (int row = first.row(); row <= last.row(); ++row)
+                        mirror[row] = rows.at(row);
+                });
+    }
+
+    std::unique_ptr<HistoryDesk> desk;
+};
+
+QTEST_GUILESS_MAIN(HistoryPagesTest)
+#include "tst_historypages.moc"

@@ -1,0 +1,98 @@
+// Numbers and days as a locale writes them, and which locale that is.
+
+#include "window/UserFormats.h"
+
+#include <QTest>
+
+using namespace tavrik;
+
+class UserFormatsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void compact_data() {
+        QTest::addColumn<std::string>("locale");
+        QTest::addColumn<qint64>("number");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("none") << std::string("en_US") << qint64{0} << "0";
+        QTest::newRow("as it is") << std::string("en_US") << qint64{950} << "950";
+        QTest::newRow("a thousand") << std::string("en_US") << qint64{1234} << "1.2K";
+        QTest::newRow("two digits suffice") << std::string("en_US") << qint64{12345} << "12K";
+        QTest::newRow("millions") << std::string("en_US") << qint64{3000000} << "3M";
+        QTest::newRow("Persian") << std::string("fa_IR") << qint64{1234} << "۱٫۲ هزار";
+    }
+    void compact() {
+        QFETCH(std::string, locale);
+        QFETCH(qint64, number);
+        QFETCH(QString, text);
+        auto shown = UserFormats({.texts = locale, .numbers = locale, .dates = locale}).compact(number);
+        QCOMPARE(shown.replace(QChar::Nbsp, u' '), text);
+    }
+
+    void dayTitle_data() {
+        QTest::addColumn<std::string>("locale");
+        QTest::addColumn<QDate>("day");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("caption");
+        QTest::newRow("today") << std::string("en_US") << QDate(2025, 3, 7) << "Today" << "TODAY";
+        QTest::newRow("yesterday") << std::string("de_DE") << QDate(2025, 3, 6) << "Yesterday" << "YESTERDAY";
+        QTest::newRow("earlier") << std::string("en_US") << QDate(2025, 3, 4) << "Mar 4, 2025"
+                                 << "MAR 4, 2025";
+        QTest::newRow("later") << std::string("en_US") << QDate(2025, 3, 8) << "Mar 8, 2025" << "MAR 8, 2025";
+        QTest::newRow("German") << std::string("de_DE") << QDate(2025, 3, 4) << "4. März 2025"
+                                << "4. MÄRZ 2025";
+        QTest::newRow("Turkish") << std::string("tr_TR") << QDate(2024, 4, 4) << "4 Nis 2024" << "4 NİS 2024";
+        QTest::newRow("Persian calendar")
+            << std::string("fa_IR") << QDate(2025, 3, 4) << "۱۴ اسفند ۱۴۰۳" << "۱۴ اسفند ۱۴۰۳";
+    }
+    void dayTitle() {
+        QFETCH(std::string, locale);
+        QFETCH(QDate, day);
+        QFETCH(QString, title);
+        QFETCH(QString, caption);
+        const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
+        QCOMPARE(formats.dayTitle(day, QDate(2025, 3, 7)), title);
+        QCOMPARE(formats.caption(title), caption);
+    }
+
+    void time_data() {
+        QTest::addColumn<QTime>("time");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("evening") << QTime(21, 5) << "9:05 PM";
+        QTest::newRow("noon") << QTime(12, 0) << "12:00 PM";
+        QTest::newRow("midnight") << QTime(0, 30) << "12:30 AM";
+    }
+    void time() {
+        QFETCH(QTime, time);
+        QFETCH(QString, text);
+        QCOMPARE(UserFormats::time(time), text);
+    }
+
+    void locale_data() {
+        QTest::addColumn<QByteArray>("all");
+        QTest::addColumn<QByteArray>("dates");
+        QTest::addColumn<QByteArray>("general");
+        QTest::addColumn<std::string>("expected");
+        QTest::newRow("general") << QByteArray() << QByteArray() << QByteArray("de_DE.UTF-8")
+                                 << std::string("de_DE");
+        QTest::newRow("category first")
+            << QByteArray() << QByteArray("fa_IR") << QByteArray("de_DE") << std::string("fa_IR");
+        QTest::newRow("all before it") << QByteArray("it_IT.UTF-8@euro") << QByteArray("fa_IR")
+                                       << QByteArray("de_DE") << std::string("it_IT");
+        QTest::newRow("none") << QByteArray("C.UTF-8") << QByteArray() << QByteArray()
+                              << std::string("en_US");
+    }
+    void locale() {
+        QFETCH(QByteArray, all);
+        QFETCH(QByteArray, dates);
+        QFETCH(QByteArray, general);
+        QFETCH(std::string, expected);
+        qputenv("LC_ALL", all);
+        qputenv("LC_TIME", dates);
+        qputenv("LANG", general);
+        QCOMPARE(UserLocale::fromEnvironment().dates, expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(UserFormatsTest)
+#include "tst_userformats.moc"
