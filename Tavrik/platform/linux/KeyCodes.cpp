@@ -2,6 +2,7 @@
 
 #include <linux/input-event-codes.h>
 
+#include <algorithm>
 #include <array>
 
 namespace tavrik {
@@ -61,6 +62,13 @@ std::optional<quint8> evdevKeyCode(quint32 macKeyCode) {
     if (macKeyCode >= table.size() || table[macKeyCode] == KEY_RESERVED)
         return std::nullopt;
     return table[macKeyCode];
+}
+
+std::optional<quint32> macKeyCode(quint32 evdevKeyCode) {
+    const auto* found = std::ranges::find(table, evdevKeyCode);
+    if (evdevKeyCode == KEY_RESERVED || found == table.end())
+        return std::nullopt;
+    return static_cast<quint32>(found - table.begin());
 }
 
 } // namespace tavrik

@@ -11,4 +11,7 @@ namespace tavrik {
 /// express.
 std::optional<quint8> evdevKeyCode(quint32 macKeyCode);
 
+/// The other way round.
+std::optional<quint32> macKeyCode(quint32 evdevKeyCode);
+
 } // namespace tavrik
