@@ -1,0 +1,64 @@
+import QtQuick
+
+// Who uses the computer, who is signed in, and the way out.
+DropdownCard {
+    id: card
+
+    required property AccountModel account
+    required property string version
+
+    width: 260
+    spacing: 12
+
+    Row {
+        width: parent.width
+        spacing: 10
+
+        SymbolImage {
+            id: portrait
+            anchors.verticalCenter: parent.verticalCenter
+            name: "person.crop.circle.fill"
+            size: 30
+            colour: Theme.secondary
+        }
+
+        Column {
+            anchors.verticalCenter: parent.verticalCenter
+            width: parent.width - portrait.width - parent.spacing
+            spacing: 2
+
+            Label {
+                width: parent.width
+                text: card.account.userName
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+            }
+
+            Label {
+                width: parent.width
+                text: card.account.email
+                size: 11
+                color: Theme.secondary
+                elide: Text.ElideMiddle
+            }
+        }
+    }
+
+    Label {
+        text: "Tavrik v" + card.version
+        size: 11
+        color: Theme.secondary
+    }
+
+    PlainButton {
+        name: "Sign out"
+        onClicked: card.account.signOut()
+
+        Label {
+            text: "Sign out"
+            size: 11
+            font.weight: Font.Medium
+            Accessible.ignored: true
+        }
+    }
+}

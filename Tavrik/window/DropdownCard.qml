@@ -1,0 +1,50 @@
+import QtQuick
+
+// A card that drops from the window's upper corner while it is `shown`.
+Item {
+    id: card
+
+    required property bool shown
+    property real padding: 16
+    default property alias content: column.data
+    property alias spacing: column.spacing
+
+    implicitHeight: column.height + 2 * padding
+    enabled: shown
+    visible: opacity > 0
+    opacity: shown ? 1 : 0
+    transform: Translate {
+        y: 4 * (card.opacity - 1)
+    }
+
+    Behavior on opacity {
+        NumberAnimation {
+            duration: 120
+            easing.type: Easing.OutQuad
+        }
+    }
+
+    BoxShadow {
+        corner: 12
+        blur: 18
+        offset: 6
+        darkness: 0.16
+    }
+
+    Card {
+        anchors.fill: parent
+        radius: 12
+    }
+
+    // What is not on a control of the card does not reach what lies below.
+    MouseArea {
+        anchors.fill: parent
+    }
+
+    Column {
+        id: column
+        x: card.padding
+        y: card.padding
+        width: card.width - 2 * card.padding
+    }
+}

@@ -1,0 +1,29 @@
+import QtQuick
+
+// Lists nothing: there are no notifications.
+DropdownCard {
+    width: 240
+    spacing: 10
+
+    Label {
+        text: "Notifications"
+        font.weight: Font.DemiBold
+    }
+
+    Row {
+        spacing: 8
+
+        SymbolImage {
+            anchors.verticalCenter: parent.verticalCenter
+            name: "bell.slash"
+            size: 12
+            colour: Theme.secondary
+        }
+
+        Label {
+            text: "Nothing here yet."
+            size: 12
+            color: Theme.secondary
+        }
+    }
+}

@@ -1,0 +1,18 @@
+import QtQuick
+
+// One of the program's symbols, as large as it stands beside text of the given size.
+Image {
+    id: image
+
+    required property string name
+    property real size: 13
+    property color colour: Theme.primary
+
+    readonly property int side: Math.round(size * 1.25)
+
+    width: side
+    height: side
+    sourceSize.width: side * Screen.devicePixelRatio
+    sourceSize.height: side * Screen.devicePixelRatio
+    source: "image://symbols/" + name + "/" + colour.toString().slice(1)
+}

@@ -1,0 +1,5 @@
+// One of the buttons in the window's corner.
+IconButton {
+    size: 14
+    padding: 6
+}
