@@ -95,8 +95,11 @@ void MessageBoxAlerts::presentNext() {
     box.setDefaultButton(static_cast<QPushButton*>(buttons.front()));
     box.setEscapeButton(buttons.back());
 
-    QObject::connect(&box, &QMessageBox::finished, &box,
-                     [this, buttons] { finish(static_cast<int>(buttons.indexOf(m_box->clickedButton()))); });
+    QObject::connect(&box, &QMessageBox::finished, &box, [this, buttons] {
+        // A box that is closed names no button yet.
+        auto* clicked = m_box->clickedButton();
+        finish(static_cast<int>(clicked ? buttons.indexOf(clicked) : buttons.size() - 1));
+    });
     box.show();
     box.raise();
     box.activateWindow();
