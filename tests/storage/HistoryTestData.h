@@ -2,9 +2,6 @@
 
 #include "storage/HistoryFile.h"
 
-#include <QFile>
-#include <QString>
-
 namespace tavrik::test {
 
 inline Transcription dictation(const QByteArray& text, const QDateTime& date, double duration = 1) {
@@ -24,16 +21,6 @@ inline QByteArray document(const QList<Transcription>& records) {
     QByteArray bytes;
     encodeHistory(records, [&bytes](QByteArrayView piece) { bytes.append(piece); });
     return bytes;
-}
-
-inline QByteArray contentOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-inline bool writeFile(const QString& path, const QByteArray& content) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
 } // namespace tavrik::test

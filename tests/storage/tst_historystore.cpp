@@ -1,6 +1,7 @@
 #include "storage/HistoryStore.h"
 #include "storage/HistoryTestData.h"
 #include "storage/LocalDays.h"
+#include "support/Files.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -24,11 +25,6 @@ using namespace tavrik::test;
 namespace {
 
 constexpr auto noOneElse = 0077;
-
-mode_t modeOf(const QString& path) {
-    struct stat status{};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
 
 // Everything in the folder but the history itself, hidden files too.
 QStringList othersIn(const QString& folder) {
