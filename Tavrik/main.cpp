@@ -1,6 +1,6 @@
 // The process entry: picks the platform, builds the parts, runs the loop.
 
-#include "account/SignedOutAccount.h"
+#include "account/AuthStore.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "capture/Paster.h"
@@ -18,11 +18,12 @@
 #include "platform/PasteKeys.h"
 #include "platform/Platform.h"
 #include "platform/PreferenceStore.h"
+#include "platform/SecureSlot.h"
 #include "platform/SoundPlayer.h"
 #include "platform/StatusItem.h"
 #include "storage/HistoryStore.h"
 #include "storage/Settings.h"
-#include "translation/Endpoints.h"
+#include "translation/OpenRouter.h"
 #include "translation/Translator.h"
 
 #include <QApplication>
@@ -38,10 +39,10 @@ struct Program {
     std::unique_ptr<PreferenceStore> preferences = makePreferenceStore();
     Settings settings{*preferences};
     HttpClient http{queue};
-    SignedOutAccount account;
+    AuthStore account{*platform.secureSlot, http, queue, Supabase::builtIn()};
     Recorder recorder{*platform.microphone, platformFolders().temporary};
     RecordingHUD hud{*platform.panels, queue};
-    Translator translator{account, settings, http, endpoints()};
+    Translator translator{account, settings, http, queue, Supabase::builtIn(), openRouterEndpoint()};
     Paster paster{*platform.clipboard, *platform.pasteKeys};
     std::optional<HistoryStore> history;
     AppDelegate delegate{{
@@ -66,34 +67,50 @@ struct Program {
         .checkForUpdates = {},
         .quit = &QCoreApplication::quit,
     }};
+
+    void open(const QByteArrayList& urls) {
+        for (const auto& url : urls)
+            account.handleCallback(url);
+        delegate.applicationShouldHandleReopen();
+    }
 };
 
-int run(int& argc, char** argv, const QStringList& urls) {
+int run(int& argc, char** argv, const QByteArrayList& urls) {
     const auto instance = makeApplicationInstance();
     if (instance->forward(urls))
-        return 0;
+        return exitDone;
 
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setDesktopFileName(QStringLiteral("io.nordvex.tavrik"));
 
-    AppDelegate* delegate = nullptr;
+    std::optional<Program> program;
     const bool first = instance->claim({
-        .reopened = [&delegate] { delegate->applicationShouldHandleReopen(); },
-        .urlsOpened = [&delegate](const QStringList&) { delegate->applicationShouldHandleReopen(); },
+        .reopened = [&program] { program->delegate.applicationShouldHandleReopen(); },
+        .urlsOpened = [&program](const QByteArrayList& opened) { program->open(opened); },
     });
     if (!first)
-        return instance->forward(urls) ? 0 : 1;
+        return instance->forward(urls) ? exitDone : exitNot;
 
-    Program program;
-    delegate = &program.delegate;
-    program.delegate.applicationDidFinishLaunching();
+    program.emplace();
+    program->delegate.applicationDidFinishLaunching();
+    if (!urls.isEmpty())
+        program->open(urls);
     return QApplication::exec();
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    // The installed program says nothing; what concerns the user is shown to them.
+    QTextStream in(stdin);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    const auto command =
+        runCommandLine(QByteArrayList(argv + 1, argv + argc), &makePreferenceStore, {in, out, err});
+    if (const auto* status = std::get_if<ExitStatus>(&command))
+        return *status;
+
+    // The running program says nothing; what concerns the user is shown to them.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    return run(argc, argv, {});
+    return run(argc, argv, std::get<StartProgram>(command).urls);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QStringList>
+#include <QByteArrayList>
 
 #include <functional>
 #include <memory>
@@ -14,8 +14,8 @@ public:
     struct Handlers {
         /// Started again without arguments.
         std::function<void()> reopened;
-        /// Started with URLs, each exactly as it was given.
-        std::function<void(const QStringList&)> urlsOpened;
+        /// Started with URLs, each byte for byte as it was given.
+        std::function<void(const QByteArrayList&)> urlsOpened;
     };
 
     ApplicationInstance() = default;
@@ -25,7 +25,7 @@ public:
 
     /// Hands this launch over to the program that already runs. False when none does. Waits a second at most,
     /// even if that program hangs. Needs no application object.
-    virtual bool forward(const QStringList& urls) = 0;
+    virtual bool forward(const QByteArrayList& urls) = 0;
 
     /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
     /// session bus cannot tell, and answers true.

@@ -8,6 +8,7 @@
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/PulseMicrophone.h"
 #include "platform/linux/PulseSoundPlayer.h"
+#include "platform/linux/SecretServiceSlot.h"
 #include "platform/linux/TrayStatusItem.h"
 #include "platform/linux/XdgFolders.h"
 #include "platform/qt/MessageBoxAlerts.h"
@@ -46,6 +47,7 @@ Platform::Platform(MainQueue& queue)
       panels(std::make_unique<X11PanelHost>()),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)) {
+    secureSlot = std::make_unique<SecretServiceSlot>(queue);
     auto ours = std::make_unique<QtClipboard>();
     pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard,
                                                [clipboard = ours.get()] { clipboard->offerAsSelection(); });

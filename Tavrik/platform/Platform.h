@@ -16,6 +16,7 @@ class Microphone;
 class PanelHost;
 class PasteKeys;
 class PreferenceStore;
+class SecureSlot;
 class SoundPlayer;
 class StatusItem;
 
@@ -46,6 +47,7 @@ public:
     std::unique_ptr<Microphone> microphone;
     std::unique_ptr<PanelHost> panels;
     std::unique_ptr<PasteKeys> pasteKeys;
+    std::unique_ptr<SecureSlot> secureSlot;
     std::unique_ptr<SoundPlayer> sounds;
     std::unique_ptr<StatusItem> statusItem;
 };

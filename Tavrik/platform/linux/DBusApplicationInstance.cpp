@@ -5,6 +5,7 @@
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
+#include <QStringDecoder>
 #include <QVariantMap>
 
 namespace tavrik {
@@ -15,6 +16,22 @@ const auto serviceName = QStringLiteral("io.nordvex.tavrik");
 const auto objectPath = QStringLiteral("/io/nordvex/tavrik");
 const auto interfaceName = QStringLiteral("org.freedesktop.Application");
 constexpr int forwardTimeout = 1000; // milliseconds
+
+/// The bus carries only UTF-8: bytes that are none travel percent-encoded, which means the same in a URL.
+QString asText(const QByteArray& url) {
+    QStringDecoder decode(QStringDecoder::Utf8);
+    QString text = decode(url);
+    if (!decode.hasError())
+        return text;
+    QByteArray encoded;
+    for (const char byte : url) {
+        if (static_cast<unsigned char>(byte) < 0x80)
+            encoded += byte;
+        else
+            encoded += '%' + QByteArray(1, byte).toHex().toUpper();
+    }
+    return QString::fromLatin1(encoded);
+}
 
 } // namespace
 
@@ -27,7 +44,12 @@ public:
 
 public Q_SLOTS:
     void Activate(const QVariantMap&) { m_handlers.reopened(); }
-    void Open(const QStringList& uris, const QVariantMap&) { m_handlers.urlsOpened(uris); }
+    void Open(const QStringList& uris, const QVariantMap&) {
+        QByteArrayList urls;
+        for (const auto& uri : uris)
+            urls << uri.toUtf8();
+        m_handlers.urlsOpened(urls);
+    }
     void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) { m_handlers.reopened(); }
 
 private:
@@ -44,15 +66,19 @@ DBusApplicationInstance::~DBusApplicationInstance() {
     bus.unregisterObject(objectPath);
 }
 
-bool DBusApplicationInstance::forward(const QStringList& urls) {
+bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return false;
     auto call =
         QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
                                        urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
-    if (!urls.isEmpty())
-        call << urls;
+    if (!urls.isEmpty()) {
+        QStringList uris;
+        for (const auto& url : urls)
+            uris << asText(url);
+        call << uris;
+    }
     call << QVariantMap{};
     call.setAutoStartService(false);
     const auto reply = bus.call(call, QDBus::Block, forwardTimeout);

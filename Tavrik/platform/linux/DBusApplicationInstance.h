@@ -13,7 +13,7 @@ public:
     DBusApplicationInstance();
     ~DBusApplicationInstance() override;
 
-    bool forward(const QStringList& urls) override;
+    bool forward(const QByteArrayList& urls) override;
     bool claim(Handlers handlers) override;
 
 private:
