@@ -4,10 +4,12 @@
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "storage/Settings.h"
-#include "translation/ServiceMessages.h"
+#include "translation/Replies.h"
+#include "translation/RequestBody.h"
 #include "translation/TranslatorError.h"
 
 #include <QFile>
+#include <QPointer>
 
 #include <utility>
 
@@ -15,88 +17,90 @@ namespace tavrik {
 
 namespace {
 
-Result<QByteArray> readFile(const QString& path) {
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        auto bytes = file.readAll();
-        if (file.error() == QFileDevice::NoError)
-            return bytes;
-    }
-    return std::unexpected(Error{QStringLiteral("The recording could not be read: ") + file.errorString()});
-}
+constexpr std::chrono::seconds timeout{60};
 
-QUrl withPath(QUrl url, const QString& path) {
-    url.setPath(path);
-    return url;
-}
-
-HttpRequest jsonPost(const QUrl& url, const QString& token, QByteArray body) {
-    return {.method = "POST",
-            .url = url,
-            .headers = {{"Authorization", "Bearer " + token.toUtf8()}, {"Content-Type", "application/json"}},
-            .body = std::move(body)};
-}
-
-/// Hands the text that `read` finds in the reply to the completion, or the error that took its place.
+/// Hands what `read` finds in the response on to the completion.
 Completion<HttpResponse> reading(Result<QString> (*read)(const HttpResponse&),
                                  Completion<QString> completion) {
-    return [read, completion = std::move(completion)](Result<HttpResponse> response) mutable {
-        completion(response ? read(*response) : std::unexpected(std::move(response.error())));
+    return [read, completion = std::move(completion)](const Result<HttpResponse>& response) mutable {
+        completion(response ? read(*response) : std::unexpected(response.error()));
     };
 }
 
 } // namespace
 
-Translator::Translator(Account& account, const Settings& settings, HttpClient& http, MainQueue& queue,
-                       Endpoints endpoints)
-    : m_account(account), m_settings(settings), m_http(http), m_queue(queue),
-      m_endpoints(std::move(endpoints)) {}
+Translator::Translator(Account& account, Settings& settings, HttpClient& http, MainQueue& queue,
+                       Supabase backend, QUrl openRouterEndpoint)
+    : m_account(account), m_settings(settings), m_http(http), m_queue(queue), m_backend(std::move(backend)),
+      m_openRouterEndpoint(std::move(openRouterEndpoint)) {}
 
 void Translator::prepare() {
-    if (m_account.isSignedIn())
-        m_http.openConnection(m_endpoints.backend);
-    else if (!m_settings.openRouterKey().isEmpty())
-        m_http.openConnection(m_endpoints.openRouter);
+    m_account.whenKnown([self = QPointer<Translator>(this)] {
+        if (!self)
+            return;
+        if (self->m_account.isSignedIn())
+            self->m_http.openConnection(self->m_backend.url);
+        else if (!self->m_settings.openRouterKey().isEmpty())
+            self->m_http.openConnection(self->m_openRouterEndpoint);
+    });
 }
 
 void Translator::translate(const QString& audioFile, Completion<QString> completion) {
-    auto audio = readFile(audioFile);
-    if (!audio)
-        return completion(std::unexpected(std::move(audio.error())));
-    const auto language = m_settings.targetLanguage();
+    QFile file(audioFile);
+    QByteArray audio;
+    if (file.open(QIODevice::ReadOnly))
+        audio = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return completion(std::unexpected(Error{file.errorString()}));
+
+    // Shared, since only what can be copied may wait.
+    auto waiting = std::make_shared<Completion<QString>>(std::move(completion));
+    m_account.whenKnown(
+        [self = QPointer<Translator>(this), audio, language = m_settings.targetLanguage(), waiting] {
+            if (self)
+                self->route(audio, language, std::move(*waiting));
+        });
+}
+
+void Translator::route(const QByteArray& audio, const QString& language, Completion<QString> completion) {
     if (!m_account.isSignedIn()) {
         if (m_settings.openRouterKey().isEmpty())
             return completion(std::unexpected(TranslatorError::notSignedIn()));
-        return callOpenRouter(*audio, language, std::move(completion));
+        return callOpenRouter(audio, language, std::move(completion));
     }
-    m_account.withValidAccessToken([self = std::weak_ptr(m_self), audio = std::move(*audio), language,
+    m_account.withValidAccessToken([self = QPointer<Translator>(this), audio, language,
                                     completion = std::move(completion)](Result<QString> token) mutable {
-        const auto translator = self.lock();
-        if (!translator)
+        if (!self)
             return;
         if (token)
-            return (*translator)->callEdgeFunction(audio, language, *token, std::move(completion));
-        (*translator)
-            ->m_queue.post([completion = std::move(completion), error = std::move(token.error())]() mutable {
-                completion(std::unexpected(std::move(error)));
-            });
+            return self->callEdgeFunction(audio, language, *token, std::move(completion));
+        self->m_queue.post([completion = std::move(completion), error = token.error()]() mutable {
+            completion(std::unexpected(std::move(error)));
+        });
     });
 }
 
 void Translator::callEdgeFunction(const QByteArray& audio, const QString& language, const QString& token,
                                   Completion<QString> completion) {
-    auto request = jsonPost(withPath(m_endpoints.backend, QStringLiteral("/functions/v1/translate")), token,
-                            translateFunctionBody(audio, language));
-    request.headers.emplaceBack("apikey", m_endpoints.backendAnonKey);
-    m_http.send(std::move(request), reading(translateFunctionText, std::move(completion)));
+    auto headers = m_backend.headers(token);
+    headers.append({"Content-Type", "application/json"});
+    m_http.send({.method = "POST",
+                 .url = m_backend.endpoint(QStringLiteral("functions/v1/translate")),
+                 .headers = std::move(headers),
+                 .body = translateBody(audio, language),
+                 .timeout = timeout},
+                reading(&readBackendReply, std::move(completion)));
 }
 
 void Translator::callOpenRouter(const QByteArray& audio, const QString& language,
                                 Completion<QString> completion) {
-    m_http.send(jsonPost(withPath(m_endpoints.openRouter, QStringLiteral("/api/v1/chat/completions")),
-                         m_settings.openRouterKey(),
-                         chatCompletionsBody(audio, language, m_settings.model())),
-                reading(chatCompletionsText, std::move(completion)));
+    m_http.send({.method = "POST",
+                 .url = m_openRouterEndpoint,
+                 .headers = {{"Authorization", "Bearer " + m_settings.openRouterKey().toUtf8()},
+                             {"Content-Type", "application/json"}},
+                 .body = chatBody(audio, language, m_settings.model()),
+                 .timeout = timeout},
+                reading(&readOpenRouterReply, std::move(completion)));
 }
 
 } // namespace tavrik

@@ -4,19 +4,13 @@
 
 namespace tavrik {
 
-/// The translator's own errors; those of the file, the network and the account pass through as they are.
-namespace TranslatorError {
+/// What can go wrong in a translation, beside the errors of files, transport and account.
+struct TranslatorError {
+    /// The service's reply cannot be used; `message` is shown as it is.
+    static Error badResponse(const QString& message) { return {message}; }
 
-/// The service's reply is of no use; the message says why and is shown unchanged.
-inline Error badResponse(const QString& message) {
-    return {message};
-}
-
-/// Neither a session nor a key of the user's own.
-inline Error notSignedIn() {
-    return {QStringLiteral("Sign in first: menubar icon \u2192 Open Tavrik.")};
-}
-
-} // namespace TranslatorError
+    /// Nobody is signed in and there is no key of the user's own.
+    static Error notSignedIn() { return {QStringLiteral("Sign in first: menubar icon → Open Tavrik.")}; }
+};
 
 } // namespace tavrik
