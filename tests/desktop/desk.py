@@ -102,6 +102,7 @@ class Process:
             except subprocess.TimeoutExpired:
                 self.process.kill()
                 self.process.wait()
+        self.process.stdout.close()
         return self.process.returncode
 
 
@@ -209,7 +210,8 @@ class Alert:
         return None
 
     def texts(self):
-        return [item.get_name() for item in descendants(self._dialog) if item.get_role() == Atspi.Role.LABEL]
+        return [item.get_name() for item in descendants(self._dialog)
+                if item.get_role() in (Atspi.Role.LABEL, Atspi.Role.TEXT)]
 
     def dismiss(self):
         for item in descendants(self._dialog):
