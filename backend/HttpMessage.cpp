@@ -56,10 +56,10 @@ std::optional<Request> parseHead(const QByteArray& head) {
 
     Request request;
     request.method = requestLine[0];
-    const auto question = requestLine[1].indexOf('?');
-    request.path = requestLine[1].left(question);
-    if (question >= 0)
-        request.query = requestLine[1].mid(question + 1);
+    const auto& target = requestLine[1];
+    const auto question = target.indexOf('?');
+    request.path = question < 0 ? target : target.first(question);
+    request.query = question < 0 ? QByteArray() : target.sliced(question + 1);
     for (const auto& line : lines.sliced(1)) {
         const auto colon = line.indexOf(':');
         if (colon < 1)

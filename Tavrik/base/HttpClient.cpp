@@ -8,6 +8,10 @@
 #include <QSslConfiguration>
 #include <QTimer>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -16,18 +20,40 @@ namespace tavrik {
 
 namespace {
 
-/// How much of a reply the network thread may hold before the main thread has taken it.
-constexpr qint64 readAhead = qint64{1024} * 1024;
+/// Turns Nagle's algorithm off on this process's connections. The manager leaves it on and keeps its sockets
+/// to itself; on a connection in use before, the last piece of a body would wait for an acknowledgement: a
+/// round trip, or 40 ms on loopback. Descriptors of any other kind refuse the option.
+void sendWithoutDelay() {
+    constexpr int lastDescriptor = 255;
+    constexpr int on = 1;
+    for (int descriptor = 0; descriptor <= lastDescriptor; ++descriptor)
+        ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
 
-/// A body that can be read only once: the manager sends a request again by itself when a connection breaks,
-/// but only if it can go back to the start of what it uploads.
+int statusOf(const QNetworkReply& reply) {
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+/// A body that is read only once: the manager sends a request again by itself when a connection breaks, but
+/// only if it can go back to the start of what it uploads.
 class OneWayUpload : public QIODevice {
 public:
     explicit OneWayUpload(QByteArray bytes) : m_bytes(std::move(bytes)) { open(ReadOnly | Unbuffered); }
 
+    /// Becomes a child of the reply that it is uploaded for.
+    void setReply(QNetworkReply& reply) {
+        m_reply = &reply;
+        setParent(&reply);
+    }
+
+    bool hasBegun() const { return m_position > 0; }
+
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override { return m_bytes.size() - m_position; }
     bool atEnd() const override { return bytesAvailable() == 0; }
+
+    /// After a 307 or 308 the manager only prepares for a redirection that it is not asked to follow.
+    bool reset() override { return m_reply && statusOf(*m_reply) != 0; }
 
 protected:
     qint64 readData(char* data, qint64 maximum) override {
@@ -41,15 +67,12 @@ protected:
 private:
     const QByteArray m_bytes;
     qint64 m_position = 0;
+    QNetworkReply* m_reply = nullptr;
 };
 
 /// A line break would end the header and begin another of the caller's making.
 bool isHeaderValue(const QByteArray& value) {
     return std::ranges::none_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
-}
-
-int statusOf(const QNetworkReply& reply) {
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
 /// The manager reports a status of 400 and above as an error too; what tells the two apart is the kind of
@@ -63,11 +86,23 @@ bool hasWholeResponse(const QNetworkReply& reply) {
                              error == QNetworkReply::ProxyAuthenticationRequiredError);
 }
 
-Error transportError(const QNetworkReply& reply) {
+/// The manager can miss the end of a connection when the status is an error too.
+bool isShorterThanAnnounced(const QNetworkReply& reply, qint64 size) {
+    return !reply.hasRawHeader("Content-Encoding") &&
+           size < reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+}
+
+Error cutOff() {
+    return {QStringLiteral("The server closed the connection before its reply was complete")};
+}
+
+Error transportError(const QNetworkReply& reply, bool uploadHasBegun) {
     switch (reply.error()) {
     case QNetworkReply::RemoteHostClosedError:
     case QNetworkReply::ContentReSendError:
-        return {QStringLiteral("The server closed the connection before its reply was complete")};
+        return cutOff();
+    case QNetworkReply::UnknownNetworkError:
+        return uploadHasBegun ? cutOff() : Error{reply.errorString()};
     default:
         return {reply.errorString()};
     }
@@ -90,41 +125,42 @@ public:
     Exchange(QNetworkAccessManager& manager, MainQueue& queue, HttpRequest request,
              Completion<HttpResponse> completion, QObject* parent)
         : QObject(parent), m_queue(queue), m_completion(std::move(completion)) {
+        sendWithoutDelay();
         auto networkRequest = tavrik::networkRequest(request);
-        OneWayUpload* upload = nullptr;
         if (request.method != "GET") {
             auto body = std::move(request.body).value_or(QByteArray());
             networkRequest.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
             networkRequest.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-            upload = new OneWayUpload(std::move(body));
+            m_upload = new OneWayUpload(std::move(body));
         }
-        m_reply = manager.sendCustomRequest(networkRequest, request.method, upload);
+        m_reply = manager.sendCustomRequest(networkRequest, request.method, m_upload);
         m_reply->setParent(this);
-        if (upload)
-            upload->setParent(m_reply);
-        m_reply->setReadBufferSize(readAhead);
+        if (m_upload)
+            m_upload->setReply(*m_reply);
 
         m_timer.setSingleShot(true);
         m_timer.setInterval(request.timeout);
         m_timer.start();
         connect(&m_timer, &QTimer::timeout, this,
                 [this] { giveUp({QStringLiteral("The request timed out")}); });
+        connect(m_reply, &QNetworkReply::socketStartedConnecting, this, &sendWithoutDelay);
         connect(m_reply, &QNetworkReply::uploadProgress, this, &Exchange::uploaded);
         connect(m_reply, &QNetworkReply::readyRead, this, &Exchange::read);
         connect(m_reply, &QNetworkReply::finished, this, &Exchange::finish);
     }
 
 private:
-    void uploaded(qint64 sent, qint64 total) {
+    void uploaded() {
         if (m_uploadComplete)
             return;
-        m_uploadComplete = sent == total;
+        m_uploadComplete = !m_upload || m_upload->atEnd();
         m_timer.start();
     }
 
     void read() {
         m_response.body += m_reply->readAll();
-        if (m_response.body.size() <= HttpClient::maximumBody)
+        const auto announced = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+        if (std::max(announced, qint64{m_response.body.size()}) <= HttpClient::maximumBody)
             return;
         m_response.status = statusOf(*m_reply);
         m_response.body.clear();
@@ -134,8 +170,10 @@ private:
     }
 
     void finish() {
+        if (isShorterThanAnnounced(*m_reply, m_response.body.size()))
+            return deliver(std::unexpected(cutOff()));
         if (!hasWholeResponse(*m_reply))
-            return deliver(std::unexpected(transportError(*m_reply)));
+            return deliver(std::unexpected(transportError(*m_reply, m_upload && m_upload->hasBegun())));
         m_response.status = statusOf(*m_reply);
         deliver(std::move(m_response));
     }
@@ -161,6 +199,7 @@ private:
     MainQueue& m_queue;
     Completion<HttpResponse> m_completion;
     QNetworkReply* m_reply = nullptr;
+    OneWayUpload* m_upload = nullptr;
     QTimer m_timer;
     HttpResponse m_response;
     bool m_uploadComplete = false;

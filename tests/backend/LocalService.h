@@ -1,0 +1,33 @@
+#pragma once
+
+#include "backend/HttpServer.h"
+#include "backend/StandIn.h"
+
+#include <QTcpServer>
+
+namespace tavrik::test {
+
+/// The stand-in within the test's own process, on a port of its own.
+class LocalService {
+public:
+    explicit LocalService(std::unique_ptr<QTcpServer> listener = std::make_unique<QTcpServer>())
+        : m_server(std::move(listener), m_standIn) {
+        if (!m_server.listen())
+            qFatal("%s", qPrintable(m_server.errorString()));
+    }
+
+    /// What the next requests get.
+    void script(const QList<backend::ScriptedReply>& replies) { m_standIn.addScript(replies); }
+
+    const QList<backend::Request>& requests() const { return m_standIn.requests(); }
+    int connectionCount() const { return m_server.connectionCount(); }
+    QUrl url(const QString& path = {}, const QString& scheme = QStringLiteral("http")) const {
+        return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(m_server.port()).arg(path));
+    }
+
+private:
+    backend::StandIn m_standIn{{.upstream = {}, .controllable = true}};
+    backend::HttpServer m_server;
+};
+
+} // namespace tavrik::test
