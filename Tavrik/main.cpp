@@ -1,6 +1,7 @@
 // The process entry: picks the platform, builds the parts, runs the loop.
 
 #include "account/AuthStore.h"
+#include "base/AppVersion.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "capture/Paster.h"
@@ -13,6 +14,7 @@
 #include "platform/ApplicationInstance.h"
 #include "platform/Clipboard.h"
 #include "platform/HotKeyBackend.h"
+#include "platform/LinkOpener.h"
 #include "platform/Microphone.h"
 #include "platform/PanelHost.h"
 #include "platform/PasteKeys.h"
@@ -25,12 +27,21 @@
 #include "storage/Settings.h"
 #include "translation/OpenRouter.h"
 #include "translation/Translator.h"
+#include "updates/UpdateChecker.h"
 
 #include <QApplication>
 
 using namespace tavrik;
 
 namespace {
+
+/// Where releases are announced; empty in a build without a backend.
+QUrl releaseManifest() {
+    const auto backend = Supabase::builtIn();
+    return backend.exists()
+               ? backend.endpoint(QStringLiteral("storage/v1/object/public/releases/version.json"))
+               : QUrl();
+}
 
 /// The parts of the running program, in the order in which they are built; taken down in the reverse one.
 struct Program {
@@ -44,6 +55,10 @@ struct Program {
     RecordingHUD hud{*platform.panels, queue};
     Translator translator{account, settings, http, queue, Supabase::builtIn(), openRouterEndpoint()};
     Paster paster{*platform.clipboard, *platform.pasteKeys};
+    UpdateChecker updates{
+        http, *platform.alerts, queue, releaseManifest(), appVersion(), [this](const QUrl& url) {
+            platform.links->open(url);
+        }};
     std::optional<HistoryStore> history;
     AppDelegate delegate{{
         .queue = queue,
@@ -64,7 +79,7 @@ struct Program {
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
         .openMainWindow = {},
-        .checkForUpdates = {},
+        .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};
 
@@ -94,6 +109,7 @@ int run(int& argc, char** argv, const QByteArrayList& urls) {
 
     program.emplace();
     program->delegate.applicationDidFinishLaunching();
+    program->updates.startPeriodicChecks();
     if (!urls.isEmpty())
         program->open(urls);
     return QApplication::exec();

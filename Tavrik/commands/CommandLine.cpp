@@ -1,5 +1,6 @@
 #include "commands/CommandLine.h"
 
+#include "base/AppVersion.h"
 #include "commands/PreferencesCommand.h"
 #include "platform/PreferenceStore.h"
 
@@ -59,7 +60,7 @@ runCommandLine(const QByteArrayList& arguments,
             return exitDone;
         }
         if (argument == "--version") {
-            streams.out << "Tavrik " << TAVRIK_VERSION << '\n';
+            streams.out << "Tavrik " << appVersion() << '\n';
             return exitDone;
         }
         if (argument.startsWith('-'))

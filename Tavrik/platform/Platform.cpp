@@ -13,6 +13,7 @@
 #include "platform/linux/XdgFolders.h"
 #include "platform/qt/MessageBoxAlerts.h"
 #include "platform/qt/QtClipboard.h"
+#include "platform/qt/QtLinkOpener.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
@@ -43,6 +44,7 @@ Platform::Platform(MainQueue& queue)
     : m_foundation(std::make_unique<Foundation>()), alerts(std::make_unique<MessageBoxAlerts>(queue)),
       appearance(std::make_unique<PortalAppearance>()),
       hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
+      links(std::make_unique<QtLinkOpener>()),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),

@@ -11,6 +11,7 @@ class Appearance;
 class ApplicationInstance;
 class Clipboard;
 class HotKeyBackend;
+class LinkOpener;
 class MainQueue;
 class Microphone;
 class PanelHost;
@@ -44,6 +45,7 @@ public:
     std::unique_ptr<Appearance> appearance;
     std::unique_ptr<Clipboard> clipboard;
     std::unique_ptr<HotKeyBackend> hotKeys;
+    std::unique_ptr<LinkOpener> links;
     std::unique_ptr<Microphone> microphone;
     std::unique_ptr<PanelHost> panels;
     std::unique_ptr<PasteKeys> pasteKeys;

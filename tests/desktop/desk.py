@@ -216,6 +216,6 @@ class Alert:
     def dismiss(self):
         for item in descendants(self._dialog):
             if item.get_role() == Atspi.Role.PUSH_BUTTON:
-                item.get_action_iface().do_action(0)
+                Atspi.Action.do_action(item, 0)
                 break
         wait_for("the alert to close", lambda: self._find() is None)

@@ -1,0 +1,9 @@
+#include "base/AppVersion.h"
+
+namespace tavrik {
+
+QString appVersion() {
+    return QStringLiteral(TAVRIK_VERSION);
+}
+
+} // namespace tavrik
