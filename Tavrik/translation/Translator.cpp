@@ -83,7 +83,7 @@ void Translator::route(const QByteArray& audio, const QString& language, Complet
 void Translator::callEdgeFunction(const QByteArray& audio, const QString& language, const QString& token,
                                   Completion<QString> completion) {
     auto headers = m_backend.headers(token);
-    headers.append({"Content-Type", "application/json"});
+    headers.emplaceBack("Content-Type", "application/json");
     m_http.send({.method = "POST",
                  .url = m_backend.endpoint(QStringLiteral("functions/v1/translate")),
                  .headers = std::move(headers),
