@@ -1,0 +1,159 @@
+#include "platform/linux/PortalAppearance.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QTest>
+#include <QToolTip>
+
+#include <optional>
+
+using namespace tavrik;
+
+namespace {
+
+const auto portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
+const auto portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+
+bool isDark(const QPalette& palette) {
+    return palette.color(QPalette::Window).lightness() < 128 &&
+           palette.color(QPalette::Base).lightness() < 128 &&
+           palette.color(QPalette::WindowText).lightness() > 128 &&
+           palette.color(QPalette::Text).lightness() > 128;
+}
+
+} // namespace
+
+/// The desktop's settings portal, on a connection of its own.
+class Portal : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    explicit Portal(uint scheme) : m_scheme(scheme) {
+        m_bus.registerObject(portalPath, this, QDBusConnection::ExportAllSlots);
+        m_bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
+    }
+    ~Portal() override {
+        m_bus.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
+        m_bus.unregisterObject(portalPath);
+    }
+
+    void change(const QString& group, const QString& key, const QVariant& value) {
+        auto signal =
+            QDBusMessage::createSignal(portalPath, portalInterface, QStringLiteral("SettingChanged"));
+        signal.setArguments({group, key, QVariant::fromValue(QDBusVariant(value))});
+        m_bus.send(signal);
+    }
+
+    int reads = 0;
+
+public Q_SLOTS:
+    // The answer is wrapped twice, as the portal's is.
+    QDBusVariant Read(const QString& group, const QString& key) {
+        ++reads;
+        if (group != u"org.freedesktop.appearance" || key != u"color-scheme")
+            sendErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"));
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(m_scheme)));
+    }
+
+private:
+    QDBusConnection m_bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("portal"));
+    uint m_scheme;
+};
+
+class TestAppearance : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+    void choiceAndDesktop_data();
+    void choiceAndDesktop();
+    void theDesktopIsFollowed();
+    void withoutAPortalThePaletteStays();
+
+private:
+    const QPalette m_toolTips = QToolTip::palette();
+};
+
+void TestAppearance::cleanup() {
+    QApplication::setPalette(QPalette());
+    QToolTip::setPalette(m_toolTips);
+}
+
+void TestAppearance::choiceAndDesktop_data() {
+    QTest::addColumn<AppearanceChoice>("choice");
+    QTest::addColumn<uint>("scheme");
+    QTest::addColumn<bool>("dark");
+    constexpr uint none = 0;
+    constexpr uint preferDark = 1;
+    constexpr uint preferLight = 2;
+    constexpr uint unknown = 7;
+    QTest::newRow("light on dark") << AppearanceChoice::light << preferDark << false;
+    QTest::newRow("light on light") << AppearanceChoice::light << preferLight << false;
+    QTest::newRow("dark on light") << AppearanceChoice::dark << preferLight << true;
+    QTest::newRow("dark on none") << AppearanceChoice::dark << none << true;
+    QTest::newRow("system, dark") << AppearanceChoice::system << preferDark << true;
+    QTest::newRow("system, light") << AppearanceChoice::system << preferLight << false;
+    QTest::newRow("system, none") << AppearanceChoice::system << none << false;
+    QTest::newRow("system, unknown") << AppearanceChoice::system << unknown << false;
+}
+
+void TestAppearance::choiceAndDesktop() {
+    QFETCH(AppearanceChoice, choice);
+    QFETCH(uint, scheme);
+    QFETCH(bool, dark);
+    Portal portal(scheme);
+    PortalAppearance appearance;
+    appearance.apply(choice);
+    // An explicit choice counts at once, before the portal has said anything.
+    if (choice != AppearanceChoice::system)
+        QCOMPARE(isDark(QApplication::palette()), dark);
+    QTRY_COMPARE(portal.reads, 1);
+    QTRY_COMPARE(isDark(QApplication::palette()), dark);
+    QTest::qWait(50);
+    QCOMPARE(isDark(QApplication::palette()), dark);
+    QCOMPARE(QToolTip::palette().color(QPalette::ToolTipBase).lightness() < 128, dark);
+}
+
+void TestAppearance::theDesktopIsFollowed() {
+    const auto group = QStringLiteral("org.freedesktop.appearance");
+    const auto key = QStringLiteral("color-scheme");
+    Portal portal(0);
+    PortalAppearance appearance;
+    appearance.apply(AppearanceChoice::system);
+    QTRY_COMPARE(portal.reads, 1);
+    portal.change(group, key, 1U);
+    QTRY_VERIFY(isDark(QApplication::palette()));
+    portal.change(group, QStringLiteral("accent-color"), 0U);
+    portal.change(QStringLiteral("org.gnome.desktop.interface"), key, QStringLiteral("prefer-light"));
+    QTest::qWait(50);
+    QVERIFY(isDark(QApplication::palette()));
+    portal.change(group, key, 2U);
+    QTRY_VERIFY(!isDark(QApplication::palette()));
+
+    appearance.apply(AppearanceChoice::light);
+    portal.change(group, key, 1U);
+    QTest::qWait(50);
+    QVERIFY(!isDark(QApplication::palette()));
+    appearance.apply(AppearanceChoice::system);
+    QVERIFY(isDark(QApplication::palette()));
+}
+
+void TestAppearance::withoutAPortalThePaletteStays() {
+    const auto before = QApplication::palette();
+    PortalAppearance appearance;
+    appearance.apply(AppearanceChoice::system);
+    QTest::qWait(100);
+    QCOMPARE(QApplication::palette(), before);
+    appearance.apply(AppearanceChoice::dark);
+    QVERIFY(isDark(QApplication::palette()));
+    appearance.apply(AppearanceChoice::system);
+    QCOMPARE(QApplication::palette(), before);
+}
+
+QTEST_MAIN(TestAppearance)
+#include "tst_appearance.moc"

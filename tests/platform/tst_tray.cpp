@@ -1,0 +1,145 @@
+#include "platform/XKeys.h"
+#include "platform/linux/TrayStatusItem.h"
+#include "platform/x11/XEmbedTray.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QScreen>
+#include <QTest>
+
+using namespace tavrik;
+
+namespace {
+
+const QColor lit(0xf2, 0xa3, 0x3c);
+
+/// Where the bar shows the colour.
+std::optional<QPoint> find(const QColor& colour) {
+    const auto bar = QGuiApplication::primaryScreen()->grabWindow(0, 0, 0, 1280, 30).toImage();
+    for (int y = 0; y < bar.height(); ++y) {
+        for (int x = 0; x < bar.width(); ++x) {
+            if (bar.pixelColor(x, y) == colour)
+                return QPoint(x, y);
+        }
+    }
+    return std::nullopt;
+}
+
+void click(const QPoint& where, const QString& button) {
+    output(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(where.x()),
+                                       QString::number(where.y()), QStringLiteral("click"), button});
+}
+
+QMenu* openMenu() {
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+} // namespace
+
+/// With a bar that embeds icons.
+class TestTray : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void anyClickOpensTheMenu_data();
+    void anyClickOpensTheMenu();
+    void shortcutsWorkInTheMenu_data();
+    void shortcutsWorkInTheMenu();
+    void theSymbolIsShown();
+
+private:
+    // One for all, as in the program: the bar takes its time to embed an icon.
+    std::optional<TrayStatusItem> m_item;
+    QStringList m_chosen;
+};
+
+void TestTray::initTestCase() {
+    // Nobody clicks as fast as these tests.
+    QApplication::setDoubleClickInterval(0);
+    m_item.emplace(&hasXEmbedTray);
+    m_item->setImage(QStringLiteral("mic.fill"), QStringLiteral("Tavrik recording"));
+    m_item->setMenu({
+        {.kind = MenuItem::Kind::label, .title = QStringLiteral("Hold A & B")},
+        {.kind = MenuItem::Kind::separator},
+        {.title = QStringLiteral("Open"),
+         .keyEquivalent = QStringLiteral("o"),
+         .action =
+             [this] {
+                 m_chosen << QStringLiteral("open");
+             }},
+        {.title = QStringLiteral("Not yet"), .keyEquivalent = QStringLiteral("n")},
+        {.title = QStringLiteral("Quit"),
+         .keyEquivalent = QStringLiteral("q"),
+         .action =
+             [this] {
+                 m_chosen << QStringLiteral("quit");
+             }},
+    });
+}
+
+void TestTray::init() {
+    m_chosen.clear();
+    // Off the icon, so that no tooltip lies over it.
+    output(QStringLiteral("xdotool"),
+           {QStringLiteral("mousemove"), QStringLiteral("300"), QStringLiteral("400")});
+}
+
+void TestTray::anyClickOpensTheMenu_data() {
+    QTest::addColumn<QString>("button");
+    QTest::newRow("left") << QStringLiteral("1");
+    QTest::newRow("right") << QStringLiteral("3");
+}
+
+void TestTray::anyClickOpensTheMenu() {
+    QFETCH(QString, button);
+    QTRY_VERIFY(find(lit));
+    click(*find(lit), button);
+    QTRY_VERIFY(openMenu());
+    QStringList rows;
+    for (const auto* action : openMenu()->actions())
+        rows << (action->isSeparator() ? QStringLiteral("-") : action->text()) +
+                    (action->isEnabled() ? QString() : QStringLiteral(" (disabled)"));
+    QCOMPARE(rows, (QStringList{QStringLiteral("Hold A && B (disabled)"), QStringLiteral("-"),
+                                QStringLiteral("Open"), QStringLiteral("Not yet (disabled)"),
+                                QStringLiteral("Quit")}));
+    QTest::mouseClick(openMenu(), Qt::LeftButton, {},
+                      openMenu()->actionGeometry(openMenu()->actions().constLast()).center());
+    QCOMPARE(m_chosen, QStringList{QStringLiteral("quit")});
+    QTRY_VERIFY(!openMenu());
+}
+
+void TestTray::shortcutsWorkInTheMenu_data() {
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<QStringList>("chosen");
+    QTest::newRow("open") << Qt::Key_O << QStringList{QStringLiteral("open")};
+    QTest::newRow("quit") << Qt::Key_Q << QStringList{QStringLiteral("quit")};
+    QTest::newRow("disabled") << Qt::Key_N << QStringList();
+    QTest::newRow("none") << Qt::Key_X << QStringList();
+}
+
+void TestTray::shortcutsWorkInTheMenu() {
+    QFETCH(Qt::Key, key);
+    QFETCH(QStringList, chosen);
+    QTRY_VERIFY(find(lit));
+    click(*find(lit), QStringLiteral("3"));
+    QTRY_VERIFY(openMenu());
+    QTest::keyClick(openMenu(), key, Qt::ControlModifier);
+    QCOMPARE(m_chosen, chosen);
+    QCOMPARE(openMenu() == nullptr, !chosen.isEmpty());
+    if (openMenu())
+        openMenu()->close();
+}
+
+void TestTray::theSymbolIsShown() {
+    QTRY_VERIFY(find(lit));
+    m_item->setImage(QStringLiteral("mic"), QStringLiteral("Tavrik idle"));
+    QTRY_VERIFY(!find(lit));
+    QTRY_VERIFY(find(Qt::white));
+    m_item.reset();
+    QTRY_VERIFY(!find(QColor(0x17, 0x17, 0x1a)));
+}
+
+QTEST_MAIN(TestTray)
+#include "tst_tray.moc"
