@@ -2,7 +2,12 @@
 
 #include <libsecret/secret.h>
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
+#include <utility>
+
+using namespace std::chrono_literals;
 
 namespace tavrik {
 
@@ -11,6 +16,8 @@ namespace {
 struct Release {
     void operator()(GMainContext* context) const { g_main_context_unref(context); }
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
+    void operator()(GSource* source) const { g_source_unref(source); }
+    void operator()(GVariant* variant) const { g_variant_unref(variant); }
     void operator()(SecretSchema* schema) const { secret_schema_unref(schema); }
     void operator()(SecretValue* value) const { secret_value_unref(value); }
     template<class Object>
@@ -25,7 +32,7 @@ using Owned = std::unique_ptr<T, Release>;
 /// Contact with the Secret Service for as long as it lives. Bound to the thread that made it.
 class Contact {
 public:
-    explicit Contact(GCancellable* cancellable)
+    Contact()
         : m_context(g_main_context_new()),
           m_schema(secret_schema_new("io.nordvex.tavrik", SECRET_SCHEMA_DONT_MATCH_NAME, "service",
                                      SECRET_SCHEMA_ATTRIBUTE_STRING, "account",
@@ -33,7 +40,7 @@ public:
           m_attributes(secret_attributes_build(m_schema.get(), "service", "io.nordvex.tavrik", "account",
                                                "supabase-session", nullptr)) {
         g_main_context_push_thread_default(m_context.get());
-        m_bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, nullptr));
+        m_bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
         // Else the program would end with the bus.
         if (m_bus)
             g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
@@ -48,10 +55,11 @@ public:
     explicit operator bool() const { return m_bus != nullptr; }
 
     GMainContext* context() const { return m_context.get(); }
+    GDBusConnection* bus() const { return m_bus.get(); }
 
-    Owned<SecretItem> find(GCancellable* cancellable) const {
+    Owned<SecretItem> find() const {
         GList* found = secret_service_search_sync(nullptr, m_schema.get(), m_attributes.get(),
-                                                  SECRET_SEARCH_LOAD_SECRETS, cancellable, nullptr);
+                                                  SECRET_SEARCH_LOAD_SECRETS, nullptr, nullptr);
         Owned<SecretItem> item(found ? SECRET_ITEM(g_object_ref(found->data)) : nullptr);
         g_list_free_full(found, g_object_unref);
         return item;
@@ -74,52 +82,8 @@ private:
     Owned<GDBusConnection> m_bus;
 };
 
-struct Unlocking {
-    GMainContext* context;
-    Owned<GCancellable> prompt{g_cancellable_new()};
-    bool asking = true;
-};
-
-void giveUp(GCancellable*, gpointer data) {
-    auto& unlocking = *static_cast<Unlocking*>(data);
-    g_cancellable_cancel(unlocking.prompt.get());
-    g_main_context_wakeup(unlocking.context);
-}
-
-void answered(GObject*, GAsyncResult* result, gpointer data) {
-    secret_service_unlock_finish(nullptr, result, nullptr, nullptr);
-    static_cast<Unlocking*>(data)->asking = false;
-}
-
-/// A user who dismisses the question may still unlock the item in another way.
-void waitForUnlock(SecretItem* item, GMainContext* context, GCancellable* cancellable) {
-    Unlocking unlocking{.context = context};
-    const auto connection = g_cancellable_connect(cancellable, G_CALLBACK(giveUp), &unlocking, nullptr);
-    GList items{item, nullptr, nullptr};
-    secret_service_unlock(nullptr, &items, unlocking.prompt.get(), answered, &unlocking);
-    while (secret_item_get_locked(item) && !g_cancellable_is_cancelled(cancellable))
-        g_main_context_iteration(context, TRUE);
-    g_cancellable_disconnect(cancellable, connection);
-
-    g_cancellable_cancel(unlocking.prompt.get());
-    while (unlocking.asking)
-        g_main_context_iteration(context, TRUE);
-}
-
-} // namespace
-
-std::optional<QByteArray> readKeyringItem(GCancellable* cancellable) {
-    const Contact contact(cancellable);
-    if (!contact)
-        return std::nullopt;
-    const auto item = contact.find(cancellable);
-    if (!item)
-        return std::nullopt;
-    if (secret_item_get_locked(item.get())) {
-        waitForUnlock(item.get(), contact.context(), cancellable);
-        secret_item_load_secret_sync(item.get(), cancellable, nullptr);
-    }
-    const Owned<SecretValue> secret(secret_item_get_secret(item.get()));
+std::optional<QByteArray> secretOf(SecretItem* item) {
+    const Owned<SecretValue> secret(secret_item_get_secret(item));
     if (!secret)
         return std::nullopt;
     gsize length = 0;
@@ -127,15 +91,108 @@ std::optional<QByteArray> readKeyringItem(GCancellable* cancellable) {
     return QByteArray(bytes, static_cast<qsizetype>(length));
 }
 
+/// Asks the user to unlock an item. The question stays until it is answered: there is a keyring in use that
+/// crashes when one is withdrawn.
+class UnlockPrompt {
+public:
+    UnlockPrompt(GDBusConnection* bus, const char* item) : m_bus(bus) {
+        const char* const items[]{item, nullptr};
+        const Owned<GVariant> reply(call("/org/freedesktop/secrets", "org.freedesktop.Secret.Service",
+                                         "Unlock", g_variant_new("(^ao)", items), G_VARIANT_TYPE("(aoo)")));
+        if (!reply)
+            return;
+        const char* path = nullptr;
+        g_variant_get_child(reply.get(), 1, "&o", &path);
+        m_subscription =
+            g_dbus_connection_signal_subscribe(bus, service, promptInterface, "Completed", path, nullptr,
+                                               G_DBUS_SIGNAL_FLAGS_NONE, completed, &m_completed, nullptr);
+        const Owned<GVariant> asked(call(path, promptInterface, "Prompt", g_variant_new("(s)", ""), nullptr));
+    }
+    UnlockPrompt(const UnlockPrompt&) = delete;
+    UnlockPrompt& operator=(const UnlockPrompt&) = delete;
+    ~UnlockPrompt() {
+        if (m_subscription != 0)
+            g_dbus_connection_signal_unsubscribe(m_bus, m_subscription);
+    }
+
+    /// Whether the user has answered since the last call, in whatever way.
+    bool takeAnswer() { return std::exchange(m_completed, false); }
+
+private:
+    static constexpr auto service = "org.freedesktop.secrets";
+    static constexpr auto promptInterface = "org.freedesktop.Secret.Prompt";
+
+    GVariant* call(const char* path, const char* interface, const char* method, GVariant* arguments,
+                   const GVariantType* replyType) {
+        return g_dbus_connection_call_sync(m_bus, service, path, interface, method, arguments, replyType,
+                                           G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    }
+
+    static void completed(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                          gpointer flag) {
+        *static_cast<bool*>(flag) = true;
+    }
+
+    GDBusConnection* m_bus;
+    guint m_subscription = 0;
+    bool m_completed = false;
+};
+
+gboolean raise(gpointer flag) {
+    *static_cast<bool*>(flag) = true;
+    return G_SOURCE_REMOVE;
+}
+
+gboolean raiseByCancellable(GCancellable*, gpointer flag) {
+    return raise(flag);
+}
+
+/// Until the user has answered, the time is over, or the read has been cancelled.
+void wait(GMainContext* context, UnlockPrompt& prompt, std::chrono::milliseconds limit,
+          GCancellable* cancellable) {
+    bool over = false;
+    const Owned<GSource> timer(g_timeout_source_new(static_cast<guint>(limit.count())));
+    g_source_set_callback(timer.get(), raise, &over, nullptr);
+    g_source_attach(timer.get(), context);
+    const Owned<GSource> cancelled(g_cancellable_source_new(cancellable));
+    g_source_set_callback(cancelled.get(), G_SOURCE_FUNC(raiseByCancellable), &over, nullptr);
+    g_source_attach(cancelled.get(), context);
+    while (!over && !prompt.takeAnswer())
+        g_main_context_iteration(context, TRUE);
+    g_source_destroy(timer.get());
+    g_source_destroy(cancelled.get());
+}
+
+} // namespace
+
+std::optional<QByteArray> readKeyringItem(GCancellable* cancellable) {
+    const Contact contact;
+    if (!contact)
+        return std::nullopt;
+    std::optional<UnlockPrompt> prompt;
+    // Not every keyring announces that it was unlocked in another way, so that it has to be looked at.
+    for (auto pause = 1s; !g_cancellable_is_cancelled(cancellable); pause = std::min(2 * pause, 64s)) {
+        const auto item = contact.find();
+        if (!item)
+            return std::nullopt;
+        if (!secret_item_get_locked(item.get()))
+            return secretOf(item.get());
+        if (!prompt)
+            prompt.emplace(contact.bus(), g_dbus_proxy_get_object_path(G_DBUS_PROXY(item.get())));
+        wait(contact.context(), *prompt, pause, cancellable);
+    }
+    return std::nullopt;
+}
+
 void replaceKeyringItem(const QByteArray& secret) {
-    if (const Contact contact(nullptr); contact) {
+    if (const Contact contact; contact) {
         contact.clear();
         contact.store(secret);
     }
 }
 
 void removeKeyringItem() {
-    if (const Contact contact(nullptr); contact)
+    if (const Contact contact; contact)
         contact.clear();
 }
 
