@@ -147,20 +147,21 @@ int main(int argc, char** argv) {
         }
         wait(holds(random));
         const auto up = Clock::now();
-        const auto take = recorder.stop();
+        const auto file = recorder.stop().value_or(AbstractRecorder::Take{}).file;
         const auto done = Clock::now();
 
         first.push_back(milliseconds(microphone.first - down));
         last.push_back(std::max(0.0, milliseconds(microphone.last - up)));
         stopped.push_back(milliseconds(done - up));
-        const auto heard = listen(take->file);
+        const auto heard = listen(file);
         missing.push_back(milliseconds(up - down) - heard.tone);
         silence.push_back(heard.before + heard.after);
-        QFile::remove(take->file);
+        QFile::remove(file);
     }
 
     constexpr int recorded = 10;
-    recorder.start();
+    if (!recorder.start())
+        return 1;
     std::timespec begin{}, end{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &begin);
     wait(recorded * 1000);

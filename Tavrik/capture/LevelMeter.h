@@ -32,7 +32,7 @@ private:
     int m_slot = 0;
 
     std::atomic<float> m_power = silence;
-    std::atomic<Clock::time_point> m_updated{};
+    std::atomic<Clock::time_point> m_updated;
 };
 
 } // namespace tavrik
