@@ -140,7 +140,7 @@ void TestX11Paste::layoutsAndLocks_data() {
     QTest::newRow("Persian alone") << QStringList{"ir"} << 0 << none;
     QTest::newRow("Persian alone, CapsLock and NumLock") << QStringList{"ir"} << 0 << both;
     QTest::newRow("Dvorak") << QStringList{"us", "dvorak"} << 0 << none;
-    QTest::newRow("Dvorak of Persian and Dvorak") << QStringList{"ir,us", ",dvorak"} << 1 << none;
+    QTest::newRow("Dvorak of US and Dvorak") << QStringList{"us,us", ",dvorak"} << 1 << none;
     QTest::newRow("French") << QStringList{"fr"} << 0 << none;
     QTest::newRow("Control on CapsLock") << QStringList{"us", "", "-option", "ctrl:swapcaps"} << 0 << none;
 }
@@ -243,9 +243,10 @@ void TestX11Paste::keysHeldForeverAreLetGo() {
 void TestX11Paste::twoWhileWaitingAreOne() {
     m_keys->press(keyAlt);
     m_paster->paste(next());
+    // Free again, but nobody has read that yet.
+    m_keys->release(keyAlt);
     const auto text = next();
     m_paster->paste(text);
-    m_keys->release(keyAlt);
     QTRY_VERIFY(editorIsModified());
     m_expected += text;
     QCOMPARE(savedText(), m_expected);
