@@ -47,8 +47,7 @@ Result<void> PulseCapture::start(pa_usec_t deadline) {
     if (!context)
         return std::unexpected(context.error());
 
-    // No media role: the server would keep the user's choice of device and volume for all programs of that
-    // role.
+    // No media role: the user's choice of device would then hold for every program of that role.
     m_stream.reset(pa_stream_new(*context, "Dictation", &format, nullptr));
     pa_stream_set_state_callback(
         m_stream.get(),
