@@ -71,6 +71,7 @@ void writeSynced(const QByteArray& bytes, const QString& folder) {
     const auto temporary = QFile::encodeName(folder + "/floor.new");
     const auto path = QFile::encodeName(folder + "/floor");
     const int file = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    check(file >= 0, "open");
     check(::write(file, bytes.constData(), size_t(bytes.size())) == bytes.size(), "write");
     check(::fdatasync(file) == 0, "fdatasync");
     ::close(file);

@@ -44,7 +44,7 @@ qsizetype wordCount(QByteArrayView text) {
             }
         }
         UChar32 character = 0;
-        U8_NEXT(bytes, at, size, character);
+        U8_NEXT(bytes, at, size, character); // NOLINT(bugprone-inc-dec-in-conditions): inside the macro
         const bool space = character >= 0 && u_isUWhiteSpace(character);
         words += !space && !inWord;
         inWord = !space;

@@ -143,11 +143,10 @@ private Q_SLOTS:
     void readsAnyGoodRecord() {
         QFETCH(QByteArray, members);
         QFETCH(Transcription, expected);
-        const auto records = decodeHistory(historyWith(members));
-        QVERIFY(records);
-        QCOMPARE(records->size(), 3);
-        QCOMPARE(records->at(1), expected);
-        QCOMPARE(records->at(2).text, QByteArray("c"));
+        const auto records = decodeHistory(historyWith(members)).value_or(QList<Transcription>());
+        QCOMPARE(records.size(), 3);
+        QCOMPARE(records.at(1), expected);
+        QCOMPARE(records.at(2).text, QByteArray("c"));
     }
 
     void refusesAllForOneBadRecord_data() {
