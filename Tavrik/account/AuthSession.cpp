@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace tavrik {
@@ -19,10 +20,10 @@ bool AuthSession::isFresh(Time now) const {
 
 QByteArray AuthSession::toJson() const {
     const QJsonObject object{
-        {QStringLiteral("accessToken"), accessToken},
-        {QStringLiteral("refreshToken"), refreshToken},
-        {QStringLiteral("expiresAt"), (expiresAt - epoch).count()},
-        {QStringLiteral("email"), email},
+        {u"accessToken"_s, accessToken},
+        {u"refreshToken"_s, refreshToken},
+        {u"expiresAt"_s, (expiresAt - epoch).count()},
+        {u"email"_s, email},
     };
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }

@@ -11,6 +11,7 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace tavrik {
@@ -22,7 +23,7 @@ AuthSession::Time now() {
 }
 
 QJsonObject credentials(const QString& email, const QString& password) {
-    return {{QStringLiteral("email"), email}, {QStringLiteral("password"), password}};
+    return {{u"email"_s, email}, {u"password"_s, password}};
 }
 
 } // namespace
@@ -70,14 +71,14 @@ void AuthStore::whenKnown(std::function<void()> callback) {
 }
 
 void AuthStore::signIn(const QString& email, const QString& password, Completion<void> completion) {
-    post(QStringLiteral("auth/v1/token?grant_type=password"), credentials(email, password),
+    post(u"auth/v1/token?grant_type=password"_s, credentials(email, password),
          [this, email, completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
              completion(applySession(reply, email));
          });
 }
 
 void AuthStore::signUp(const QString& email, const QString& password, Completion<bool> completion) {
-    post(QStringLiteral("auth/v1/signup"), credentials(email, password),
+    post(u"auth/v1/signup"_s, credentials(email, password),
          [this, email, completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
              if (reply && !reply->contains(u"access_token"))
                  return completion(true);
@@ -115,8 +116,7 @@ void AuthStore::withValidAccessToken(Completion<QString> completion) {
         return completion(std::unexpected(authError::notSignedIn()));
     if (m_current->isFresh(now()))
         return completion(m_current->accessToken);
-    post(QStringLiteral("auth/v1/token?grant_type=refresh_token"),
-         {{QStringLiteral("refresh_token"), m_current->refreshToken}},
+    post(u"auth/v1/token?grant_type=refresh_token"_s, {{u"refresh_token"_s, m_current->refreshToken}},
          [this, refreshed = *m_current,
           completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
              // Signed out, or another session has come: the reply belongs to neither.
@@ -158,7 +158,7 @@ void AuthStore::post(const QString& path, const QJsonObject& body, Completion<QJ
 void AuthStore::fetchEmail(const QString& accessToken, std::function<void(const QString&)> completion) {
     HttpRequest request{
         .method = "GET",
-        .url = m_backend.endpoint(QStringLiteral("auth/v1/user")),
+        .url = m_backend.endpoint(u"auth/v1/user"_s),
         .headers = m_backend.headers(accessToken),
         .body = {},
         .timeout = 60s,
@@ -166,7 +166,7 @@ void AuthStore::fetchEmail(const QString& accessToken, std::function<void(const 
     m_http.send(std::move(request),
                 whileAlive([completion = std::move(completion)](const Result<HttpResponse>& response) {
                     const auto email = response ? authReplyEmail(response->body) : std::nullopt;
-                    completion(email.value_or(QStringLiteral("Google account")));
+                    completion(email.value_or(u"Google account"_s));
                 }));
 }
 

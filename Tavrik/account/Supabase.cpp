@@ -2,6 +2,8 @@
 
 #include <QUrlQuery>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 Supabase Supabase::builtIn() {
@@ -20,9 +22,9 @@ QUrl Supabase::googleSignInURL() const {
     if (!exists())
         return {};
     QUrlQuery query;
-    query.addQueryItem(QStringLiteral("provider"), QStringLiteral("google"));
-    query.addQueryItem(QStringLiteral("redirect_to"), QStringLiteral("tavrik://auth-callback"));
-    auto page = endpoint(QStringLiteral("auth/v1/authorize"));
+    query.addQueryItem(u"provider"_s, u"google"_s);
+    query.addQueryItem(u"redirect_to"_s, u"tavrik://auth-callback"_s);
+    auto page = endpoint(u"auth/v1/authorize"_s);
     page.setQuery(query);
     return page;
 }
