@@ -8,9 +8,10 @@ namespace tavrik {
 
 namespace {
 
-/// The text as a JSON string, quotes included.
+/// The text as a JSON string, quotes included. Half a surrogate pair, which services refuse, is replaced.
 QByteArray quoted(const QString& text) {
-    return QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact).sliced(1).chopped(1);
+    const auto valid = QString::fromUtf8(text.toUtf8());
+    return QJsonDocument(QJsonArray{valid}).toJson(QJsonDocument::Compact).sliced(1).chopped(1);
 }
 
 /// `before` + base64 + `after`. A recording never goes through a JSON library: it needs no escaping, and a
