@@ -22,73 +22,39 @@ bool isDark(const QPalette& palette) {
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }
 
-struct Colours {
-    QRgb window, base, alternateBase, button, text, placeholder, disabled, light, mid, dark, shadow,
-        highlight, link;
-    QRgb toolTip, toolTipText;
+struct RoleColours {
+    QPalette::ColorRole role;
+    QRgb light;
+    QRgb dark;
 };
 
-constexpr Colours lightColours{
-    .window = 0xfff3f3f5,
-    .base = 0xffffffff,
-    .alternateBase = 0xfff0f0f2,
-    .button = 0xfffafafb,
-    .text = 0xff1c1c1f,
-    .placeholder = 0xff8a8a90,
-    .disabled = 0xffa3a3a8,
-    .light = 0xffffffff,
-    .mid = 0xffc4c4c9,
-    .dark = 0xffa8a8ae,
-    .shadow = 0xff77777d,
-    .highlight = 0xff2f6fd6,
-    .link = 0xff2460c2,
-    .toolTip = 0xfffdfdfd,
-    .toolTipText = 0xff1c1c1f,
+constexpr RoleColours colours[]{
+    {QPalette::Window, 0xfff3f3f5, 0xff28282b},      {QPalette::WindowText, 0xff1c1c1f, 0xfff0f0f2},
+    {QPalette::Base, 0xffffffff, 0xff1d1d20},        {QPalette::AlternateBase, 0xfff0f0f2, 0xff242427},
+    {QPalette::Text, 0xff1c1c1f, 0xfff0f0f2},        {QPalette::PlaceholderText, 0xff8a8a90, 0xff8c8c93},
+    {QPalette::BrightText, 0xffffffff, 0xffffffff},  {QPalette::Button, 0xfffafafb, 0xff3a3a3e},
+    {QPalette::ButtonText, 0xff1c1c1f, 0xfff0f0f2},  {QPalette::Light, 0xffffffff, 0xff505056},
+    {QPalette::Midlight, 0xfffafafb, 0xff3a3a3e},    {QPalette::Mid, 0xffc4c4c9, 0xff1f1f22},
+    {QPalette::Dark, 0xffa8a8ae, 0xff18181a},        {QPalette::Shadow, 0xff77777d, 0xff0c0c0d},
+    {QPalette::Highlight, 0xff2f6fd6, 0xff3a7be0},   {QPalette::HighlightedText, 0xffffffff, 0xffffffff},
+    {QPalette::Link, 0xff2460c2, 0xff7fb0ff},        {QPalette::ToolTipBase, 0xfffdfdfd, 0xff3a3a3e},
+    {QPalette::ToolTipText, 0xff1c1c1f, 0xfff0f0f2},
 };
 
-constexpr Colours darkColours{
-    .window = 0xff28282b,
-    .base = 0xff1d1d20,
-    .alternateBase = 0xff242427,
-    .button = 0xff3a3a3e,
-    .text = 0xfff0f0f2,
-    .placeholder = 0xff8c8c93,
-    .disabled = 0xff77777d,
-    .light = 0xff505056,
-    .mid = 0xff1f1f22,
-    .dark = 0xff18181a,
-    .shadow = 0xff0c0c0d,
-    .highlight = 0xff3a7be0,
-    .link = 0xff7fb0ff,
-    .toolTip = 0xff3a3a3e,
-    .toolTipText = 0xfff0f0f2,
+/// Where disabled differs. Styles that engrave disabled text draw its lower edge in the light colour.
+constexpr RoleColours disabledColours[]{
+    {QPalette::WindowText, 0xffa3a3a8, 0xff77777d},
+    {QPalette::Text, 0xffa3a3a8, 0xff77777d},
+    {QPalette::ButtonText, 0xffa3a3a8, 0xff77777d},
+    {QPalette::Light, 0xffffffff, 0xff1d1d20},
 };
 
-QPalette makePalette(const Colours& colours) {
-    QPalette palette(QColor::fromRgb(colours.button), QColor::fromRgb(colours.window));
-    palette.setColor(QPalette::Window, colours.window);
-    palette.setColor(QPalette::WindowText, colours.text);
-    palette.setColor(QPalette::Base, colours.base);
-    palette.setColor(QPalette::AlternateBase, colours.alternateBase);
-    palette.setColor(QPalette::Button, colours.button);
-    palette.setColor(QPalette::ButtonText, colours.text);
-    palette.setColor(QPalette::Text, colours.text);
-    palette.setColor(QPalette::BrightText, Qt::white);
-    palette.setColor(QPalette::PlaceholderText, colours.placeholder);
-    palette.setColor(QPalette::Light, colours.light);
-    palette.setColor(QPalette::Midlight, colours.button);
-    palette.setColor(QPalette::Mid, colours.mid);
-    palette.setColor(QPalette::Dark, colours.dark);
-    palette.setColor(QPalette::Shadow, colours.shadow);
-    palette.setColor(QPalette::Highlight, colours.highlight);
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, colours.link);
-    palette.setColor(QPalette::ToolTipBase, colours.toolTip);
-    palette.setColor(QPalette::ToolTipText, colours.toolTipText);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Disabled, role, colours.disabled);
-    // Styles that engrave disabled text draw its lower edge in this.
-    palette.setColor(QPalette::Disabled, QPalette::Light, colours.base);
+QPalette makePalette(bool dark) {
+    QPalette palette;
+    for (const auto& row : colours)
+        palette.setColor(row.role, dark ? row.dark : row.light);
+    for (const auto& row : disabledColours)
+        palette.setColor(QPalette::Disabled, row.role, dark ? row.dark : row.light);
     return palette;
 }
 
@@ -140,7 +106,7 @@ void PortalAppearance::update() {
         QToolTip::setPalette(m_desktopToolTips);
         return;
     }
-    const auto palette = makePalette(wanted == Scheme::dark ? darkColours : lightColours);
+    const auto palette = makePalette(wanted == Scheme::dark);
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);
 }

@@ -16,6 +16,7 @@ namespace tavrik {
 
 namespace {
 
+constexpr double narrowestText = 240;
 constexpr double widestText = 420;
 
 /// The informative text as a view that wraps anywhere and scrolls, since a message may be of any length, and
@@ -42,7 +43,8 @@ QTextEdit* makeTextView(const QString& text, int greatestHeight) {
     measured.setDefaultTextOption(view->document()->defaultTextOption());
     measured.setPlainText(text);
     measured.setTextWidth(widestText);
-    const int width = static_cast<int>(std::ceil(std::min(measured.idealWidth(), widestText)));
+    const int width =
+        static_cast<int>(std::ceil(std::clamp(measured.idealWidth(), narrowestText, widestText)));
     const int height = static_cast<int>(std::ceil(measured.size().height()));
     const bool scrolls = height > greatestHeight;
     view->setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
