@@ -1,0 +1,36 @@
+import QtQuick
+
+// Stands in a list's place while there is nothing to list.
+Rectangle {
+    id: hint
+
+    required property bool searching
+
+    implicitHeight: words.height + 40
+    color: "transparent"
+    radius: 10
+    border.width: 1
+    border.color: Theme.border
+
+    SymbolImage {
+        id: symbol
+        x: 20
+        anchors.verticalCenter: parent.verticalCenter
+        name: hint.searching ? "magnifyingglass" : "mic"
+        size: 13
+        colour: Theme.secondary
+    }
+
+    Label {
+        id: words
+        anchors.left: symbol.right
+        anchors.leftMargin: 10
+        anchors.right: parent.right
+        anchors.rightMargin: 20
+        anchors.verticalCenter: parent.verticalCenter
+        text: hint.searching ? "No matches."
+                             : "Nothing yet today. Hold ⌥ Space, speak Persian, release — the English text lands here."
+        wrapMode: Text.Wrap
+        color: Theme.secondary
+    }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+import Tavrik.Window
+
+// Everything that was ever dictated, day by day.
+TranscriptionPage {
+    id: history
+
+    required property HistoryPages pages
+
+    transcriptions: pages.all
+    spacing: 24
+
+    Binding {
+        target: history.transcriptions
+        property: "query"
+        value: search.query
+    }
+
+    Label {
+        text: "History"
+        size: 25
+        font.weight: Font.Bold
+        Accessible.role: Accessible.Heading
+    }
+
+    SearchField {
+        id: search
+        width: Math.min(300, parent.width)
+    }
+
+    Label {
+        width: parent.width
+        visible: history.transcriptions.empty
+        text: search.query === "" ? "No transcriptions yet." : "No matches for “" + search.query + "”."
+        wrapMode: Text.Wrap
+        color: Theme.secondary
+    }
+
+    Shortcut {
+        sequences: [StandardKey.Find]
+        onActivated: search.edit()
+    }
+}

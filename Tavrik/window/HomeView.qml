@@ -1,0 +1,122 @@
+import QtQuick
+import Tavrik.Window
+
+// Greets, lists what was dictated today, and counts.
+TranscriptionPage {
+    id: home
+
+    required property HistoryPages pages
+
+    property bool searching: false
+
+    function toggleSearch(): void {
+        searching = !searching;
+        if (searching)
+            search.edit();
+        else
+            search.clear();
+    }
+
+    transcriptions: pages.today
+    roomBeside: figures.width + 14
+    spacing: 24
+    gap: 10
+
+    Binding {
+        target: home.transcriptions
+        property: "query"
+        value: search.query
+    }
+
+    Label {
+        width: parent.width
+        text: "Welcome back, " + home.pages.firstName
+        size: 25
+        font.weight: Font.Bold
+        elide: Text.ElideRight
+        Accessible.role: Accessible.Heading
+    }
+
+    Column {
+        width: parent.width
+        spacing: 10
+
+        Item {
+            width: parent.width
+            height: search.implicitHeight
+
+            Caption {
+                anchors.verticalCenter: parent.verticalCenter
+                title: "Today"
+                text: "TODAY"
+            }
+
+            SearchField {
+                id: search
+                anchors.right: searchButton.left
+                anchors.rightMargin: 6
+                width: 180
+                visible: home.searching
+                onAbandoned: home.toggleSearch()
+            }
+
+            IconButton {
+                id: searchButton
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                symbol: home.searching ? "xmark.circle.fill" : "magnifyingglass"
+                name: home.searching ? "Close search" : "Search"
+                toolTip: name
+                onClicked: home.toggleSearch()
+            }
+        }
+
+        EmptyHint {
+            width: parent.width
+            visible: home.transcriptions.empty
+            searching: search.query !== ""
+        }
+    }
+
+    Shortcut {
+        sequences: [StandardKey.Find]
+        onActivated: {
+            if (home.searching)
+                search.edit();
+            else
+                home.toggleSearch();
+        }
+    }
+
+    Card {
+        id: figures
+        parent: home
+        x: home.width - width - home.margin
+        y: home.marginAbove - home.scrolled
+        width: 200
+        height: lines.height + 44
+
+        Column {
+            id: lines
+            x: 22
+            y: 22
+            width: parent.width - 44
+            spacing: 20
+
+            StatLine {
+                value: home.pages.figures.totalWords
+                label: "total words"
+            }
+
+            StatLine {
+                value: home.pages.figures.wordsPerMinute
+                label: "wpm"
+            }
+
+            StatLine {
+                value: home.pages.figures.daysUsed
+                label: home.pages.figures.daysLabel
+            }
+        }
+    }
+}

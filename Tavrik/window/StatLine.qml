@@ -1,0 +1,25 @@
+import QtQuick
+
+// One figure and what it counts.
+Column {
+    required property string value
+    required property string label
+
+    spacing: 2
+    Accessible.role: Accessible.StaticText
+    Accessible.name: value + " " + label
+
+    Label {
+        text: parent.value
+        size: 23
+        font.weight: Font.DemiBold
+        Accessible.ignored: true
+    }
+
+    Label {
+        text: parent.label
+        size: 12
+        color: Theme.secondary
+        Accessible.ignored: true
+    }
+}

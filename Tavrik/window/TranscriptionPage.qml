@@ -1,0 +1,83 @@
+import QtQuick
+import Tavrik.Window
+
+// A page that scrolls as a whole: a card that begins with the page's own content and goes on with transcriptions.
+FocusScope {
+    id: page
+
+    required property TranscriptionModel transcriptions
+    // Beside the card, for what stands there.
+    property real roomBeside: 0
+    // Between the content and the first row.
+    property real gap: 0
+
+    readonly property real margin: 16
+    readonly property real marginAbove: 44
+    readonly property real padding: 26
+    readonly property real scrolled: list.contentY - list.originY
+
+    default property alias content: column.data
+    property alias spacing: column.spacing
+
+    Component.onCompleted: transcriptions.open()
+    Component.onDestruction: transcriptions.close()
+
+    Keys.onPressed: event => {
+        const step = height - 2 * marginAbove;
+        const actions = {
+            [Qt.Key_PageUp]: () => list.scrollTo(list.contentY - step),
+            [Qt.Key_PageDown]: () => list.scrollTo(list.contentY + step),
+            [Qt.Key_Home]: () => list.scrollTo(list.originY),
+            [Qt.Key_End]: () => list.scrollTo(list.lastY),
+        };
+        if (actions[event.key]) {
+            actions[event.key]();
+            event.accepted = true;
+        }
+    }
+
+    // What lies outside the view is not drawn: the card of a long history would be millions of pixels high.
+    Card {
+        id: card
+        readonly property real above: Math.max(page.marginAbove - page.scrolled, -radius)
+        readonly property real below: Math.min(list.contentHeight - page.scrolled, page.height + page.margin + radius)
+        x: page.margin
+        y: above
+        width: page.width - 2 * page.margin - page.roomBeside
+        height: Math.max(below, page.height) - page.margin - above
+    }
+
+    Column {
+        id: column
+        x: card.x + page.padding
+        y: page.marginAbove + page.padding - page.scrolled
+        width: card.width - 2 * page.padding
+    }
+
+    TranscriptionList {
+        id: list
+        anchors.fill: parent
+        transcriptions: page.transcriptions
+        inset: column.x
+        rowWidth: column.width
+        spaceAbove: page.marginAbove + page.padding + column.height + page.gap
+        spaceBelow: page.padding + page.margin
+    }
+
+    // Scrolled content ends below the window's corner buttons.
+    Rectangle {
+        width: parent.width
+        height: page.marginAbove
+        visible: page.scrolled > 0
+        color: Theme.canvas
+    }
+
+    ScrollThumb {
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.topMargin: page.marginAbove
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: page.margin
+        list: list
+    }
+}
