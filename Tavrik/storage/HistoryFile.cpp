@@ -236,7 +236,12 @@ private:
     static constexpr size_t pieceSize = size_t{128} * 1024;
     static constexpr std::string_view hexDigits = "0123456789ABCDEF";
 
-    static char* put(char* at, std::string_view bytes) { return std::ranges::copy(bytes, at).out; }
+    // The size is known when this is compiled: a few stores instead of a call.
+    template<size_t size>
+    static char* put(char* at, const char (&literal)[size]) {
+        std::memcpy(at, literal, size - 1);
+        return at + size - 1;
+    }
 
     static char* putNumber(char* at, unsigned value, int digits) {
         for (int i = digits - 1; i >= 0; --i, value /= 10)
