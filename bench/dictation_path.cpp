@@ -1,0 +1,235 @@
+// Whole dictations with the real program, from the release of the keys to the text in another program's
+// editor, beside the script a user would write. The server answers at once. On a desktop of its own:
+//   tests/desktop/on-desktop dictation_path TAVRIK TAVRIK-BACKEND PORT SCRIPT [rounds]
+
+#include "Measure.h"
+#include "platform/x11/X11Keyboard.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QKeyEvent>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUuid>
+
+#include <cstdio>
+#include <optional>
+
+using namespace tavrik;
+using namespace tavrik::bench;
+
+namespace {
+
+constexpr quint8 altKey = 64;
+constexpr quint8 spaceKey = 65;
+constexpr int holdMilliseconds = 900;
+
+double now() {
+    return milliseconds(Clock::now().time_since_epoch());
+}
+
+/// Where the texts arrive. Remembers when its paste key and its text came.
+class Editor : public QPlainTextEdit {
+public:
+    Editor() {
+        connect(this, &QPlainTextEdit::textChanged, this, [this] {
+            if (!document()->isEmpty())
+                textAt = now();
+        });
+    }
+    void reset() {
+        keyAt.reset();
+        clear();
+        textAt.reset();
+    }
+
+    std::optional<double> keyAt;
+    std::optional<double> textAt;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->key() == Qt::Key_V)
+            keyAt = now();
+        QPlainTextEdit::keyPressEvent(event);
+    }
+};
+
+QByteArray run(const QString& program, const QStringList& arguments, const QByteArray& input = {}) {
+    QProcess process;
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished() || process.exitCode() != 0)
+        qFatal("%s failed", qPrintable(program));
+    return process.readAllStandardOutput();
+}
+
+struct Process : QProcess {
+    ~Process() override {
+        terminate();
+        waitForFinished();
+    }
+};
+
+void writeHistory(int records) {
+    const QString folder = qEnvironmentVariable("XDG_DATA_HOME") + "/Tavrik";
+    QDir().mkpath(folder);
+    QJsonArray list;
+    const auto text =
+        QStringLiteral("A sentence of the usual length, as somebody would dictate it. ").repeated(3);
+    for (int i = 0; i < records; ++i)
+        list.append(QJsonObject{{"id", QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()},
+                                {"date", "2026-01-01T00:00:00Z"},
+                                {"text", text},
+                                {"duration", 3.5}});
+    QFile file(folder + "/history.json");
+    if (!file.open(QFile::WriteOnly) || file.write(QJsonDocument(list).toJson()) < 0)
+        qFatal("no history");
+}
+
+class Desk {
+public:
+    Desk(QString tavrik, QString backend, QString port, QString script)
+        : m_tavrik(std::move(tavrik)), m_script(std::move(script)) {
+        m_backend.start(backend, {"--port", port, "--control"});
+        if (!m_backend.waitForReadyRead())
+            qFatal("no backend");
+        m_url = QString::fromUtf8(m_backend.readLine().trimmed());
+        run(m_tavrik, {"preferences", "set", "openrouter_api_key", "-"}, "bench\n");
+        editor.show();
+        editor.activateWindow();
+        if (!QTest::qWaitForWindowActive(&editor, 20000))
+            qFatal("no focus");
+    }
+
+    struct Times {
+        double releaseToRequest = 0;
+        double replyToKeys = 0;
+        double replyToText = 0;
+        double releaseToText = 0;
+    };
+
+    void launch(QProcess& program) {
+        program.start(m_tavrik, {});
+        const bool up = QTest::qWaitFor(
+            [] {
+                return run("busctl", {"--user", "list", "--acquired", "--no-legend"})
+                    .contains("io.nordvex.tavrik");
+            },
+            20000);
+        if (!up)
+            qFatal("the program did not start");
+        QTest::qWait(500);
+    }
+
+    Times dictate() {
+        script();
+        hold(true);
+        QTest::qWait(holdMilliseconds);
+        hold(false);
+        return await(now());
+    }
+
+    /// The same by the script.
+    Times dictateByScript() {
+        script();
+        QTemporaryDir folder;
+        const QString file = folder.filePath("take.wav");
+        QProcess recorder;
+        recorder.start(m_script, {"start", file});
+        recorder.waitForStarted();
+        QTest::qWait(holdMilliseconds);
+        Process sender;
+        const double released = now();
+        sender.start(m_script, {"stop", file, m_url, QString::number(recorder.processId())});
+        recorder.waitForFinished();
+        return await(released);
+    }
+
+    Editor editor;
+
+private:
+    void script() {
+        editor.reset();
+        run("curl", {"-s", "--data-binary", "@-", m_url + "/control/replies"},
+            R"([{"path": "/api/v1/chat/completions", "status": 200,
+                 "body": "{\"choices\":[{\"message\":{\"content\":\"It is a fine day today.\"}}]}"}])");
+    }
+
+    void hold(bool down) {
+        m_keyboard.synthesise(down ? altKey : spaceKey, down);
+        m_keyboard.synthesise(down ? spaceKey : altKey, down);
+        m_keyboard.flush();
+    }
+
+    Times await(double released) {
+        if (!QTest::qWaitFor([this] { return editor.textAt.has_value(); }, 20000))
+            qFatal("no text arrived");
+        const auto requests = QJsonDocument::fromJson(run("curl", {"-s", m_url + "/control/requests"}))
+                                  .object()
+                                  .value("requests")
+                                  .toArray();
+        const double received = requests.last().toObject().value("lastByteNs").toDouble() / 1e6;
+        return {received - released, editor.keyAt.value_or(received) - received, *editor.textAt - received,
+                *editor.textAt - released};
+    }
+
+    QString m_tavrik;
+    QString m_script;
+    QString m_url;
+    Process m_backend;
+    X11Keyboard m_keyboard;
+};
+
+double medianOf(const std::vector<Desk::Times>& rounds, double Desk::Times::* field) {
+    std::vector<double> values;
+    for (const auto& times : rounds)
+        values.push_back(times.*field);
+    return median(values);
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QApplication application(argc, argv);
+    const auto arguments = QCoreApplication::arguments();
+    if (arguments.size() < 5)
+        qFatal("usage: dictation_path TAVRIK TAVRIK-BACKEND PORT SCRIPT [rounds]");
+    const int rounds = arguments.size() > 5 ? std::max(1, arguments[5].toInt()) : 15;
+    Desk desk(arguments[1], arguments[2], arguments[3], arguments[4]);
+
+    for (const int records : {0, 1000, 100000}) {
+        writeHistory(records);
+        Process program;
+        desk.launch(program);
+        desk.dictate();
+        std::vector<Desk::Times> ours;
+        std::vector<Desk::Times> scripts;
+        for (int i = 0; i < rounds; ++i) {
+            ours.push_back(desk.dictate());
+            if (records == 0)
+                scripts.push_back(desk.dictateByScript());
+        }
+        using Times = Desk::Times;
+        if (records == 0) {
+            const double whole = medianOf(ours, &Times::releaseToText);
+            const double script = medianOf(scripts, &Times::releaseToText);
+            std::printf("whole path, release to text in the editor: %.1f ms (script %.1f ms, ratio %.2f; "
+                        "goal 0.33)\n",
+                        whole, script, whole / script);
+            std::printf("release to the request's last byte: %.1f ms\n",
+                        medianOf(ours, &Times::releaseToRequest));
+        }
+        std::printf("reply to paste key in the editor, %d records: %.2f ms (goal 3)\n", records,
+                    medianOf(ours, &Times::replyToKeys));
+        std::printf("reply to text in the editor, %d records: %.2f ms (goal 15 at 1000)\n", records,
+                    medianOf(ours, &Times::replyToText));
+        std::fflush(stdout);
+    }
+}
