@@ -13,8 +13,12 @@
 #include "platform/Appearance.h"
 #include "platform/ApplicationInstance.h"
 #include "platform/Clipboard.h"
+#include "platform/DayWatcher.h"
+#include "platform/FolderRevealer.h"
 #include "platform/HotKeyBackend.h"
+#include "platform/KeyReader.h"
 #include "platform/LinkOpener.h"
+#include "platform/LoginItem.h"
 #include "platform/Microphone.h"
 #include "platform/PanelHost.h"
 #include "platform/PasteKeys.h"
@@ -23,13 +27,16 @@
 #include "platform/SecureSlot.h"
 #include "platform/SoundPlayer.h"
 #include "platform/StatusItem.h"
+#include "platform/WindowActivator.h"
 #include "storage/HistoryStore.h"
 #include "storage/Settings.h"
 #include "translation/OpenRouter.h"
 #include "translation/Translator.h"
 #include "updates/UpdateChecker.h"
+#include "window/MainWindow.h"
 
 #include <QApplication>
+#include <QQuickWindow>
 
 using namespace tavrik;
 
@@ -64,13 +71,12 @@ struct Program {
         .queue = queue,
         .preferences = *preferences,
         .settings = settings,
+        .account = account,
         .recorder = recorder,
         .hud = hud,
         .translator = translator,
         .paster = paster,
-        .history = [this]() -> HistoryStore& {
-            return history ? *history : history.emplace(platformFolders().applicationSupport);
-        },
+        .history = [this]() -> HistoryStore& { return openHistory(); },
         .alerts = *platform.alerts,
         .appearance = *platform.appearance,
         .hotKeys = *platform.hotKeys,
@@ -78,10 +84,33 @@ struct Program {
         .pasteKeys = *platform.pasteKeys,
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
-        .openMainWindow = {},
+        .openMainWindow = [this] { window.show(); },
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};
+    MainWindowController window{{
+        .queue = queue,
+        .account = account,
+        .history = [this]() -> HistoryStore& { return openHistory(); },
+        .clipboard = *platform.clipboard,
+        .days = *platform.days,
+        .links = *platform.links,
+        .activator = *platform.windowActivator,
+        .settings =
+            {
+                .shortcut = {*preferences, settings, *platform.keyReader, delegate},
+                .appearance = *platform.appearance,
+                .loginItem = *platform.loginItem,
+                .folders = *platform.folders,
+                .texts = platformTexts(),
+                .dataFolder = platformFolders().applicationSupport,
+            },
+        .fullUserName = fullUserName(),
+    }};
+
+    HistoryStore& openHistory() {
+        return history ? *history : history.emplace(platformFolders().applicationSupport);
+    }
 
     void open(const QByteArrayList& urls) {
         for (const auto& url : urls)
@@ -98,6 +127,7 @@ int run(int& argc, char** argv, const QByteArrayList& urls) {
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::setDesktopFileName(QStringLiteral("io.nordvex.tavrik"));
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     std::optional<Program> program;
     const bool first = instance->claim({

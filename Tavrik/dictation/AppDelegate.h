@@ -1,5 +1,6 @@
 #pragma once
 
+#include "capture/AbstractHotKeyOwner.h"
 #include "capture/AbstractRecorder.h"
 #include "capture/HotKey.h"
 
@@ -13,6 +14,7 @@ namespace tavrik {
 class AbstractPaster;
 class AbstractRecordingHUD;
 class AbstractTranslator;
+class Account;
 class Alerts;
 class Appearance;
 class HistoryStore;
@@ -28,7 +30,7 @@ class StatusItem;
 /// The program itself: turns a press of the hot key into a recording, its release into a translation, and the
 /// result into pasted text and a history record. Owns the launch sequence, the menu and the hot key. Main
 /// thread.
-class AppDelegate : public QObject {
+class AppDelegate : public QObject, public AbstractHotKeyOwner {
     Q_OBJECT
 
 public:
@@ -37,6 +39,7 @@ public:
         MainQueue& queue;
         PreferenceStore& preferences;
         Settings& settings;
+        Account& account;
         AbstractRecorder& recorder;
         AbstractRecordingHUD& hud;
         AbstractTranslator& translator;
@@ -79,8 +82,13 @@ public:
     /// Builds the status item's menu anew.
     void buildMenu();
 
-    /// The preferences name another combination: registers it and rebuilds the menu.
-    void hotKeyChanged();
+    /// Not during a recording: the key that started it is still down, and its release must arrive.
+    void releaseHotKey() override;
+
+    /// Registers what the preferences name now, after a recording if there is one, and rebuilds the menu.
+    void hotKeyChanged() override;
+
+    HotKeyBackend::Status hotKeyStatus() const override;
 
 private:
     enum class State { idle, recording, processing };
@@ -91,10 +99,12 @@ private:
     void updateIcon();
     void showError(const QString& message);
     void preferencesChanged();
+    void openWindowOnFirstRun();
     float level() const;
     void finish(Result<QString> result, double duration);
 
     Parts m_parts;
+    /// Null before the launch, and while it is released.
     std::unique_ptr<HotKey> m_hotKey;
     KeyCombination m_combination;
     QString m_hotKeyDisplay;

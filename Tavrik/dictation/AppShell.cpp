@@ -1,6 +1,7 @@
 // The application's shell: launch, menu and the hot key's registration. The recording cycle is in
 // AppDelegate.cpp.
 
+#include "account/Account.h"
 #include "base/MainQueue.h"
 #include "dictation/AppDelegate.h"
 #include "platform/Microphone.h"
@@ -11,7 +12,11 @@
 
 #include <QPointer>
 
+#include <chrono>
+
 namespace tavrik {
+
+using namespace std::chrono_literals;
 
 void AppDelegate::applicationDidFinishLaunching() {
     m_parts.settings.applyAppearance(m_parts.appearance);
@@ -19,6 +24,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     buildMenu();
     m_parts.microphone.requestAccess();
     m_parts.pasteKeys.requestTrust();
+    openWindowOnFirstRun();
     registerHotKey();
     m_parts.preferences.watch([self = QPointer<AppDelegate>(this)] {
         if (self)
@@ -26,8 +32,19 @@ void AppDelegate::applicationDidFinishLaunching() {
     });
 }
 
+void AppDelegate::openWindowOnFirstRun() {
+    m_parts.account.whenKnown([self = QPointer<AppDelegate>(this)] {
+        if (!self || self->m_parts.account.isSignedIn() || !self->m_parts.settings.openRouterKey().isEmpty())
+            return;
+        self->m_parts.queue.postAfter(300ms, [self] {
+            if (self && self->m_parts.openMainWindow)
+                self->m_parts.openMainWindow();
+        });
+    });
+}
+
 void AppDelegate::applicationShouldHandleReopen() {
-    if (m_hotKey->status() != HotKeyBackend::Status::registered)
+    if (m_hotKey && m_hotKey->status() != HotKeyBackend::Status::registered)
         registerHotKey();
     if (m_parts.openMainWindow)
         m_parts.openMainWindow();
@@ -61,21 +78,33 @@ void AppDelegate::registerHotKey() {
     }
 }
 
+void AppDelegate::releaseHotKey() {
+    if (m_state != State::recording)
+        m_hotKey.reset();
+}
+
 void AppDelegate::hotKeyChanged() {
+    // The key that started a recording is still down: its release must arrive.
+    m_hotKeyIsStale = m_state == State::recording;
+    if (m_hotKeyIsStale)
+        return;
     registerHotKey();
     buildMenu();
 }
 
+HotKeyBackend::Status AppDelegate::hotKeyStatus() const {
+    return m_hotKey ? m_hotKey->status() : HotKeyBackend::Status::unavailable;
+}
+
 void AppDelegate::preferencesChanged() {
+    // Whoever has made us release it will tell us.
+    if (!m_hotKey)
+        return;
     const KeyCombination wanted{m_parts.settings.hotKeyKeyCode(), m_parts.settings.hotKeyModifiers()};
     if (wanted == m_combination && m_parts.settings.hotKeyDisplay() == m_hotKeyDisplay &&
         m_hotKey->status() == HotKeyBackend::Status::registered)
         return;
-    // The key that started a recording is still down: its release must arrive.
-    if (m_state == State::recording)
-        m_hotKeyIsStale = true;
-    else
-        hotKeyChanged();
+    hotKeyChanged();
 }
 
 void AppDelegate::buildMenu() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Folders.h"
+#include "platform/PlatformTexts.h"
 
 #include <memory>
 
@@ -10,8 +11,12 @@ class Alerts;
 class Appearance;
 class ApplicationInstance;
 class Clipboard;
+class DayWatcher;
+class FolderRevealer;
 class HotKeyBackend;
+class KeyReader;
 class LinkOpener;
+class LoginItem;
 class MainQueue;
 class Microphone;
 class PanelHost;
@@ -20,9 +25,16 @@ class PreferenceStore;
 class SecureSlot;
 class SoundPlayer;
 class StatusItem;
+class WindowActivator;
 
 /// The folders of this desktop. Needs no application object.
 Folders platformFolders();
+
+/// The sentences that are different on every desktop.
+PlatformTexts platformTexts();
+
+/// The full name of the computer's user.
+QString fullUserName();
 
 /// Whether the program already runs in this session, and the way to reach it. Needs no application object.
 std::unique_ptr<ApplicationInstance> makeApplicationInstance();
@@ -44,14 +56,19 @@ public:
     std::unique_ptr<Alerts> alerts;
     std::unique_ptr<Appearance> appearance;
     std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<DayWatcher> days;
+    std::unique_ptr<FolderRevealer> folders;
     std::unique_ptr<HotKeyBackend> hotKeys;
+    std::unique_ptr<KeyReader> keyReader;
     std::unique_ptr<LinkOpener> links;
+    std::unique_ptr<LoginItem> loginItem;
     std::unique_ptr<Microphone> microphone;
     std::unique_ptr<PanelHost> panels;
     std::unique_ptr<PasteKeys> pasteKeys;
     std::unique_ptr<SecureSlot> secureSlot;
     std::unique_ptr<SoundPlayer> sounds;
     std::unique_ptr<StatusItem> statusItem;
+    std::unique_ptr<WindowActivator> windowActivator;
 };
 
 } // namespace tavrik

@@ -13,6 +13,7 @@ Item {
     property real progress: presented ? 1 : 0
 
     enabled: presented
+    onPresentedChanged: sheet.active = true
     visible: progress > 0
 
     Behavior on progress {
@@ -57,12 +58,6 @@ Item {
             id: sheet
             active: false
             sourceComponent: overlay.content
-
-            Binding on active {
-                when: overlay.presented
-                value: true
-                restoreMode: Binding.RestoreNone
-            }
         }
 
         Rectangle {

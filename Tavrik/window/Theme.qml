@@ -19,11 +19,14 @@ QtObject {
     readonly property color secondary: dark ? "#a3a09b" : "#6e6b66"
     readonly property color placeholder: dark ? "#86837e" : "#8b8883"
     readonly property color error: dark ? "#ff6b60" : "#c9281c"
-    readonly property color onAccent: "#1d1c1a"
+    readonly property color warning: dark ? "#f0b766" : "#8a5200"
+    readonly property color overAccent: "#1d1c1a"
+    // A switch that is off.
+    readonly property color track: dark ? "#57544f" : "#cfcbc4"
     // What is selected in a text.
     readonly property color highlight: Qt.alpha(accent, dark ? 0.45 : 0.4)
 
-    // A font's point size may hold a fraction and a pixel size may not. `screen` is an item's attached Screen.
+    // A font's point size may hold a fraction, and a pixel size may not. Pixels per millimetre are the Screen's.
     function points(pixels: real, pixelDensity: real): real {
         return pixels * 72 / (25.4 * pixelDensity);
     }

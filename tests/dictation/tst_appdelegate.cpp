@@ -1,3 +1,4 @@
+#include "account/Account.h"
 #include "base/MainQueue.h"
 #include "capture/AbstractPaster.h"
 #include "capture/AbstractRecordingHUD.h"
@@ -94,6 +95,16 @@ public:
     fake::Journal& journal;
 };
 
+class FakeAccount : public Account {
+public:
+    bool isSignedIn() const override { return signedIn; }
+    void whenKnown(std::function<void()> callback) override { known = std::move(callback); }
+    void withValidAccessToken(Completion<QString>) override {}
+
+    bool signedIn = false;
+    std::function<void()> known;
+};
+
 /// A whole program whose neighbours are all stand-ins but the history and the queue.
 struct Desk {
     QTemporaryDir folder;
@@ -101,6 +112,7 @@ struct Desk {
     MainQueue queue;
     fake::Preferences preferences;
     Settings settings{preferences};
+    FakeAccount account;
     FakeRecorder recorder{folder.path()};
     FakeHUD hud{journal};
     FakeTranslator translator{journal};
@@ -117,6 +129,7 @@ struct Desk {
         std::make_unique<AppDelegate>(AppDelegate::Parts{queue,
                                                          preferences,
                                                          settings,
+                                                         account,
                                                          recorder,
                                                          hud,
                                                          translator,
@@ -129,7 +142,7 @@ struct Desk {
                                                          pasteKeys,
                                                          sounds,
                                                          status,
-                                                         {},
+                                                         [this] { journal << "window"; },
                                                          {},
                                                          [this] {
                                                              journal << "quit";
@@ -189,6 +202,9 @@ private Q_SLOTS:
     void synchronousFailureOfTheTranslator();
     void hotKeyFollowsThePreferences();
     void hotKeyIsNotReplacedUnderAHold();
+    void hotKeyIsReleasedForRecording();
+    void firstRun_data();
+    void firstRun();
     void takenHotKeyIsToldAndTriedAgain();
 };
 
@@ -300,7 +316,7 @@ void AppDelegateTest::launch() {
     QStringList menu;
     for (const auto& item : desk.status.items)
         menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
-    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-", "Open Tavrik-o",
+    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-", "Open Tavrik+o",
                                 "Check for Updates…-", "-", "Quit Tavrik+q"}));
     desk.status.items.last().action();
     QCOMPARE(desk.journal.last(), "quit");
@@ -364,6 +380,60 @@ void AppDelegateTest::hotKeyIsNotReplacedUnderAHold() {
     QVERIFY(desk.journal.isEmpty());
     desk.play("cancel");
     QCOMPARE(desk.journal.last(), "register 49 4096");
+}
+
+void AppDelegateTest::hotKeyIsReleasedForRecording() {
+    Desk desk;
+    desk.app->applicationDidFinishLaunching();
+    desk.journal.clear();
+    desk.app->releaseHotKey();
+    QCOMPARE(desk.journal, QStringList("unregister"));
+
+    // Neither an edit from outside nor a second start takes it back too early.
+    desk.preferences.values["hotkey_keycode"] = qlonglong{97};
+    desk.preferences.changed();
+    desk.app->applicationShouldHandleReopen();
+    QCOMPARE(desk.journal, (QStringList{"unregister", "window"}));
+    desk.app->hotKeyChanged();
+    QCOMPARE(desk.journal.last(), "register 97 2048");
+    QCOMPARE(desk.app->hotKeyStatus(), HotKeyBackend::Status::registered);
+
+    // A recording ends before its key is let go of.
+    desk.journal.clear();
+    desk.play("press");
+    desk.app->releaseHotKey();
+    desk.app->hotKeyChanged();
+    QVERIFY(!desk.journal.contains("unregister"));
+    desk.play("cancel");
+    QCOMPARE(desk.journal.last(), "register 97 2048");
+}
+
+void AppDelegateTest::firstRun_data() {
+    QTest::addColumn<bool>("signedIn");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("opens");
+    QTest::newRow("nobody, no key") << false << "" << true;
+    QTest::newRow("own key") << false << "sk" << false;
+    QTest::newRow("signed in") << true << "" << false;
+    QTest::newRow("signed in, own key") << true << "sk" << false;
+}
+
+void AppDelegateTest::firstRun() {
+    QFETCH(bool, signedIn);
+    QFETCH(QString, key);
+    QFETCH(bool, opens);
+    Desk desk;
+    desk.preferences.values["openrouter_api_key"] = key;
+    desk.app->applicationDidFinishLaunching();
+    desk.account.signedIn = signedIn;
+    desk.account.known();
+
+    // Due when the window would be.
+    bool due = false;
+    desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
+    QVERIFY(!desk.journal.contains("window"));
+    QTRY_VERIFY(due);
+    QCOMPARE(desk.journal.contains("window"), opens);
 }
 
 void AppDelegateTest::takenHotKeyIsToldAndTriedAgain() {

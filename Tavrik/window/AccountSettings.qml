@@ -1,0 +1,64 @@
+import QtQuick
+
+Column {
+    id: page
+
+    required property AccountModel account
+    required property SettingsModel settings
+
+    spacing: 14
+
+    SettingsTitle {
+        text: "Account"
+    }
+
+    SettingsGroup {
+        SettingsRow {
+            title: "Name"
+
+            Label {
+                width: Math.min(implicitWidth, page.width * 0.65)
+                text: page.account.userName
+                color: Theme.secondary
+                elide: Text.ElideRight
+            }
+        }
+
+        SettingsRowDivider {}
+
+        SettingsRow {
+            title: "Email"
+
+            Label {
+                width: Math.min(implicitWidth, page.width * 0.65)
+                text: page.account.email
+                color: Theme.secondary
+                elide: Text.ElideMiddle
+            }
+        }
+
+        SettingsRowDivider {}
+
+        SettingsRow {
+            title: "Session"
+            subtitle: page.settings.signOutText
+
+            PushButton {
+                name: "Sign out"
+                onClicked: page.account.signOut()
+            }
+        }
+
+        SettingsRowDivider {}
+
+        SettingsRow {
+            title: "Your data"
+            subtitle: page.settings.dataFolderText
+
+            PushButton {
+                name: page.settings.revealFolderText
+                onClicked: page.settings.revealDataFolder()
+            }
+        }
+    }
+}

@@ -1,0 +1,11 @@
+import QtQuick
+
+// What came of it, in the words of whoever said so.
+Label {
+    width: 300
+    visible: text !== ""
+    size: 12
+    color: Theme.error
+    horizontalAlignment: Text.AlignHCenter
+    wrapMode: Text.Wrap
+}

@@ -1,0 +1,150 @@
+import QtQuick
+
+// Signing in, or creating an account.
+Flickable {
+    id: login
+
+    required property AccountModel account
+
+    contentHeight: Math.max(height, column.height + 48)
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+
+    LoginForm {
+        id: form
+        account: login.account
+    }
+
+    Column {
+        id: column
+        anchors.centerIn: parent
+        spacing: 16
+
+        Item {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: 56
+            height: 60
+
+            LogoMark {
+                size: 56
+            }
+        }
+
+        Label {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: form.creatingAccount ? "Create your account" : "Welcome to Tavrik"
+            size: 22
+            font.weight: Font.Bold
+            Accessible.role: Accessible.Heading
+        }
+
+        Label {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "Hold a key, speak Persian, get fluent text — anywhere."
+            color: Theme.secondary
+            bottomPadding: 8
+        }
+
+        PushButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "Continue with Google"
+            symbol: "globe"
+            labelWidth: 280
+            horizontalPadding: 10
+            verticalPadding: 7
+            enabled: login.account.hasBackend
+            onClicked: login.account.signInWithGoogle()
+        }
+
+        LoginMessage {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: login.account.lastOAuthError
+        }
+
+        Row {
+            anchors.horizontalCenter: parent.horizontalCenter
+            spacing: 10
+
+            Rectangle {
+                anchors.verticalCenter: parent.verticalCenter
+                width: (300 - or.width) / 2 - 10
+                height: 1
+                color: Theme.border
+            }
+
+            Label {
+                id: or
+                text: "or"
+                size: 11
+                color: Theme.secondary
+            }
+
+            Rectangle {
+                anchors.verticalCenter: parent.verticalCenter
+                width: (300 - or.width) / 2 - 10
+                height: 1
+                color: Theme.border
+            }
+        }
+
+        Column {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: 300
+            spacing: 10
+
+            LoginField {
+                width: parent.width
+                label: "Email"
+                placeholder: "you@example.com"
+                inputMethodHints: Qt.ImhEmailCharactersOnly | Qt.ImhNoAutoUppercase
+                onTextChanged: form.email = text
+                onAccepted: form.submit()
+            }
+
+            LoginField {
+                width: parent.width
+                label: "Password"
+                placeholder: form.creatingAccount ? "At least 6 characters" : "Password"
+                echoMode: TextInput.Password
+                onTextChanged: form.password = text
+                onAccepted: form.submit()
+            }
+        }
+
+        LoginMessage {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: form.errorMessage
+        }
+
+        LoginMessage {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: login.account.hasBackend ? form.notice : "This build of Tavrik has no server to sign in to."
+            color: Theme.secondary
+        }
+
+        PushButton {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: form.busy ? "Please wait…" : form.creatingAccount ? "Create account" : "Sign in"
+            prominent: true
+            labelWidth: 280
+            horizontalPadding: 10
+            verticalPadding: 7
+            enabled: form.submittable
+            onClicked: form.submit()
+        }
+
+        PlainButton {
+            id: modeLink
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: form.creatingAccount ? "Already have an account? Sign in" : "New here? Create an account"
+            onClicked: form.toggleMode()
+
+            Label {
+                text: modeLink.name
+                size: 12
+                color: Theme.secondary
+                Accessible.ignored: true
+            }
+        }
+    }
+}

@@ -1,0 +1,90 @@
+#include "window/MainWindow.h"
+
+#include "platform/WindowActivator.h"
+#include "resources/SymbolProvider.h"
+#include "window/AccountModel.h"
+#include "window/HistoryPages.h"
+#include "window/ShadowProvider.h"
+
+#include <QFont>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QScreen>
+
+#include <utility>
+
+void qml_register_types_Tavrik_Capture();
+void qml_register_types_Tavrik_Window();
+
+namespace tavrik {
+
+namespace {
+
+constexpr QSize firstSize(980, 640);
+constexpr QSize smallestSize(900, 560);
+
+/// Faces for Persian beside the interface font, which often has none of its own.
+void providePersianFaces() {
+    QFont::insertSubstitutions(QGuiApplication::font().family(),
+                               {QStringLiteral("Vazirmatn"), QStringLiteral("Noto Sans Arabic UI"),
+                                QStringLiteral("Noto Sans Arabic"), QStringLiteral("DejaVu Sans")});
+}
+
+} // namespace
+
+/// What the window shows, and the window.
+struct MainWindowController::Content {
+    explicit Content(const Parts& parts);
+
+    AccountModel account;
+    SettingsModel settings;
+    HistoryPages pages;
+    QQuickView view;
+};
+
+MainWindowController::Content::Content(const Parts& parts)
+    : account(parts.account, parts.links, parts.fullUserName), settings(parts.settings),
+      pages({.store = parts.history(),
+             .clipboard = parts.clipboard,
+             .queue = parts.queue,
+             .days = parts.days,
+             .fullUserName = parts.fullUserName}) {
+    qml_register_types_Tavrik_Capture();
+    qml_register_types_Tavrik_Window();
+    providePersianFaces();
+    view.engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    view.engine()->addImageProvider(QStringLiteral("shadows"), new ShadowProvider);
+    view.setTitle(QStringLiteral("Tavrik"));
+    view.setIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setMinimumSize(smallestSize);
+    view.resize(firstSize);
+    const auto screen = view.screen()->availableGeometry();
+    view.setPosition(screen.center() - QRect(QPoint(), firstSize).center());
+    view.setInitialProperties({{QStringLiteral("account"), QVariant::fromValue(&account)},
+                               {QStringLiteral("settings"), QVariant::fromValue(&settings)},
+                               {QStringLiteral("pages"), QVariant::fromValue(&pages)}});
+    view.setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Window/MainView.qml")));
+}
+
+MainWindowController::MainWindowController(Parts parts) : m_parts(std::move(parts)) {}
+
+MainWindowController::~MainWindowController() = default;
+
+void MainWindowController::show() {
+    if (!m_content)
+        m_content = std::make_unique<Content>(m_parts);
+    auto& view = m_content->view;
+    m_content->pages.aboutToShow();
+    view.setWindowStates(view.windowStates() & ~Qt::WindowMinimized);
+    view.show();
+    m_parts.activator.activate(view);
+}
+
+QWindow* MainWindowController::window() const {
+    return m_content ? &m_content->view : nullptr;
+}
+
+} // namespace tavrik

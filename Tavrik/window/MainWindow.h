@@ -1,0 +1,55 @@
+#pragma once
+
+#include "window/SettingsModel.h"
+
+#include <functional>
+#include <memory>
+
+class QWindow;
+
+namespace tavrik {
+
+class AuthStore;
+class Clipboard;
+class DayWatcher;
+class HistoryStore;
+class LinkOpener;
+class MainQueue;
+class WindowActivator;
+
+/// The program's one ordinary window. Made at the first show() and kept; while it is closed it is only
+/// hidden. Main thread only.
+class MainWindowController {
+public:
+    /// Everything outlives the controller.
+    struct Parts {
+        MainQueue& queue;
+        AuthStore& account;
+        /// Opens the history, or gives the one that is open.
+        std::function<HistoryStore&()> history;
+        Clipboard& clipboard;
+        DayWatcher& days;
+        LinkOpener& links;
+        WindowActivator& activator;
+        SettingsModel::Collaborators settings;
+        /// Of the computer's user.
+        QString fullUserName;
+    };
+
+    explicit MainWindowController(Parts parts);
+    ~MainWindowController();
+
+    /// Brings the window to the front, and the keyboard focus to it.
+    void show();
+
+    /// The window, once it was shown; null before.
+    QWindow* window() const;
+
+private:
+    struct Content;
+
+    Parts m_parts;
+    std::unique_ptr<Content> m_content;
+};
+
+} // namespace tavrik

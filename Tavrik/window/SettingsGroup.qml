@@ -1,0 +1,18 @@
+import QtQuick
+
+// Rows of settings on one surface.
+Rectangle {
+    default property alias rows: column.data
+
+    width: parent.width
+    height: column.height
+    radius: 12
+    color: Theme.inset
+    border.width: 1
+    border.color: Theme.border
+
+    Column {
+        id: column
+        width: parent.width
+    }
+}

@@ -1,0 +1,154 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+
+// The settings: tabs on the left, the page of one of them on the right.
+Item {
+    id: sheet
+
+    required property AccountModel account
+    required property SettingsModel settings
+    required property bool presented
+
+    signal closed
+
+    // "general", "system" or "account".
+    property string tab: "general"
+
+    width: 760
+    height: 500
+
+    onPresentedChanged: {
+        if (presented)
+            settings.refresh();
+        else
+            settings.shortcut.cancel();
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 16
+        color: Theme.card
+    }
+
+    // Round at the sheet's corners only.
+    Rectangle {
+        width: 2 * radius
+        height: parent.height
+        radius: 16
+        color: Theme.canvas
+    }
+    Rectangle {
+        x: 16
+        width: 200 - x
+        height: parent.height
+        color: Theme.canvas
+    }
+
+    Column {
+        x: 14
+        y: 24
+        width: 172
+        spacing: 3
+
+        SettingsCaption {
+            text: "Settings"
+        }
+
+        SidebarButton {
+            width: parent.width
+            title: "General"
+            symbol: "slider.horizontal.3"
+            current: sheet.tab === "general"
+            onClicked: sheet.tab = "general"
+        }
+
+        SidebarButton {
+            width: parent.width
+            title: "System"
+            symbol: "display"
+            current: sheet.tab === "system"
+            onClicked: sheet.tab = "system"
+        }
+
+        SettingsCaption {
+            text: "Account"
+            topPadding: 18
+        }
+
+        SidebarButton {
+            width: parent.width
+            title: "Account"
+            symbol: "person.crop.circle"
+            current: sheet.tab === "account"
+            onClicked: sheet.tab = "account"
+        }
+    }
+
+    Label {
+        x: 24
+        y: parent.height - height - 24
+        text: "Tavrik v" + sheet.settings.version
+        size: 11
+        color: Theme.secondary
+    }
+
+    Flickable {
+        id: scroller
+        x: 200
+        width: parent.width - x
+        height: parent.height
+        contentHeight: page.height + 60
+        boundsBehavior: Flickable.StopAtBounds
+        clip: true
+
+        Loader {
+            id: page
+            x: 30
+            y: 30
+            width: scroller.width - 60
+            sourceComponent: sheet.tab === "general" ? general : sheet.tab === "system" ? system : account
+            onLoaded: {
+                scroller.contentY = 0;
+                sheet.settings.refresh();
+            }
+        }
+    }
+
+    IconButton {
+        x: parent.width - width - 14
+        y: 14
+        symbol: "xmark.circle.fill"
+        size: 16
+        padding: 0
+        radius: width / 2
+        name: "Close"
+        toolTip: name
+        onClicked: sheet.closed()
+    }
+
+    Component {
+        id: general
+
+        GeneralSettings {
+            settings: sheet.settings
+        }
+    }
+
+    Component {
+        id: system
+
+        SystemSettings {
+            settings: sheet.settings
+        }
+    }
+
+    Component {
+        id: account
+
+        AccountSettings {
+            account: sheet.account
+            settings: sheet.settings
+        }
+    }
+}

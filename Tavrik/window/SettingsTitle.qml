@@ -1,0 +1,9 @@
+import QtQuick
+
+// The title of a page of settings.
+Label {
+    size: 23
+    font.weight: Font.DemiBold
+    bottomPadding: 6
+    Accessible.role: Accessible.Heading
+}

@@ -1,0 +1,132 @@
+#include "window/ShortcutRecorder.h"
+
+#include "capture/AbstractHotKeyOwner.h"
+#include "platform/KeyReader.h"
+#include "platform/PreferenceStore.h"
+#include "storage/PreferenceKeys.h"
+#include "storage/Settings.h"
+#include "window/ShortcutText.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QWindow>
+
+namespace tavrik {
+
+namespace {
+
+constexpr quint32 escapeKeyCode = 53;
+
+} // namespace
+
+ShortcutRecorder::ShortcutRecorder(const Collaborators& with, QObject* parent)
+    : QObject(parent), m_with(with) {
+    // Without the focus there are no keys to record, and the hot key is needed again.
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow* window) {
+        if (m_phase != Phase::idle && window != m_window)
+            end();
+    });
+}
+
+ShortcutRecorder::~ShortcutRecorder() {
+    cancel();
+}
+
+QString ShortcutRecorder::display() const {
+    return m_with.settings.hotKeyDisplay();
+}
+
+QString ShortcutRecorder::warning() const {
+    if (m_phase != Phase::idle)
+        return {};
+    switch (m_with.hotKey.hotKeyStatus()) {
+    case HotKeyBackend::Status::registered:
+        return {};
+    case HotKeyBackend::Status::taken:
+        return QStringLiteral("Another program holds %1. Click the shortcut and press another one.")
+            .arg(display());
+    case HotKeyBackend::Status::unavailable:
+        return QStringLiteral("%1 cannot be used here. Click the shortcut and press another one.")
+            .arg(display());
+    }
+    return {};
+}
+
+void ShortcutRecorder::toggle() {
+    if (m_phase == Phase::idle)
+        begin();
+    else
+        end();
+}
+
+void ShortcutRecorder::cancel() {
+    if (m_phase != Phase::idle)
+        end();
+}
+
+void ShortcutRecorder::begin() {
+    m_with.hotKey.releaseHotKey();
+    m_phase = Phase::recording;
+    qGuiApp->installEventFilter(this);
+    m_window = QGuiApplication::focusWindow();
+    if (m_window)
+        m_window->setKeyboardGrabEnabled(true);
+    Q_EMIT recordingChanged();
+}
+
+bool ShortcutRecorder::eventFilter(QObject* watched, QEvent* event) {
+    switch (event->type()) {
+    case QEvent::ShortcutOverride:
+        // Accepted, it becomes no shortcut.
+        event->accept();
+        return true;
+    case QEvent::KeyPress:
+        if (watched->isWindowType() && m_phase == Phase::recording)
+            keyPressed(*static_cast<QKeyEvent*>(event));
+        return true;
+    case QEvent::KeyRelease: {
+        const auto& key = *static_cast<QKeyEvent*>(event);
+        if (m_phase == Phase::awaitingRelease && !key.isAutoRepeat() && key.nativeScanCode() == m_lastKey)
+            end();
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void ShortcutRecorder::keyPressed(const QKeyEvent& event) {
+    const auto press = m_with.keys.read(event);
+    if (!press)
+        return;
+    const auto [keyCode, modifiers] = press->combination;
+    if (keyCode == escapeKeyCode)
+        return awaitRelease(event);
+    if (!(modifiers & (KeyCombination::command | KeyCombination::option | KeyCombination::control)))
+        return;
+
+    auto& store = m_with.preferences;
+    store.setValue(preferences::hotKeyKeyCode.name.toString(), qlonglong{keyCode});
+    store.setValue(preferences::hotKeyModifiers.name.toString(), qlonglong{modifiers});
+    store.setValue(preferences::hotKeyDisplay.name.toString(), shortcutText(*press));
+    awaitRelease(event);
+}
+
+void ShortcutRecorder::awaitRelease(const QKeyEvent& event) {
+    m_phase = Phase::awaitingRelease;
+    m_lastKey = event.nativeScanCode();
+    Q_EMIT recordingChanged();
+    Q_EMIT displayChanged();
+}
+
+void ShortcutRecorder::end() {
+    m_phase = Phase::idle;
+    qGuiApp->removeEventFilter(this);
+    if (m_window)
+        m_window->setKeyboardGrabEnabled(false);
+    m_with.hotKey.hotKeyChanged();
+    Q_EMIT recordingChanged();
+    Q_EMIT displayChanged();
+}
+
+} // namespace tavrik

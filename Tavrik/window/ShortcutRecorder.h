@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqmlregistration.h>
+
+class QKeyEvent;
+class QWindow;
+
+namespace tavrik {
+
+class AbstractHotKeyOwner;
+class KeyReader;
+class PreferenceStore;
+class Settings;
+
+/// Records the hot key from the keyboard. While it does, no key reaches anything else: neither a control of
+/// this program, nor the program that would otherwise have grabbed it. Main thread only.
+class ShortcutRecorder : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Views are given it.")
+    Q_PROPERTY(bool recording READ isRecording NOTIFY recordingChanged)
+    Q_PROPERTY(QString display READ display NOTIFY displayChanged)
+    Q_PROPERTY(QString warning READ warning NOTIFY displayChanged)
+
+public:
+    struct Collaborators {
+        PreferenceStore& preferences;
+        const Settings& settings;
+        const KeyReader& keys;
+        AbstractHotKeyOwner& hotKey;
+    };
+
+    explicit ShortcutRecorder(const Collaborators& with, QObject* parent = nullptr);
+    ~ShortcutRecorder() override;
+
+    bool isRecording() const { return m_phase == Phase::recording; }
+    /// The shortcut in the preferences, as shown to the user.
+    QString display() const;
+    /// Why the shortcut does not work, and what helps; empty if it does.
+    QString warning() const;
+
+    /// Begins, or gives up.
+    Q_INVOKABLE void toggle();
+    /// Gives up; the shortcut stays what it was.
+    Q_INVOKABLE void cancel();
+
+    /// What is shown may be out of date: the preferences can change elsewhere.
+    Q_INVOKABLE void refresh() { Q_EMIT displayChanged(); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+Q_SIGNALS:
+    void recordingChanged();
+    void displayChanged();
+
+private:
+    /// After the last key has gone down it is still ours until it comes up: it repeats, and would begin a
+    /// dictation with the new shortcut, or close the sheet.
+    enum class Phase { idle, recording, awaitingRelease };
+
+    void begin();
+    void keyPressed(const QKeyEvent& event);
+    void awaitRelease(const QKeyEvent& event);
+    void end();
+
+    const Collaborators m_with;
+    Phase m_phase = Phase::idle;
+    QPointer<QWindow> m_window;
+    quint32 m_lastKey = 0;
+};
+
+} // namespace tavrik

@@ -1,0 +1,8 @@
+// Makes the sidebar narrow or wide.
+IconButton {
+    required property bool collapsed
+
+    symbol: "sidebar.left"
+    name: collapsed ? "Expand sidebar" : "Collapse sidebar"
+    toolTip: name
+}

@@ -1,0 +1,164 @@
+#include "account/AuthStore.h"
+#include "backend/LocalService.h"
+#include "base/HttpClient.h"
+#include "base/MainQueue.h"
+#include "platform/LinkOpener.h"
+#include "support/FakeSecureSlot.h"
+#include "window/LoginForm.h"
+
+#include <QTest>
+
+using namespace tavrik;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class OpenedLinks : public LinkOpener {
+public:
+    void open(const QUrl& url) override { opened << url; }
+    QList<QUrl> opened;
+};
+
+/// The sign-in screen's form before a service.
+struct Screen {
+    test::LocalService service;
+    MainQueue queue;
+    HttpClient http{queue};
+    fake::Slot slot;
+    OpenedLinks links;
+    AuthStore store{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
+    AccountModel account{store, links, u"Sara Ahmadi"_s};
+    LoginForm form;
+
+    Screen() {
+        slot.finishReading();
+        form.setProperty("account", QVariant::fromValue(&account));
+    }
+
+    void type(const QString& email, const QString& password) {
+        form.setProperty("email", email);
+        form.setProperty("password", password);
+    }
+    void script(int status, const QByteArray& body) {
+        service.script({{.path = {}, .reply = {.status = status, .body = body}}});
+    }
+};
+
+} // namespace
+
+class LoginFormTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void submittable_data();
+    void submittable();
+    void signsIn();
+    void showsTheServersWords();
+    void asksForConfirmation();
+    void createsAnAccountAtOnce();
+    void survivesTheScreensEnd();
+    void opensTheBrowser();
+};
+
+void LoginFormTest::submittable_data() {
+    QTest::addColumn<QString>("email");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("empty") << u""_s << u""_s << false;
+    QTest::newRow("no address") << u""_s << u"secret"_s << false;
+    QTest::newRow("five") << u"a@b"_s << u"12345"_s << false;
+    QTest::newRow("six") << u"a@b"_s << u"123456"_s << true;
+    QTest::newRow("spaces count") << u" "_s << u"      "_s << true;
+    QTest::newRow("accents join") << u"a"_s << u"e\u0301e\u0301e\u0301e\u0301e\u0301"_s << false;
+    QTest::newRow("families are one")
+        << u"a"_s << u"👨‍👩‍👧‍👦👨‍👩‍👧‍👦12"_s << false;
+    QTest::newRow("six emoji") << u"a"_s << u"😀😀😀😀😀😀"_s << true;
+    QTest::newRow("flags") << u"a"_s << u"🇮🇷🇩🇪🇮🇹🇫🇷🇬🇧"_s << false;
+}
+
+void LoginFormTest::submittable() {
+    QFETCH(QString, email);
+    QFETCH(QString, password);
+    Screen screen;
+    screen.type(email, password);
+    QTEST(screen.form.isSubmittable(), "expected");
+}
+
+void LoginFormTest::signsIn() {
+    Screen screen;
+    screen.type(u" sara@example.org "_s, u"secret"_s);
+    screen.script(200, R"({"access_token":"a","refresh_token":"r","user":{"email":"sara@example.org"}})");
+    screen.form.submit();
+    QVERIFY(screen.form.isBusy());
+    QVERIFY(!screen.form.isSubmittable());
+    screen.form.submit();
+    QTRY_VERIFY(screen.account.isSignedIn());
+    QCOMPARE(screen.account.email(), u"sara@example.org"_s);
+    QVERIFY(!screen.form.isBusy());
+    QCOMPARE(screen.service.requests().size(), 1);
+    QVERIFY(screen.service.requests().first().body.contains(R"(" sara@example.org ")"));
+    screen.account.signOut();
+    QTRY_COMPARE(screen.account.email(), u"Not signed in"_s);
+}
+
+void LoginFormTest::showsTheServersWords() {
+    Screen screen;
+    screen.type(u"a@b"_s, u"secret"_s);
+    screen.script(400, R"({"error_description":"<b>Invalid</b> login"})");
+    screen.form.submit();
+    QTRY_VERIFY(!screen.form.isBusy());
+    QCOMPARE(screen.form.errorMessage(), u"<b>Invalid</b> login"_s);
+    QVERIFY(screen.form.isSubmittable());
+    screen.form.toggleMode();
+    QCOMPARE(screen.form.errorMessage(), u""_s);
+}
+
+void LoginFormTest::asksForConfirmation() {
+    Screen screen;
+    screen.type(u"a@b"_s, u"secret"_s);
+    screen.form.toggleMode();
+    screen.script(200, R"({"id":"1"})");
+    screen.form.submit();
+    QTRY_VERIFY(!screen.form.isBusy());
+    QCOMPARE(screen.form.notice(), u"Check your inbox and confirm your email, then sign in."_s);
+    QVERIFY(!screen.form.isCreatingAccount());
+    QVERIFY(screen.form.isSubmittable());
+    screen.form.toggleMode();
+    QCOMPARE(screen.form.notice(), u""_s);
+}
+
+void LoginFormTest::createsAnAccountAtOnce() {
+    Screen screen;
+    screen.type(u"a@b"_s, u"secret"_s);
+    screen.form.toggleMode();
+    screen.script(200, R"({"access_token":"a","refresh_token":"r"})");
+    screen.form.submit();
+    QTRY_VERIFY(screen.account.isSignedIn());
+    QCOMPARE(screen.form.notice(), u""_s);
+    QVERIFY(screen.form.isCreatingAccount());
+}
+
+void LoginFormTest::survivesTheScreensEnd() {
+    Screen screen;
+    auto form = std::make_unique<LoginForm>();
+    form->setProperty("account", QVariant::fromValue(&screen.account));
+    form->setProperty("email", u"a@b"_s);
+    form->setProperty("password", u"secret"_s);
+    screen.script(200, R"({"access_token":"a","refresh_token":"r"})");
+    form->submit();
+    form.reset();
+    QTRY_VERIFY(screen.account.isSignedIn());
+}
+
+void LoginFormTest::opensTheBrowser() {
+    Screen screen;
+    QVERIFY(screen.account.hasBackend());
+    screen.store.handleCallback("tavrik://auth-callback#error=access_denied");
+    QTRY_COMPARE(screen.account.lastOAuthError(), u"access_denied"_s);
+    screen.account.signInWithGoogle();
+    QCOMPARE(screen.account.lastOAuthError(), u""_s);
+    QCOMPARE(screen.links.opened, QList<QUrl>{screen.store.googleSignInURL()});
+}
+
+QTEST_GUILESS_MAIN(LoginFormTest)
+#include "tst_loginform.moc"

@@ -1,0 +1,491 @@
+#include "account/AuthStore.h"
+#include "backend/LocalService.h"
+#include "base/HttpClient.h"
+#include "capture/AbstractHotKeyOwner.h"
+#include "platform/FolderRevealer.h"
+#include "platform/LinkOpener.h"
+#include "platform/LoginItem.h"
+#include "platform/XKeys.h"
+#include "platform/x11/X11KeyReader.h"
+#include "platform/x11/X11WindowActivator.h"
+#include "storage/Settings.h"
+#include "support/FakePlatform.h"
+#include "support/FakeSecureSlot.h"
+#include "window/AccessibleTree.h"
+#include "window/HistoryDesk.h"
+#include "window/MainWindow.h"
+
+#include <QGuiApplication>
+#include <QPalette>
+#include <QQuickWindow>
+#include <QTest>
+
+using namespace tavrik;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto systemTab = u"System"_s;
+const auto defaultShortcut = u"Shortcut: ⌥ Space"_s;
+
+class OwnerLog : public AbstractHotKeyOwner {
+public:
+    void releaseHotKey() override { ++released; }
+    void hotKeyChanged() override { ++changed; }
+    HotKeyBackend::Status hotKeyStatus() const override { return status; }
+    int released = 0;
+    int changed = 0;
+    HotKeyBackend::Status status = HotKeyBackend::Status::registered;
+};
+
+class OpenedLinks : public LinkOpener {
+public:
+    void open(const QUrl& url) override { opened << url; }
+    QList<QUrl> opened;
+};
+
+class RevealedFolders : public FolderRevealer {
+public:
+    void reveal(const QString& folder) override { revealed << folder; }
+    QStringList revealed;
+};
+
+/// A desktop that does as it likes.
+class StubbornLoginItem : public LoginItem {
+public:
+    bool isEnabled() const override { return enabled; }
+    void setEnabled(bool wanted) override { enabled = wanted && !refuses; }
+    bool enabled = false;
+    bool refuses = false;
+};
+
+/// The window on a real desktop, with Sara signed in.
+struct Desk {
+    test::LocalService service;
+    MainQueue queue;
+    HttpClient http{queue};
+    fake::Slot slot;
+    AuthStore account{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
+    QTemporaryDir folder;
+    HistoryStore history{folder.path()};
+    test::HeldClipboard clipboard;
+    test::CalledDays days;
+    OpenedLinks links;
+    RevealedFolders folders;
+    StubbornLoginItem loginItem;
+    X11WindowActivator activator;
+    X11KeyReader keys;
+    OwnerLog hotKey;
+    fake::Preferences preferences;
+    fake::AppearanceLog appearance;
+    Settings settings{preferences};
+    MainWindowController controller{{
+        .queue = queue,
+        .account = account,
+        .history = [this]() -> HistoryStore& { return history; },
+        .clipboard = clipboard,
+        .days = days,
+        .links = links,
+        .activator = activator,
+        .settings = {.shortcut = {preferences, settings, keys, hotKey},
+                     .appearance = appearance,
+                     .loginItem = loginItem,
+                     .folders = folders,
+                     .texts = {.microphone = u"microphone"_s,
+                               .signOut = u"sign out"_s,
+                               .dataFolder = u"folder"_s,
+                               .revealFolder = u"Show"_s},
+                     .dataFolder = folder.path()},
+        .fullUserName = u"Sara Ahmadi"_s,
+    }};
+    XKeys hands;
+
+    explicit Desk(bool signedIn = true) {
+        if (signedIn)
+            slot.content =
+                AuthSession{u"a"_s, u"r"_s, std::chrono::system_clock::now() + std::chrono::hours(1),
+                            u"sara@example.org"_s}
+                    .toJson();
+        slot.finishReading();
+        controller.show();
+        if (!QTest::qWaitForWindowActive(&window()))
+            qFatal("the window did not become active");
+    }
+
+    QQuickWindow& window() { return static_cast<QQuickWindow&>(*controller.window()); }
+    test::AccessibleTree tree() { return test::AccessibleTree(window()); }
+
+    void key(Qt::Key key) { QTest::keyClick(&window(), key); }
+};
+
+} // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cards();
+    void clickOutsideACardGoesNoFurther();
+    void sheetKeepsEverythingOut();
+    void sheetRemembersItsTab();
+    void sidebarRemembersItsWidth();
+    void closesAndOpensAgain();
+    void takesTheFocusFromAnotherProgram();
+    void signsOutAndIn();
+    void settingsAreStored();
+    void showsTheRealLoginItem();
+    void keyboardAlone();
+    void recordsWhatIsTyped_data();
+    void recordsWhatIsTyped();
+    void escapeEndsTheRecordingOnly();
+    void closingTheSheetEndsTheRecording();
+    void followsThePalette();
+};
+
+void MainWindowTest::initTestCase() {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void MainWindowTest::cards() {
+    Desk desk;
+    const auto tree = desk.tree();
+    const auto empty = u"Nothing here yet."_s;
+    QVERIFY(!tree.shows(empty));
+    tree.click(u"Notifications"_s);
+    QTRY_VERIFY(tree.shows(empty));
+    tree.click(u"Account"_s);
+    QTRY_VERIFY(!tree.shows(empty));
+    QVERIFY(tree.shows(u"Sara Ahmadi"_s) && tree.shows(u"sara@example.org"_s));
+    tree.click(u"Account"_s);
+    QTRY_VERIFY(!tree.shows(u"Sara Ahmadi"_s));
+    tree.press(u"Notifications"_s);
+    QTRY_VERIFY(tree.shows(empty));
+    desk.key(Qt::Key_Escape);
+    QTRY_VERIFY(!tree.shows(empty));
+}
+
+void MainWindowTest::clickOutsideACardGoesNoFurther() {
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Account"_s);
+    QTRY_VERIFY(tree.shows(u"Sara Ahmadi"_s));
+    // On the card, but on nothing in it.
+    tree.click(u"sara@example.org"_s);
+    QVERIFY(tree.shows(u"Sara Ahmadi"_s));
+    tree.click(u"History"_s);
+    QTRY_VERIFY(!tree.shows(u"Sara Ahmadi"_s));
+    QVERIFY(tree.shows(u"Welcome back, Sara"_s));
+    tree.click(u"History"_s);
+    QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
+}
+
+void MainWindowTest::sheetKeepsEverythingOut() {
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Settings"_s);
+    QTRY_VERIFY(tree.shows(u"Launch app at login"_s) || tree.shows(u"How Tavrik looks."_s));
+    QVERIFY(tree.state(u"History"_s).disabled);
+    tree.press(u"History"_s);
+    QVERIFY(tree.shows(u"Welcome back, Sara"_s));
+
+    // However far one tabs, one does not leave the sheet.
+    for (int i = 0; i < 20; ++i) {
+        desk.key(Qt::Key_Tab);
+        auto* focused = QAccessible::queryAccessibleInterface(desk.window().focusObject());
+        QVERIFY(focused);
+        const auto name = focused->text(QAccessible::Name);
+        QVERIFY2(name != u"Home"_s && name != u"History"_s && name != u"Notifications"_s, qPrintable(name));
+    }
+    QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, QPoint(30, 300));
+    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
+    tree.click(u"History"_s);
+    QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
+}
+
+void MainWindowTest::sheetRemembersItsTab() {
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Settings"_s);
+    tree.click(systemTab);
+    QTRY_VERIFY(tree.shows(u"Launch app at login"_s));
+    tree.click(u"Close"_s);
+    QTRY_VERIFY(!tree.shows(u"Launch app at login"_s));
+    tree.click(u"Settings"_s);
+    QTRY_VERIFY(tree.shows(u"Launch app at login"_s));
+}
+
+void MainWindowTest::sidebarRemembersItsWidth() {
+    Desk desk;
+    const auto tree = desk.tree();
+    const auto width = [&] {
+        return tree.find(u"History"_s)->rect().width();
+    };
+    QCOMPARE(width(), 184);
+    tree.click(u"Collapse sidebar"_s);
+    QCOMPARE(desk.preferences.values.value("sidebar_collapsed"), QVariant(true));
+    QTRY_COMPARE(width(), 36);
+    tree.click(u"Expand sidebar"_s);
+    QTRY_COMPARE(width(), 184);
+
+    Desk next;
+    next.preferences.values["sidebar_collapsed"] = true;
+    MainWindowController another({next.queue,
+                                  next.account,
+                                  [&]() -> HistoryStore& { return next.history; },
+                                  next.clipboard,
+                                  next.days,
+                                  next.links,
+                                  next.activator,
+                                  {.shortcut = {next.preferences, next.settings, next.keys, next.hotKey},
+                                   .appearance = next.appearance,
+                                   .loginItem = next.loginItem,
+                                   .folders = next.folders,
+                                   .texts = {},
+                                   .dataFolder = {}},
+                                  {}});
+    another.show();
+    QVERIFY(QTest::qWaitForWindowExposed(another.window()));
+    QTRY_COMPARE(test::AccessibleTree(*another.window()).find(u"History"_s)->rect().width(), 36);
+}
+
+void MainWindowTest::closesAndOpensAgain() {
+    Desk desk;
+    const auto tree = desk.tree();
+    auto* window = desk.controller.window();
+    QCOMPARE(window->minimumSize(), QSize(900, 560));
+    QCOMPARE(window->size(), QSize(980, 640));
+    tree.click(u"History"_s);
+    const auto place = window->position();
+    QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
+    QTRY_VERIFY(!window->isVisible());
+
+    desk.controller.show();
+    QCOMPARE(desk.controller.window(), window);
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QTRY_COMPARE(window->position(), place);
+    QVERIFY(!tree.shows(u"Welcome back, Sara"_s));
+
+    window->showMinimized();
+    QTRY_VERIFY(window->windowStates() & Qt::WindowMinimized);
+    desk.controller.show();
+    QTRY_VERIFY(!(window->windowStates() & Qt::WindowMinimized));
+    QVERIFY(QTest::qWaitForWindowActive(window));
+}
+
+void MainWindowTest::takesTheFocusFromAnotherProgram() {
+    Desk desk;
+    QProcess other;
+    other.start(u"xterm"_s, {});
+    QVERIFY(other.waitForStarted());
+    QTRY_VERIFY(!desk.window().isActive());
+    desk.controller.show();
+    QTRY_VERIFY(desk.window().isActive());
+    other.kill();
+    other.waitForFinished();
+}
+
+void MainWindowTest::signsOutAndIn() {
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Settings"_s);
+    tree.click(systemTab);
+    tree.click(u"Close"_s);
+    tree.click(u"Account"_s);
+    tree.click(u"Sign out"_s);
+    QTRY_VERIFY(tree.shows(u"Welcome to Tavrik"_s));
+    QVERIFY(!tree.shows(u"History"_s));
+
+    tree.click(u"Continue with Google"_s);
+    QCOMPARE(desk.links.opened.size(), 1);
+    desk.account.handleCallback("tavrik://auth-callback#error=no_luck");
+    QTRY_VERIFY(tree.shows(u"no_luck"_s));
+
+    QVERIFY(tree.state(u"Sign in"_s).disabled);
+    tree.click(u"New here? Create an account"_s);
+    QTRY_VERIFY(tree.shows(u"Create your account"_s));
+    tree.click(u"Already have an account? Sign in"_s);
+    tree.click(u"Email"_s);
+    QTest::keyClicks(&desk.window(), u"sara@example.org"_s);
+    desk.key(Qt::Key_Tab);
+    QTest::keyClicks(&desk.window(), u"secret"_s);
+    QTRY_VERIFY(!tree.state(u"Sign in"_s).disabled);
+    desk.service.script({{.path = {}, .reply = {.status = 400, .body = R"({"msg":"wrong"})"}},
+                         {.path = {}, .reply = {.body = R"({"access_token":"a","refresh_token":"r"})"}}});
+    desk.key(Qt::Key_Return);
+    QTRY_VERIFY(tree.shows(u"wrong"_s));
+    desk.key(Qt::Key_Return);
+    QTRY_VERIFY(tree.shows(u"Welcome back, Sara"_s));
+    tree.click(u"Settings"_s);
+    QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
+}
+
+void MainWindowTest::settingsAreStored() {
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Settings"_s);
+    tree.click(u"Italian"_s);
+    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
+    QTRY_VERIFY(tree.shows(u"Persian → Italian"_s));
+    QVERIFY(tree.state(u"Italian"_s).checked && !tree.state(u"English"_s).checked);
+    tree.click(u"Dark"_s);
+    QCOMPARE(desk.preferences.values.value("appearance"), QVariant(u"dark"_s));
+    QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
+
+    tree.click(systemTab);
+    tree.click(u"Recording and notification sounds"_s);
+    QTRY_COMPARE(desk.preferences.values.value("sounds_enabled"), QVariant(false));
+}
+
+void MainWindowTest::showsTheRealLoginItem() {
+    Desk desk;
+    const auto tree = desk.tree();
+    const auto launch = u"Launch app at login"_s;
+    const auto isOn = [&] {
+        return tree.state(launch).checked != 0;
+    };
+    tree.click(u"Settings"_s);
+    tree.click(u"Account"_s);
+    tree.click(u"Show"_s);
+    QCOMPARE(desk.folders.revealed, QStringList(desk.folder.path()));
+
+    // It is read when the page comes up, and after every change.
+    desk.loginItem.enabled = true;
+    tree.click(systemTab);
+    QTRY_VERIFY(isOn());
+    tree.click(launch);
+    QTRY_VERIFY(!isOn());
+    desk.loginItem.refuses = true;
+    tree.click(launch);
+    QVERIFY(!isOn());
+    desk.loginItem.refuses = false;
+    tree.click(launch);
+    QTRY_VERIFY(isOn());
+}
+
+void MainWindowTest::keyboardAlone() {
+    Desk desk;
+    const auto tree = desk.tree();
+    const auto tabTo = [&](const QString& name) {
+        for (int i = 0; i < 30; ++i) {
+            desk.key(Qt::Key_Tab);
+            auto* focused = QAccessible::queryAccessibleInterface(desk.window().focusObject());
+            if (focused && focused->text(QAccessible::Name) == name)
+                return true;
+        }
+        return false;
+    };
+    QVERIFY(tabTo(u"Settings"_s));
+    desk.key(Qt::Key_Space);
+    QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
+    QVERIFY(tabTo(u"English"_s));
+    desk.key(Qt::Key_Right);
+    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"German"_s));
+    desk.key(Qt::Key_Right);
+    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
+    desk.key(Qt::Key_Escape);
+    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
+    QVERIFY(tabTo(u"Account"_s));
+    desk.key(Qt::Key_Return);
+    QTRY_VERIFY(tree.shows(u"Sign out"_s));
+}
+
+void MainWindowTest::recordsWhatIsTyped_data() {
+    QTest::addColumn<QList<int>>("held");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("mask");
+    QTest::addColumn<QString>("display");
+    QTest::newRow("option and space") << QList<int>{keyAlt} << int(keySpace) << 49 << 2048 << u"⌥ Space"_s;
+    QTest::newRow("control, shift and s")
+        << QList<int>{keyControl, keyShift} << int(keyS) << 1 << 4608 << u"⌃⇧ S"_s;
+    QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
+    QTest::newRow("control, option and tab")
+        << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
+    QTest::newRow("control and F6") << QList<int>{keyControl} << 72 << 97 << 4096 << u"⌃ Key 97"_s;
+    QTest::newRow("option and left") << QList<int>{keyAlt} << 113 << 123 << 2048 << u"⌥ ←"_s;
+}
+
+// By hands, on the real server; another program has grabbed the very combination.
+void MainWindowTest::recordsWhatIsTyped() {
+    QFETCH(QList<int>, held);
+    QFETCH(int, key);
+    Desk desk;
+    const auto tree = desk.tree();
+    XKeys otherProgram;
+    QVERIFY(otherProgram.grab(static_cast<quint8>(key), XCB_MOD_MASK_ANY));
+    tree.click(u"Settings"_s);
+    tree.click(defaultShortcut);
+    QTRY_VERIFY(tree.shows(u"Shortcut: Press keys…"_s));
+    QCOMPARE(desk.hotKey.released, 1);
+
+    for (const int modifier : held)
+        desk.hands.press(static_cast<quint8>(modifier));
+    desk.hands.press(static_cast<quint8>(key));
+    QTRY_VERIFY(!tree.shows(u"Shortcut: Press keys…"_s));
+    QCOMPARE(desk.hotKey.changed, 0);
+    desk.hands.release(static_cast<quint8>(key));
+    for (const int modifier : held)
+        desk.hands.release(static_cast<quint8>(modifier));
+    QTRY_COMPARE(desk.hotKey.changed, 1);
+    QTEST(desk.preferences.values.value("hotkey_keycode").toInt(), "code");
+    QTEST(desk.preferences.values.value("hotkey_modifiers").toInt(), "mask");
+    QTEST(desk.preferences.values.value("hotkey_display").toString(), "display");
+    QVERIFY(tree.shows(u"Shortcut: "_s + desk.settings.hotKeyDisplay()));
+    QVERIFY(tree.shows(u"How Tavrik looks."_s));
+}
+
+void MainWindowTest::escapeEndsTheRecordingOnly() {
+    constexpr quint8 escape = 9;
+    Desk desk;
+    const auto tree = desk.tree();
+    tree.click(u"Settings"_s);
+    tree.click(defaultShortcut);
+    desk.hands.press(keyS);
+    desk.hands.release(keyS);
+    desk.hands.press(escape);
+    QTRY_VERIFY(tree.shows(defaultShortcut));
+    desk.hands.release(escape);
+    QTRY_COMPARE(desk.hotKey.changed, 1);
+    QVERIFY(!desk.preferences.values.contains("hotkey_keycode"));
+    QVERIFY(tree.shows(u"How Tavrik looks."_s));
+    desk.hands.press(escape);
+    desk.hands.release(escape);
+    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
+}
+
+void MainWindowTest::closingTheSheetEndsTheRecording() {
+    Desk desk;
+    const auto tree = desk.tree();
+    for (const auto& away : {u"Close"_s, u"Account"_s}) {
+        const int before = desk.hotKey.changed;
+        tree.click(u"Settings"_s);
+        tree.click(defaultShortcut);
+        QTRY_COMPARE(desk.hotKey.released, before + 1);
+        tree.click(away);
+        QTRY_COMPARE(desk.hotKey.changed, before + 1);
+    }
+    // And so does losing the window.
+    tree.click(u"General"_s);
+    tree.click(defaultShortcut);
+    QTRY_COMPARE(desk.hotKey.released, 3);
+    desk.window().close();
+    QTRY_COMPARE(desk.hotKey.changed, 3);
+}
+
+void MainWindowTest::followsThePalette() {
+    const auto restore =
+        qScopeGuard([old = QGuiApplication::palette()] { QGuiApplication::setPalette(old); });
+    Desk desk;
+    const auto canvas = [&] {
+        return desk.window().grabWindow().pixelColor(4, 300);
+    };
+    QGuiApplication::setPalette(QPalette(Qt::white, Qt::white));
+    QTRY_COMPARE(canvas(), QColor(0xf4, 0xf2, 0xef));
+    QGuiApplication::setPalette(QPalette(Qt::black, Qt::black));
+    QTRY_COMPARE(canvas(), QColor(0x1f, 0x1e, 0x1c));
+}
+
+QTEST_MAIN(MainWindowTest)
+#include "tst_mainwindow.moc"
