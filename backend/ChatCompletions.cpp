@@ -1,5 +1,7 @@
 #include "backend/ChatCompletions.h"
 
+#include "backend/ModelService.h"
+#include "backend/OfflineAnswer.h"
 #include "backend/WavFile.h"
 #include "base/HttpClient.h"
 
@@ -9,7 +11,6 @@
 #include <QRegularExpression>
 #include <QUuid>
 
-#include <cmath>
 #include <expected>
 
 using namespace Qt::StringLiterals;
@@ -36,10 +37,9 @@ std::unexpected<Reply> invalid(const QString& message) {
 std::expected<QJsonObject, Reply> readObject(const Request& request) {
     if (request.method != "POST")
         return std::unexpected(refusal(405, u"Method Not Allowed"_s));
-    const auto authorization = request.header("Authorization");
-    if (!authorization.startsWith("Bearer ") || authorization.sliced(7).trimmed().isEmpty())
+    if (request.bearerToken().isEmpty())
         return std::unexpected(refusal(401, u"No auth credentials found"_s));
-    if (request.header("Content-Type").split(';').front().trimmed().toLower() != "application/json")
+    if (!request.isJson())
         return std::unexpected(refusal(415, u"Content-Type must be application/json"_s));
     const auto document = QJsonDocument::fromJson(request.body);
     if (!document.isObject())
@@ -50,11 +50,8 @@ std::expected<QJsonObject, Reply> readObject(const Request& request) {
 Result<Sound> readAudio(const QJsonObject& audio) {
     if (audio[u"format"_s] != u"wav"_s)
         return std::unexpected(Error{u"input_audio: the format must be wav"_s});
-    const auto bytes = QByteArray::fromBase64Encoding(audio[u"data"_s].toString().toLatin1(),
-                                                      QByteArray::AbortOnBase64DecodingErrors);
-    if (!bytes || (*bytes).isEmpty())
-        return std::unexpected(Error{u"input_audio: the data is not base64"_s});
-    const auto sound = measureWav(*bytes);
+    const auto bytes = decodeBase64(audio[u"data"_s].toString());
+    const auto sound = bytes ? measureWav(*bytes) : std::unexpected(bytes.error());
     if (!sound)
         return std::unexpected(Error{u"input_audio: "_s + sound.error().description});
     return sound;
@@ -97,16 +94,10 @@ std::expected<Question, Reply> readQuestion(const Request& request) {
     return question;
 }
 
-/// What was received, in one sentence that nobody could take for a translation.
 QString statement(const Question& question) {
     static const QRegularExpression language(u"native-sounding (.+?)\\. Preserve "_s);
     const auto found = language.match(question.prompt);
-    const auto seconds = QString::number(question.sound.duration, 'f', 1);
-    const auto sound = std::isinf(question.sound.loudness)
-                           ? u"silence"_s
-                           : u"audio at %1 dBFS"_s.arg(std::lround(question.sound.loudness));
-    return u"Offline stand-in: received %1 seconds of %2 for %3."_s.arg(
-        seconds, sound, found.hasMatch() ? found.captured(1) : u"an unnamed language"_s);
+    return offlineAnswer(question.sound, found.hasMatch() ? found.captured(1) : u"an unnamed language"_s);
 }
 
 Reply completion(const Question& question) {
@@ -121,33 +112,17 @@ Reply completion(const Question& question) {
 
 } // namespace
 
-ChatCompletions::ChatCompletions(HttpClient& http, Upstream upstream)
-    : m_http(http), m_upstream(std::move(upstream)) {}
-
 void ChatCompletions::answer(const Request& request, HttpHandler::Responder respond) {
     const auto question = readQuestion(request);
     if (!question)
-        respond(question.error());
-    else if (m_upstream.key.isEmpty())
-        respond(completion(*question));
-    else
-        passOn(request, std::move(respond));
-}
-
-void ChatCompletions::passOn(const Request& request, HttpHandler::Responder respond) {
-    auto url = m_upstream.url;
-    url.setPath(QString::fromLatin1(path));
-    m_http.send(
-        {.method = "POST",
-         .url = url,
-         .headers = {{"Authorization", "Bearer " + m_upstream.key}, {"Content-Type", "application/json"}},
-         .body = request.body},
-        [respond = std::move(respond)](Result<HttpResponse> response) mutable {
-            if (!response || response->oversized)
-                return respond(refusal(502, response ? u"The service's reply is too long"_s
-                                                     : response.error().description));
-            respond({response->status, {{"Content-Type", "application/json"}}, response->body});
-        });
+        return respond(question.error());
+    if (!m_models.isAvailable())
+        return respond(completion(*question));
+    m_models.ask(request.body, [respond = std::move(respond)](Result<HttpResponse> response) mutable {
+        if (!response)
+            return respond(refusal(502, response.error().description));
+        respond({response->status, {{"Content-Type", "application/json"}}, response->body});
+    });
 }
 
 } // namespace tavrik::backend

@@ -10,6 +10,8 @@ const char* reason(int status) {
     switch (status) {
     case 200:
         return "OK";
+    case 303:
+        return "See Other";
     case 400:
         return "Bad Request";
     case 401:
@@ -22,6 +24,10 @@ const char* reason(int status) {
         return "Payload Too Large";
     case 415:
         return "Unsupported Media Type";
+    case 421:
+        return "Misdirected Request";
+    case 422:
+        return "Unprocessable Entity";
     case 500:
         return "Internal Server Error";
     case 501:
@@ -41,6 +47,16 @@ QByteArray Request::header(QByteArrayView name) const {
             return value;
     }
     return {};
+}
+
+bool Request::isJson() const {
+    return header("Content-Type").split(';').front().trimmed().toLower() == "application/json";
+}
+
+QByteArray Request::bearerToken() const {
+    constexpr QByteArrayView scheme = "Bearer ";
+    const auto authorization = header("Authorization");
+    return authorization.startsWith(scheme) ? authorization.sliced(scheme.size()).trimmed() : QByteArray();
 }
 
 Reply Reply::json(int status, const QJsonObject& object) {

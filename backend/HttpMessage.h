@@ -34,6 +34,10 @@ struct Request {
 
     /// The first header of that name, in any case; empty when there is none.
     QByteArray header(QByteArrayView name) const;
+    /// Whether the body is announced as JSON.
+    bool isJson() const;
+    /// What follows "Bearer" in Authorization; empty when there is none.
+    QByteArray bearerToken() const;
 };
 
 /// The answer to one request. Content-Length is added when it is sent.

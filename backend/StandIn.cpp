@@ -34,6 +34,11 @@ QJsonObject describe(const Request& request) {
             {u"lastByteNs"_s, nanoseconds(request.lastByte)}};
 }
 
+bool isLocal(const QByteArray& host) {
+    const auto name = host.split(':').front();
+    return name == "127.0.0.1" || name == "localhost";
+}
+
 Reply notFound() {
     return Reply::json(404, {{u"message"_s, u"Not Found"_s}});
 }
@@ -41,8 +46,10 @@ Reply notFound() {
 } // namespace
 
 StandIn::StandIn(Options options)
-    : m_controllable(options.controllable), m_chatCompletions(m_http, std::move(options.upstream)) {
+    : m_controllable(options.controllable), m_models(m_http, std::move(options.upstream)),
+      m_accounts(std::move(options.accounts)), m_manifest(std::move(options.releaseManifest)) {
     addRoutes();
+    addAccountRoutes();
     if (m_controllable)
         addControlRoutes();
 }
@@ -66,6 +73,9 @@ void StandIn::received(const Request& request) {
 }
 
 void StandIn::answer(const Request& request, Responder respond) {
+    // A page of the web whose name leads to this machine may not use what is here for the user's programs.
+    if (!isLocal(request.header("Host")))
+        return respond(Reply::json(421, {{u"message"_s, u"Ask for 127.0.0.1 or localhost"_s}}));
     const auto route = m_routes.constFind(request.path);
     if (route == m_routes.constEnd())
         respond(notFound());
@@ -74,9 +84,30 @@ void StandIn::answer(const Request& request, Responder respond) {
 }
 
 void StandIn::addRoutes() {
-    m_routes[ChatCompletions::path] = [this](const Request& request, Responder respond) {
+    m_routes[ModelService::path] = [this](const Request& request, Responder respond) {
         m_chatCompletions.answer(request, std::move(respond));
     };
+    m_routes["/functions/v1/translate"] = [this](const Request& request, Responder respond) {
+        m_translate.answer(request, std::move(respond));
+    };
+    m_routes[ReleaseManifest::path] = [this](const Request& request, Responder respond) {
+        respond(m_manifest.answer(request));
+    };
+}
+
+void StandIn::addAccountRoutes() {
+    const auto add = [this](const QByteArray& path, auto& part, auto reply) {
+        m_routes[path] = [&part, reply](const Request& request, Responder respond) {
+            respond((part.*reply)(request));
+        };
+    };
+    add("/auth/v1/signup", m_accounts, &AuthService::signUp);
+    add("/auth/v1/token", m_accounts, &AuthService::token);
+    add("/auth/v1/user", m_accounts, &AuthService::user);
+    add("/auth/v1/authorize", m_pages, &BrowserPages::authorize);
+    add("/auth/v1/callback", m_pages, &BrowserPages::authorized);
+    add("/auth/v1/verify", m_pages, &BrowserPages::verify);
+    add("/mail", m_pages, &BrowserPages::mail);
 }
 
 void StandIn::addControlRoutes() {

@@ -1,7 +1,12 @@
 #pragma once
 
+#include "backend/AuthService.h"
+#include "backend/BrowserPages.h"
 #include "backend/ChatCompletions.h"
 #include "backend/HttpHandler.h"
+#include "backend/ModelService.h"
+#include "backend/ReleaseManifest.h"
+#include "backend/TranslateFunction.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 
@@ -15,7 +20,10 @@ namespace tavrik::backend {
 class StandIn : public HttpHandler {
 public:
     struct Options {
-        ChatCompletions::Upstream upstream;
+        ModelService::Options upstream = {};
+        AuthService::Options accounts = {};
+        /// Announces the latest release; empty or missing: there is nothing newer.
+        QString releaseManifest = {};
         /// Serve /control, and keep the latest requests for it: speech and keys among them.
         bool controllable = false;
     };
@@ -40,13 +48,19 @@ private:
     using Route = std::function<void(const Request&, Responder)>;
 
     void addRoutes();
+    void addAccountRoutes();
     void addControlRoutes();
     Reply requestList() const;
 
     const bool m_controllable;
     MainQueue m_queue;
     HttpClient m_http{m_queue};
-    ChatCompletions m_chatCompletions;
+    ModelService m_models;
+    ChatCompletions m_chatCompletions{m_models};
+    AuthService m_accounts;
+    BrowserPages m_pages{m_accounts};
+    TranslateFunction m_translate{m_accounts, m_models};
+    ReleaseManifest m_manifest;
     QHash<QByteArray, Route> m_routes;
     QList<ScriptedReply> m_script;
     QList<Request> m_requests;

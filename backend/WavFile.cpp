@@ -41,6 +41,13 @@ Sound measure(QByteArrayView samples, const Format& format) {
 
 } // namespace
 
+Result<QByteArray> decodeBase64(const QString& text) {
+    auto bytes = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    if (!bytes || (*bytes).isEmpty())
+        return std::unexpected(Error{u"the data is not base64"_s});
+    return *bytes;
+}
+
 Result<Sound> measureWav(QByteArrayView wav) {
     constexpr qsizetype riffHeader = 12;
     constexpr qsizetype chunkHeader = 8;

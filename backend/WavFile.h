@@ -14,6 +14,9 @@ struct Sound {
     double loudness = 0;
 };
 
+/// The bytes of a base64 text; an error when it is none, or empty.
+Result<QByteArray> decodeBase64(const QString& text);
+
 /// Measures a WAV file of 16-bit PCM, any rate and number of channels. The error says what is wrong with the
 /// file.
 Result<Sound> measureWav(QByteArrayView wav);

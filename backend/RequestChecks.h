@@ -1,0 +1,22 @@
+#pragma once
+
+#include "backend/HttpMessage.h"
+
+#include <expected>
+
+// What the hosted project asks of every request, and how it refuses.
+namespace tavrik::backend {
+
+/// The public key that the program beside this one was built with.
+QByteArray publicKey();
+
+/// {"code", "msg"}.
+Reply refusal(int status, const QString& message);
+
+/// The refusal of a request of another method, or without the public key.
+std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView method);
+
+/// The object that a POST carries, after checkRequest(), or the refusal.
+std::expected<QJsonObject, Reply> readPost(const Request& request);
+
+} // namespace tavrik::backend
