@@ -2,16 +2,12 @@
 #include "backend/LocalService.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
+#include "support/Tls.h"
 
 #include <QEventLoop>
 #include <QFile>
-#include <QProcess>
-#include <QSslCertificate>
-#include <QSslConfiguration>
-#include <QSslKey>
 #include <QSslServer>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
@@ -58,46 +54,11 @@ bool forgetPeakMemory() {
     return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
 }
 
-/// A certificate for 127.0.0.1 and its key, made for this run.
-QSslConfiguration makeServerConfiguration(const QTemporaryDir& folder) {
-    const auto key = folder.filePath(QStringLiteral("key.pem"));
-    const auto certificate = folder.filePath(QStringLiteral("certificate.pem"));
-    QProcess openssl;
-    openssl.start(QStringLiteral("openssl"),
-                  QStringLiteral("req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext "
-                                 "subjectAltName=IP:127.0.0.1 -keyout %1 -out %2")
-                      .arg(key, certificate)
-                      .split(' '));
-    openssl.waitForFinished();
-    QSslConfiguration configuration;
-    configuration.setLocalCertificateChain(QSslCertificate::fromPath(certificate));
-    QFile file(key);
-    if (file.open(QIODevice::ReadOnly))
-        configuration.setPrivateKey(QSslKey(&file, QSsl::Rsa));
-    return configuration;
-}
-
 std::unique_ptr<QTcpServer> tlsListener(const QSslConfiguration& configuration) {
     auto listener = std::make_unique<QSslServer>();
     listener->setSslConfiguration(configuration);
     return listener;
 }
-
-/// Trusts an authority for as long as it lives.
-class Trust {
-public:
-    explicit Trust(const QList<QSslCertificate>& authorities) {
-        auto configuration = m_before;
-        configuration.addCaCertificates(authorities);
-        QSslConfiguration::setDefaultConfiguration(configuration);
-    }
-    Trust(const Trust&) = delete;
-    Trust& operator=(const Trust&) = delete;
-    ~Trust() { QSslConfiguration::setDefaultConfiguration(m_before); }
-
-private:
-    const QSslConfiguration m_before = QSslConfiguration::defaultConfiguration();
-};
 
 /// Just enough HTTP/2 to answer the first request of a connection with 200 and to reset the connection after
 /// the next.
@@ -177,8 +138,8 @@ class HttpClientTest : public QObject {
     Q_OBJECT
 
     MainQueue m_queue;
-    QTemporaryDir m_folder;
-    QSslConfiguration m_serverConfiguration;
+    const Certificate m_certificate;
+    const QSslConfiguration m_serverConfiguration = m_certificate.serverConfiguration();
 
     /// Sends and waits for the outcome, which must come exactly once and not within the call.
     Result<HttpResponse> exchange(HttpClient& client, HttpRequest request) {
@@ -200,11 +161,6 @@ class HttpClientTest : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase() {
-        m_serverConfiguration = makeServerConfiguration(m_folder);
-        QVERIFY(!m_serverConfiguration.privateKey().isNull());
-    }
-
     void anyStatusIsAResponse_data() {
         QTest::addColumn<ScriptedReply>("reply");
         QTest::addColumn<QByteArray>("body");
