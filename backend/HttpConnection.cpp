@@ -81,9 +81,8 @@ bool HttpConnection::readHead() {
 }
 
 bool HttpConnection::readBody() {
-    const bool endsEarly = m_script && m_script->afterRequestBytes;
-    const auto wanted =
-        endsEarly ? std::min(*m_script->afterRequestBytes, m_request.contentLength) : m_request.contentLength;
+    const auto earlyEnd = m_script ? m_script->afterRequestBytes : std::nullopt;
+    const auto wanted = std::min(earlyEnd.value_or(m_request.contentLength), m_request.contentLength);
     const auto take = std::min(wanted - m_request.body.size(), qint64{m_input.size()});
     m_request.body += m_input.first(take);
     m_input.remove(0, take);
@@ -94,7 +93,7 @@ bool HttpConnection::readBody() {
     m_request.lastByte = std::chrono::steady_clock::now();
     m_request.complete = m_request.body.size() == m_request.contentLength;
     m_handler.received(m_request);
-    if (endsEarly)
+    if (earlyEnd)
         end(m_script->ending);
     else
         finishRequest();
@@ -178,7 +177,7 @@ void HttpConnection::finishReply() {
     m_reply = {};
     m_state = State::ReadingHead;
     // From the event loop: what has already arrived announces itself no more.
-    QMetaObject::invokeMethod(this, &HttpConnection::read, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, &HttpConnection::read);
 }
 
 void HttpConnection::end(ScriptedReply::Ending ending) {

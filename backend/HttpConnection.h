@@ -14,7 +14,7 @@ class HttpConnection : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr qint64 maximumHead = 64 * 1024;
+    static constexpr qint64 maximumHead = qint64{64} * 1024;
     static constexpr qint64 maximumBody = qint64{256} * 1024 * 1024;
 
     /// `number` is noted in every request.

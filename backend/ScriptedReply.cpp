@@ -37,7 +37,9 @@ QByteArray bodyBytes(const QJsonValue& value) {
 
 template<class Target, class Value>
 bool assign(Target& target, std::optional<Value> value) {
-    if (value)
+    if constexpr (std::is_same_v<Target, std::optional<Value>>)
+        target = value;
+    else if (value)
         target = Target(*value);
     return value.has_value();
 }
