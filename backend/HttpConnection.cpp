@@ -93,7 +93,7 @@ bool HttpConnection::readBody() {
     m_request.lastByte = std::chrono::steady_clock::now();
     m_request.complete = m_request.body.size() == m_request.contentLength;
     m_handler.received(m_request);
-    if (earlyEnd)
+    if (m_script && earlyEnd)
         end(m_script->ending);
     else
         finishRequest();
