@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A small title above a list.
 Label {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Stands in a list's place while there is nothing to list.
 Rectangle {

@@ -8,7 +8,9 @@ namespace tavrik {
 
 ParagraphFormat::ParagraphFormat(QObject* parent) : QObject(parent) {}
 
-QQuickTextDocument* ParagraphFormat::document() const { return m_document; }
+QQuickTextDocument* ParagraphFormat::document() const {
+    return m_document;
+}
 
 void ParagraphFormat::setDocument(QQuickTextDocument* document) {
     if (document == m_document)
@@ -23,7 +25,9 @@ void ParagraphFormat::setDocument(QQuickTextDocument* document) {
     Q_EMIT changed();
 }
 
-qreal ParagraphFormat::lineDistance() const { return m_lineDistance; }
+qreal ParagraphFormat::lineDistance() const {
+    return m_lineDistance;
+}
 
 void ParagraphFormat::setLineDistance(qreal distance) {
     if (distance == m_lineDistance)

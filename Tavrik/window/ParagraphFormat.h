@@ -7,8 +7,8 @@
 
 namespace tavrik {
 
-/// Gives a TextEdit what it has no properties for: room between its lines, and to each paragraph the direction of its
-/// own text.
+/// Gives a TextEdit what it has no properties for: room between its lines, and to each paragraph the
+/// direction of its own text.
 class ParagraphFormat : public QObject {
     Q_OBJECT
     QML_ELEMENT

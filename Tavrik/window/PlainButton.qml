@@ -1,5 +1,6 @@
 import QtQuick
 import Tavrik.Capture
+import Tavrik.Window
 
 // A button that looks like what is put into it.
 Item {
@@ -9,6 +10,8 @@ Item {
     required property string name
     property string toolTip
     property real radius: 6
+    // A double click counts once, for a button that makes room for another in its own place.
+    property bool countsDoubleClickOnce: false
     readonly property bool hovered: mouse.containsMouse
     readonly property bool pressed: mouse.pressed
 
@@ -63,5 +66,12 @@ Item {
         anchors.fill: parent
         hoverEnabled: true
         onClicked: button.click()
+    }
+
+    Connections {
+        target: mouse
+        enabled: button.countsDoubleClickOnce
+        // With somebody listening here, the second click is reported as this alone.
+        function onDoubleClicked(): void {}
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Shows which part of a list is in view; can be dragged.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Where a search is typed; `query` follows every keystroke.
 Rectangle {

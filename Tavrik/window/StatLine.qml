@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // One figure and what it counts.
 Column {

@@ -25,6 +25,11 @@ ListView {
         untouched = false;
     }
 
+    function showEnd(): void {
+        positionViewAtEnd();
+        untouched = false;
+    }
+
     function focusRow(): void {
         if (currentItem)
             currentItem.forceActiveFocus();
@@ -42,7 +47,7 @@ ListView {
     activeFocusOnTab: currentIndex < 0 && count > 0
     onActiveFocusChanged: {
         if (activeFocus && currentIndex < 0) {
-            currentIndex = Math.max(0, indexAt(inset, contentY + height / 2));
+            currentIndex = Math.max(0, indexAt(inset, contentY + 60));
             focusRow();
         }
     }
@@ -77,6 +82,9 @@ ListView {
         width: list.rowWidth
         transcriptions: list.transcriptions
         current: ListView.isCurrentItem
+        // One that waits to be used again is not there for a screen reader either.
+        ListView.onPooled: visible = false
+        ListView.onReused: visible = true
         onDeleted: Qt.callLater(list.focusRow)
         onActiveFocusChanged: {
             if (activeFocus)

@@ -19,6 +19,8 @@ FocusScope {
     default property alias content: column.data
     property alias spacing: column.spacing
 
+    focus: true
+
     Component.onCompleted: transcriptions.open()
     Component.onDestruction: transcriptions.close()
 
@@ -28,7 +30,7 @@ FocusScope {
             [Qt.Key_PageUp]: () => list.scrollTo(list.contentY - step),
             [Qt.Key_PageDown]: () => list.scrollTo(list.contentY + step),
             [Qt.Key_Home]: () => list.scrollTo(list.originY),
-            [Qt.Key_End]: () => list.scrollTo(list.lastY),
+            [Qt.Key_End]: () => list.showEnd(),
         };
         if (actions[event.key]) {
             actions[event.key]();

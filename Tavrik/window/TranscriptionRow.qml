@@ -27,7 +27,7 @@ Item {
     Accessible.name: text
     Accessible.description: time
     Accessible.focusable: true
-    activeFocusOnTab: current
+    activeFocusOnTab: current || activeFocus
     Keys.onPressed: event => {
         if (event.matches(StandardKey.Copy)) {
             transcriptions.copy(index);
@@ -118,7 +118,7 @@ Item {
                 padding: 4
                 name: "Copy"
                 toolTip: name
-                activeFocusOnTab: row.current
+                activeFocusOnTab: row.current || activeFocus
                 onClicked: row.transcriptions.copy(row.index)
             }
 
@@ -129,7 +129,8 @@ Item {
                 padding: 4
                 name: "Delete"
                 toolTip: name
-                activeFocusOnTab: row.current
+                countsDoubleClickOnce: true
+                activeFocusOnTab: row.current || activeFocus
                 onClicked: {
                     if (activeFocus)
                         row.deleted();
