@@ -6,7 +6,6 @@
 #include "base/MainQueue.h"
 #include "capture/Paster.h"
 #include "capture/Recorder.h"
-#include "capture/RecordingHUD.h"
 #include "commands/CommandLine.h"
 #include "dictation/AppDelegate.h"
 #include "platform/Alerts.h"
@@ -33,10 +32,9 @@
 #include "translation/OpenRouter.h"
 #include "translation/Translator.h"
 #include "updates/UpdateChecker.h"
-#include "window/MainWindow.h"
+#include "views/LazyViews.h"
 
 #include <QApplication>
-#include <QQuickWindow>
 
 using namespace tavrik;
 
@@ -59,7 +57,6 @@ struct Program {
     HttpClient http{queue};
     AuthStore account{*platform.secureSlot, http, queue, Supabase::builtIn()};
     Recorder recorder{*platform.microphone, platformFolders().temporary};
-    RecordingHUD hud{*platform.panels, queue};
     Translator translator{account, settings, http, queue, Supabase::builtIn(), openRouterEndpoint()};
     Paster paster{*platform.clipboard, *platform.pasteKeys};
     UpdateChecker updates{
@@ -73,7 +70,7 @@ struct Program {
         .settings = settings,
         .account = account,
         .recorder = recorder,
-        .hud = hud,
+        .hud = views,
         .translator = translator,
         .paster = paster,
         .history = [this]() -> HistoryStore& { return openHistory(); },
@@ -84,29 +81,36 @@ struct Program {
         .pasteKeys = *platform.pasteKeys,
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
-        .openMainWindow = [this] { window.show(); },
+        .openMainWindow = [this] { views.showMainWindow(); },
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};
-    MainWindowController window{{
+    LazyViews views{{
         .queue = queue,
-        .account = account,
-        .history = [this]() -> HistoryStore& { return openHistory(); },
-        .clipboard = *platform.clipboard,
-        .days = *platform.days,
-        .links = *platform.links,
-        .activator = *platform.windowActivator,
-        .settings =
-            {
-                .shortcut = {*preferences, settings, *platform.keyReader, delegate},
-                .appearance = *platform.appearance,
-                .loginItem = *platform.loginItem,
-                .folders = *platform.folders,
-                .texts = platformTexts(),
-                .dataFolder = platformFolders().applicationSupport,
-            },
-        .fullUserName = fullUserName(),
+        .panels = *platform.panels,
+        .window = {.queue = queue,
+                   .account = account,
+                   .history = [this]() -> HistoryStore& { return openHistory(); },
+                   .clipboard = *platform.clipboard,
+                   .days = *platform.days,
+                   .links = *platform.links,
+                   .activator = *platform.windowActivator,
+                   .settings =
+                       {
+                           .shortcut = {*preferences, settings, *platform.keyReader, delegate},
+                           .appearance = *platform.appearance,
+                           .loginItem = *platform.loginItem,
+                           .folders = *platform.folders,
+                           .texts = platformTexts(),
+                           .dataFolder = platformFolders().applicationSupport,
+                       },
+                   .fullUserName = fullUserName()},
     }};
+
+    ~Program() {
+        // While the panel is still there to be taken off the screen.
+        delegate.cancelRecording();
+    }
 
     HistoryStore& openHistory() {
         return history ? *history : history.emplace(platformFolders().applicationSupport);
@@ -127,7 +131,6 @@ int run(int& argc, char** argv, const QByteArrayList& urls) {
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::setDesktopFileName(QStringLiteral("io.nordvex.tavrik"));
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     std::optional<Program> program;
     const bool first = instance->claim({
