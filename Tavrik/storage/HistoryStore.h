@@ -23,9 +23,6 @@ public:
     /// Waits until every change is on disk.
     ~HistoryStore() override;
 
-    /// The program's store, made on first use.
-    static HistoryStore& shared();
-
     const QList<Transcription>& items() const;
 
     /// Puts the record first and saves. The text must be valid UTF-8.
