@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Who uses the computer, who is signed in, and the way out.
 DropdownCard {

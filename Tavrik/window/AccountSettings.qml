@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 Column {
     id: page

@@ -1,6 +1,5 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
+import Tavrik.Window
 
 // What a signed-in user sees: the sidebar, a page, and what opens over them.
 Item {
@@ -34,11 +33,14 @@ Item {
             onCollapseToggled: body.settings.sidebarCollapsed = !body.settings.sidebarCollapsed
         }
 
-        Loader {
+        ViewLoader {
             anchors.left: sidebar.right
             anchors.right: parent.right
             height: parent.height
-            sourceComponent: body.selection === "home" ? home : history
+            view: body.selection === "home" ? "HomeView.qml" : "HistoryView.qml"
+            needs: () => ({
+                        pages: body.pages
+                    })
         }
 
         MouseArea {
@@ -74,28 +76,7 @@ Item {
     ModalOverlay {
         anchors.fill: parent
         presented: body.showSettings
-        content: settingsSheet
         onDismissed: body.showSettings = false
-    }
-
-    Component {
-        id: home
-
-        HomeView {
-            pages: body.pages
-        }
-    }
-
-    Component {
-        id: history
-
-        HistoryView {
-            pages: body.pages
-        }
-    }
-
-    Component {
-        id: settingsSheet
 
         SettingsSheet {
             account: body.account

@@ -1,3 +1,5 @@
+import Tavrik.Window
+
 // Light, dark, or whatever the desktop is.
 SegmentedPicker {
     name: "Appearance"

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // The surface that a page's content stands on.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A card that drops from the window's upper corner while it is `shown`.
 Item {

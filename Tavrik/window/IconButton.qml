@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A symbol on a patch that shows while the pointer is over it.
 PlainButton {

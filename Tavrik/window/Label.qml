@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A text as it stands, whatever it holds.
 Text {

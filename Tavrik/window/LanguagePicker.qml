@@ -1,3 +1,5 @@
+import Tavrik.Window
+
 // The language that is spoken to others.
 SegmentedPicker {
     name: "Language"

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A line to type into; what it is for shows while it is empty.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // What came of it, in the words of whoever said so.
 Label {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Signing in, or creating an account.
 Flickable {

@@ -1,6 +1,5 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
+import Tavrik.Window
 
 // The window's content: the program's pages for whoever is signed in, else the way to sign in. Nothing until it is
 // known which.
@@ -16,28 +15,16 @@ Item {
         color: Theme.canvas
     }
 
-    Loader {
+    ViewLoader {
         anchors.fill: parent
-        active: root.account.known
-        sourceComponent: root.account.signedIn ? body : login
-    }
-
-    Component {
-        id: body
-
-        AppBody {
-            account: root.account
-            settings: root.settings
-            pages: root.pages
-        }
-    }
-
-    Component {
-        id: login
-
-        LoginView {
-            account: root.account
-        }
+        view: !root.account.known ? "" : root.account.signedIn ? "AppBody.qml" : "LoginView.qml"
+        needs: () => root.account.signedIn ? {
+                account: root.account,
+                settings: root.settings,
+                pages: root.pages
+            } : {
+                account: root.account
+            }
     }
 
     Shortcut {

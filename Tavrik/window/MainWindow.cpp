@@ -6,7 +6,7 @@
 #include "window/HistoryPages.h"
 #include "window/ShadowProvider.h"
 
-#include <QFont>
+#include <QFontInfo>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlEngine>
@@ -25,11 +25,13 @@ namespace {
 constexpr QSize firstSize(980, 640);
 constexpr QSize smallestSize(900, 560);
 
-/// Faces for Persian beside the interface font, which often has none of its own.
+/// Adds faces for Persian to the interface font, which often has none of its own.
 void providePersianFaces() {
-    QFont::insertSubstitutions(QGuiApplication::font().family(),
-                               {QStringLiteral("Vazirmatn"), QStringLiteral("Noto Sans Arabic UI"),
-                                QStringLiteral("Noto Sans Arabic"), QStringLiteral("DejaVu Sans")});
+    auto font = QGuiApplication::font();
+    // The real face: a name like "Sans" would leave the choice to the faces behind it.
+    font.setFamilies({QFontInfo(font).family(), QStringLiteral("Vazirmatn"), QStringLiteral("Noto Sans Arabic UI"),
+                      QStringLiteral("Noto Sans Arabic")});
+    QGuiApplication::setFont(font);
 }
 
 } // namespace
@@ -54,6 +56,7 @@ MainWindowController::Content::Content(const Parts& parts)
     qml_register_types_Tavrik_Capture();
     qml_register_types_Tavrik_Window();
     providePersianFaces();
+    view.engine()->addImportPath(QStringLiteral("qrc:/qml"));
     view.engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
     view.engine()->addImageProvider(QStringLiteral("shadows"), new ShadowProvider);
     view.setTitle(QStringLiteral("Tavrik"));

@@ -1,11 +1,12 @@
 import QtQuick
+import Tavrik.Window
 
-// A sheet over a dimmed window. It is made when it is first presented, and kept.
+// A sheet over a dimmed window.
 Item {
     id: overlay
 
     required property bool presented
-    required property Component content
+    default property alias content: sheet.data
 
     signal dismissed
 
@@ -13,7 +14,6 @@ Item {
     property real progress: presented ? 1 : 0
 
     enabled: presented
-    onPresentedChanged: sheet.active = true
     visible: progress > 0
 
     Behavior on progress {
@@ -54,10 +54,10 @@ Item {
             anchors.fill: parent
         }
 
-        Loader {
+        Item {
             id: sheet
-            active: false
-            sourceComponent: overlay.content
+            width: childrenRect.width
+            height: childrenRect.height
         }
 
         Rectangle {

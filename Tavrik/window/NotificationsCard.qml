@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Lists nothing: there are no notifications.
 DropdownCard {

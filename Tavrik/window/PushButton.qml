@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A button with a face of its own: bordered, or filled where it is the one to press.
 PlainButton {

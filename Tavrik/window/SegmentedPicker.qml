@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import Tavrik.Window
 
 // One choice of a few, side by side. An option has a value, a label and perhaps a symbol.
 Rectangle {

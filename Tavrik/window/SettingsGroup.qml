@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Rows of settings on one surface.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // One setting: what it is, and the control that changes it.
 Item {

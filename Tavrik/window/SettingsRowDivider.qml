@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Between two rows.
 Rectangle {

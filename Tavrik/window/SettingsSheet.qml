@@ -1,6 +1,5 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
+import Tavrik.Window
 
 // The settings: tabs on the left, the page of one of them on the right.
 Item {
@@ -14,11 +13,19 @@ Item {
 
     // "general", "system" or "account".
     property string tab: "general"
+    readonly property var pages: ({
+            general: "GeneralSettings.qml",
+            system: "SystemSettings.qml",
+            account: "AccountSettings.qml"
+        })
+    // The pages are not made before they can be seen.
+    property bool wasPresented: false
 
     width: 760
     height: 500
 
     onPresentedChanged: {
+        wasPresented = true;
         if (presented)
             settings.refresh();
         else
@@ -102,12 +109,18 @@ Item {
         boundsBehavior: Flickable.StopAtBounds
         clip: true
 
-        Loader {
+        ViewLoader {
             id: page
             x: 30
             y: 30
             width: scroller.width - 60
-            sourceComponent: sheet.tab === "general" ? general : sheet.tab === "system" ? system : account
+            view: sheet.wasPresented ? sheet.pages[sheet.tab] : ""
+            needs: () => sheet.tab === "account" ? {
+                    settings: sheet.settings,
+                    account: sheet.account
+                } : {
+                    settings: sheet.settings
+                }
             onLoaded: {
                 scroller.contentY = 0;
                 sheet.settings.refresh();
@@ -125,30 +138,5 @@ Item {
         name: "Close"
         toolTip: name
         onClicked: sheet.closed()
-    }
-
-    Component {
-        id: general
-
-        GeneralSettings {
-            settings: sheet.settings
-        }
-    }
-
-    Component {
-        id: system
-
-        SystemSettings {
-            settings: sheet.settings
-        }
-    }
-
-    Component {
-        id: account
-
-        AccountSettings {
-            account: sheet.account
-            settings: sheet.settings
-        }
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // The title of a page of settings.
 Label {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // Shows the shortcut, and records another.
 PlainButton {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A row of the sidebar: a symbol and, unless it is collapsed, a title.
 PlainButton {

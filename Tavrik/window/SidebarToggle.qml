@@ -1,3 +1,5 @@
+import Tavrik.Window
+
 // Makes the sidebar narrow or wide.
 IconButton {
     required property bool collapsed

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // The pages to choose from, wide with their titles or collapsed to symbols.
 Item {

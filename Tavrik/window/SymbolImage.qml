@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // One of the program's symbols, as large as it stands beside text of the given size.
 Image {
@@ -14,5 +15,5 @@ Image {
     height: side
     sourceSize.width: side * Screen.devicePixelRatio
     sourceSize.height: side * Screen.devicePixelRatio
-    source: "image://symbols/" + name + "/" + colour.toString().slice(1)
+    source: name === "" ? "" : "image://symbols/" + name + "/" + colour.toString().slice(1)
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A switch; what it is for stands beside it.
 PlainButton {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // The two buttons that open the drop-down cards; `panel` says which card is open: "", "notifications" or "account".
 Row {

@@ -1,3 +1,5 @@
+import Tavrik.Window
+
 // One of the buttons in the window's corner.
 IconButton {
     size: 14

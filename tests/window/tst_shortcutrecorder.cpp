@@ -34,9 +34,9 @@ public:
     void releaseHotKey() override { journal << "release"; }
     void hotKeyChanged() override {
         journal << QString("register %1 %2 %3")
-                       .arg(preferences.values["hotkey_keycode"].toUInt())
-                       .arg(preferences.values["hotkey_modifiers"].toUInt())
-                       .arg(preferences.values["hotkey_display"].toString());
+                       .arg(preferences.value("hotkey_keycode").toUInt())
+                       .arg(preferences.value("hotkey_modifiers").toUInt())
+                       .arg(preferences.value("hotkey_display").toString());
     }
     HotKeyBackend::Status hotKeyStatus() const override { return status; }
 
