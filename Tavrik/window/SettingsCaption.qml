@@ -1,4 +1,5 @@
 import QtQuick
+import Tavrik.Window
 
 // A caption in the settings' column of tabs.
 Label {
