@@ -20,6 +20,7 @@ public:
 
     /// Calls back once it is known whether somebody is signed in: before it returns if it is, else later
     /// through the main queue, after one second at the most.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): what overrides it keeps the callback.
     virtual void whenKnown(std::function<void()> callback) { callback(); }
 
     /// Delivers an access token that can still be used, refreshed first where needed, or an error. May call

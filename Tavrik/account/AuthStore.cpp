@@ -186,8 +186,9 @@ void AuthStore::finishCallback(const CallbackTokens& tokens, const QString& emai
 }
 
 void AuthStore::adopt(AuthSession session) {
+    const auto json = session.toJson();
     setCurrent(std::move(session));
-    m_slot.save(m_current->toJson());
+    m_slot.save(json);
 }
 
 void AuthStore::leave() {

@@ -50,8 +50,8 @@ QHash<QByteArrayView, QString> parseFragment(QByteArrayView fragment) {
         if (equals < 1 || equals + 1 == piece.size())
             continue;
         const auto key = piece.first(equals);
-        if (auto value = decodeValue(piece.sliced(equals + 1)))
-            members.insert(key, std::move(*value));
+        if (const auto value = decodeValue(piece.sliced(equals + 1)))
+            members.insert(key, *value);
         else
             members.remove(key);
     }

@@ -2,17 +2,17 @@
 
 #include <QByteArray>
 
-#include <optional>
+#include <gio/gio.h>
 
-using GCancellable = struct _GCancellable;
+#include <optional>
 
 // The program's one item in the user's Secret Service. Every function may wait for the service or for the
 // user, even for ever: for threads that can afford it.
 
 namespace tavrik {
 
-/// The item's secret; nothing if there is no item or no service, or once cancelled. Waits for the unlocking
-/// of a locked item: asks the user for it, and notices when somebody else does it.
+/// The item's secret; nothing if there is no item or no service. Waits for the unlocking of a locked item:
+/// asks the user for it, and notices when it is done in another way. Cancelling ends that wait.
 std::optional<QByteArray> readKeyringItem(GCancellable* cancellable);
 
 /// Deletes the item, if there is one, and adds it anew.

@@ -5,8 +5,6 @@
 
 #include <QFileInfo>
 
-#include <gio/gio.h>
-
 #include <mutex>
 #include <utility>
 
