@@ -141,8 +141,8 @@ class Editor(Process):
 class Backend(Process):
     """The stand-in for both services."""
 
-    def __init__(self, program, port):
-        super().__init__(program, "--port", str(port), "--control")
+    def __init__(self, program, port, *options):
+        super().__init__(program, "--port", str(port), "--control", *options)
         self.url = self.process.stdout.readline().strip()
         if not self.url.startswith("http://"):
             raise RuntimeError(f"the backend said {self.url!r}")
@@ -163,9 +163,9 @@ class Backend(Process):
 class Tavrik(Process):
     """The installed program."""
 
-    def __init__(self, program):
+    def __init__(self, program, *arguments):
         self.program = program
-        super().__init__(program)
+        super().__init__(program, *arguments)
         wait_for("the program on the session bus", self._is_up)
 
     def _is_up(self):
