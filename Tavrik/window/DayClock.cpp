@@ -1,10 +1,9 @@
 #include "window/DayClock.h"
 
-#include <QTimeZone>
-
 namespace tavrik {
 
-DayClock::DayClock(Now now, QObject* parent) : QObject(parent), m_now(std::move(now)) {
+DayClock::DayClock(Now now, QObject* parent)
+    : QObject(parent), m_now(std::move(now)), m_days(QTimeZone::systemTimeZone()) {
     refresh();
 }
 
@@ -13,13 +12,7 @@ QDate DayClock::today() const {
 }
 
 qint64 DayClock::dayOf(qint64 msecsSinceEpoch) const {
-    if (msecsSinceEpoch < m_dayBegin || msecsSinceEpoch >= m_dayEnd) {
-        const auto date = QDateTime::fromMSecsSinceEpoch(msecsSinceEpoch).date();
-        m_day = date.toJulianDay();
-        m_dayBegin = date.startOfDay().toMSecsSinceEpoch();
-        m_dayEnd = date.addDays(1).startOfDay().toMSecsSinceEpoch();
-    }
-    return m_day;
+    return m_days.dayOf(msecsSinceEpoch);
 }
 
 void DayClock::refresh() {
@@ -30,7 +23,7 @@ void DayClock::refresh() {
     m_today = now.date();
     m_zone = zone;
     m_offset = now.offsetFromUtc();
-    m_dayEnd = m_dayBegin;
+    m_days = LocalDays(QTimeZone::systemTimeZone());
     Q_EMIT changed();
 }
 

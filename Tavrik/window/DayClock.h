@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/LocalDays.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QObject>
@@ -19,7 +21,7 @@ public:
 
     QDate today() const;
 
-    /// Julian day of a moment, in the user's time zone. Cheap for moments in a row that share a day.
+    /// Julian day of a moment, in the user's time zone.
     qint64 dayOf(qint64 msecsSinceEpoch) const;
 
     /// Looks at the clock and the time zone again.
@@ -34,10 +36,8 @@ private:
     QDate m_today;
     QByteArray m_zone;
     int m_offset = 0;
-    /// The day that dayOf() met last, and where it begins and ends.
-    mutable qint64 m_day = 0;
-    mutable qint64 m_dayBegin = 0;
-    mutable qint64 m_dayEnd = 0;
+    /// What it has looked up serves the next call.
+    mutable LocalDays m_days;
 };
 
 } // namespace tavrik

@@ -5,9 +5,11 @@
 #include "base/MainQueue.h"
 #include "platform/Clipboard.h"
 #include "platform/DayWatcher.h"
+#include "storage/HistoryFile.h"
 #include "storage/HistoryStore.h"
 #include "window/HistoryPages.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 namespace tavrik::test {
@@ -25,8 +27,10 @@ public:
 };
 
 struct HistoryDesk {
+    explicit HistoryDesk(const QList<Transcription>& records = {}) : store(filled(folder.path(), records)) {}
+
     QTemporaryDir folder;
-    HistoryStore store{folder.path()};
+    HistoryStore store;
     HeldClipboard clipboard;
     CalledDays days;
     MainQueue queue;
@@ -43,6 +47,13 @@ struct HistoryDesk {
                 .now = [this] {
                     return now;
                 }};
+    }
+
+    static QString filled(const QString& folder, const QList<Transcription>& records) {
+        QFile file(folder + QStringLiteral("/history.json"));
+        if (!records.isEmpty() && file.open(QIODevice::WriteOnly))
+            encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece.data(), piece.size()); });
+        return folder;
     }
 
     void dictate(const QByteArray& text, const QDateTime& date, double seconds = 1) {

@@ -25,6 +25,20 @@ public:
         setInitialProperties({{QStringLiteral("pages"), QVariant::fromValue(&pages)}});
         setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Window/%1.qml").arg(name)));
     }
+
+    /// The first item of a C++ type, or null.
+    QQuickItem* find(const char* type) const { return findIn(*contentItem(), type); }
+
+private:
+    static QQuickItem* findIn(const QQuickItem& parent, const char* type) {
+        for (auto* item : parent.childItems()) {
+            if (item->inherits(type))
+                return item;
+            if (auto* found = findIn(*item, type))
+                return found;
+        }
+        return nullptr;
+    }
 };
 
 } // namespace tavrik::test

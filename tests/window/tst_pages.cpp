@@ -33,16 +33,6 @@ void collect(QAccessibleInterface* node, QAccessible::Role role, const QString& 
     }
 }
 
-QQuickItem* findItem(QQuickItem* among, const char* type) {
-    for (auto* item : among->childItems()) {
-        if (item->inherits(type))
-            return item;
-        if (auto* found = findItem(item, type))
-            return found;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 class PagesTest : public QObject {
@@ -220,7 +210,7 @@ private Q_SLOTS:
     void eachParagraphHasItsDirection() {
         desk->dictate("English, فارسی\nفارسی, English\n123", desk->now);
         open("HomeView");
-        auto* edit = findItem(view->contentItem(), "QQuickTextEdit");
+        auto* edit = view->find("QQuickTextEdit");
         QVERIFY(edit);
         auto* text = edit->property("textDocument").value<QQuickTextDocument*>()->textDocument();
         QList<Qt::LayoutDirection> directions;

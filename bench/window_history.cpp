@@ -1,0 +1,117 @@
+// The history's page over a hundred thousand records: a keystroke in its search beside rg over the same
+// texts, the frames of scrolling, and what opening costs.  window_history [records]
+
+#include "Measure.h"
+#include "SomeHistory.h"
+#include "window/HistoryDesk.h"
+#include "window/PageView.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+
+#include <cstdio>
+
+using namespace tavrik;
+using namespace tavrik::bench;
+using namespace tavrik::test;
+
+namespace {
+
+/// From the call until the frame that shows its outcome is on the screen.
+template<class Call>
+double untilShown(QQuickWindow& window, const Call& call) {
+    return timed([&] {
+        QEventLoop loop;
+        QObject::connect(&window, &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
+        call();
+        window.update();
+        loop.exec();
+    });
+}
+
+double worst(const std::vector<double>& values) {
+    return std::ranges::max(values);
+}
+
+/// The last letter of `word`, when the others are typed already.
+void benchSearch(PageView& view, TranscriptionModel& model, const QString& corpus, const QString& word) {
+    std::vector<double> filter;
+    std::vector<double> shown;
+    std::vector<double> peer;
+    QProcess rg;
+    rg.setStandardOutputFile(QProcess::nullDevice());
+    for (int round = 0; round < 9; ++round) {
+        model.setQuery(word.chopped(1));
+        untilShown(view, [] {});
+        filter.push_back(timed([&] { model.setQuery(word); }));
+        model.setQuery(word.chopped(1));
+        untilShown(view, [] {});
+        shown.push_back(untilShown(view, [&] { model.setQuery(word); }));
+        peer.push_back(timed([&] {
+            rg.start(QStringLiteral("rg"),
+                     {QStringLiteral("-i"), QStringLiteral("-F"), QStringLiteral("-c"), word, corpus});
+            rg.waitForFinished();
+        }));
+    }
+    std::printf(
+        "%-18s %6d rows: filtered and grouped %6.2f ms, on the screen %6.2f ms; rg -i -F -c %6.2f ms\n",
+        qUtf8Printable(word), model.rowCount(), median(filter), median(shown), median(peer));
+}
+
+void benchScroll(PageView& view) {
+    auto* list = view.find("QQuickListView");
+    const auto scrollTo = [list](double y) {
+        QMetaObject::invokeMethod(list, "scrollTo", Q_ARG(double, y));
+    };
+    const auto position = [list] {
+        return list->property("contentY").toDouble();
+    };
+
+    std::vector<double> wheel;
+    for (int step = 0; step < 600; ++step)
+        wheel.push_back(untilShown(view, [&] { scrollTo(position() + 60); }));
+    std::vector<double> jumps;
+    const double end = list->property("lastY").toDouble();
+    for (int step = 0; step < 100; ++step)
+        jumps.push_back(untilShown(view, [&] { scrollTo(end * (step * 37 % 100) / 100); }));
+    std::printf("scroll by the wheel: frame %.1f ms, the worst %.1f; to anywhere: %.1f ms, the worst %.1f\n",
+                median(wheel), worst(wheel), median(jumps), worst(jumps));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QApplication application(argc, argv);
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    const int count = QCoreApplication::arguments().value(1, QStringLiteral("100000")).toInt();
+
+    const auto records = someHistory(count);
+    HistoryDesk desk(records);
+    QFile texts(desk.folder.filePath(QStringLiteral("texts")));
+    if (!texts.open(QIODevice::WriteOnly))
+        return 1;
+    for (const auto& record : records)
+        texts.write(record.text + '\n');
+    texts.close();
+    desk.store.items();
+
+    CalledDays days;
+    std::unique_ptr<HistoryPages> pages;
+    std::printf("%d records\n", count);
+    std::printf("models made in %.1f ms\n",
+                timed([&] { pages = std::make_unique<HistoryPages>(desk.collaborators(days)); }));
+    std::unique_ptr<PageView> view;
+    std::printf("page opened and on the screen in %.1f ms\n", timed([&] {
+                    view = std::make_unique<PageView>(QStringLiteral("HistoryView"), *pages);
+                    view->show();
+                    untilShown(*view, [] {});
+                }));
+    std::printf("first search, if nobody waited: %.1f ms\n",
+                timed([&] { pages->all()->setQuery(QStringLiteral("z")); }));
+    benchScroll(*view);
+    for (const char* word : {"e", "the", "meeting", "tomorrow please", "STRASSE", "xyzzy"})
+        benchSearch(*view, *pages->all(), texts.fileName(), QString::fromLatin1(word));
+    return 0;
+}
