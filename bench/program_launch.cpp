@@ -49,16 +49,18 @@ public:
         return saw;
     }
 
+    // The server is kept to itself meanwhile: the program must not meet this trial as a combination taken.
     bool hotKeyIsTaken() {
+        xcb_grab_server(m_connection);
         const auto cookie = xcb_grab_key_checked(m_connection, 1, m_root, XCB_MOD_MASK_1, spaceKey,
                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        if (auto* error = xcb_request_check(m_connection, cookie)) {
-            std::free(error);
-            return true;
-        }
-        xcb_ungrab_key(m_connection, spaceKey, m_root, XCB_MOD_MASK_1);
+        auto* error = xcb_request_check(m_connection, cookie);
+        if (!error)
+            xcb_ungrab_key(m_connection, spaceKey, m_root, XCB_MOD_MASK_1);
+        xcb_ungrab_server(m_connection);
         xcb_flush(m_connection);
-        return false;
+        std::free(error);
+        return error != nullptr;
     }
 
 private:
@@ -106,7 +108,7 @@ Run measure(Display& display, const QString& program, bool hasHotKey, std::chron
             hotKey = milliseconds(Clock::now() - start);
         if (Clock::now() - start > 20s)
             qFatal("%s did not come up", qPrintable(program));
-        QThread::usleep(200);
+        QThread::usleep(500);
     }
     process.waitForStarted();
     QThread::sleep(3);
@@ -134,6 +136,14 @@ int main(int argc, char* argv[]) {
         qFatal("usage: program_launch TAVRIK SMALLEST-TRAY [rounds] [idle seconds]");
     const int rounds = arguments.size() > 3 ? std::max(1, arguments[3].toInt()) : 9;
     const std::chrono::seconds idle(arguments.size() > 4 ? arguments[4].toInt() : 60);
+
+    // With a key of the user's own no window opens at the launch.
+    QProcess preferences;
+    preferences.start(arguments[1], {"preferences", "set", "openrouter_api_key", "-"});
+    preferences.write("bench\n");
+    preferences.closeWriteChannel();
+    if (!preferences.waitForFinished() || preferences.exitCode() != 0)
+        qFatal("the preferences cannot be set");
 
     Display display;
     measure(display, arguments[1], true, 0s);
