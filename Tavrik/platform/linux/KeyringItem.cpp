@@ -41,24 +41,31 @@ public:
                                                "supabase-session", nullptr)) {
         g_main_context_push_thread_default(m_context.get());
         m_bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+        if (!m_bus)
+            return;
         // Else the program would end with the bus.
-        if (m_bus)
-            g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
+        g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
+        m_service.reset(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, nullptr));
     }
     Contact(const Contact&) = delete;
     Contact& operator=(const Contact&) = delete;
     ~Contact() {
+        m_service.reset();
         secret_service_disconnect();
+        m_bus.reset();
+        // What was let go of is released by the loop.
+        while (g_main_context_iteration(m_context.get(), FALSE)) {
+        }
         g_main_context_pop_thread_default(m_context.get());
     }
 
-    explicit operator bool() const { return m_bus != nullptr; }
+    explicit operator bool() const { return m_service != nullptr; }
 
     GMainContext* context() const { return m_context.get(); }
     GDBusConnection* bus() const { return m_bus.get(); }
 
     Owned<SecretItem> find() const {
-        GList* found = secret_service_search_sync(nullptr, m_schema.get(), m_attributes.get(),
+        GList* found = secret_service_search_sync(m_service.get(), m_schema.get(), m_attributes.get(),
                                                   SECRET_SEARCH_LOAD_SECRETS, nullptr, nullptr);
         Owned<SecretItem> item(found ? SECRET_ITEM(g_object_ref(found->data)) : nullptr);
         g_list_free_full(found, g_object_unref);
@@ -66,13 +73,13 @@ public:
     }
 
     void clear() const {
-        secret_service_clear_sync(nullptr, m_schema.get(), m_attributes.get(), nullptr, nullptr);
+        secret_service_clear_sync(m_service.get(), m_schema.get(), m_attributes.get(), nullptr, nullptr);
     }
 
     void store(const QByteArray& secret) const {
         const Owned<SecretValue> value(secret_value_new(secret.constData(), secret.size(), "text/plain"));
-        secret_service_store_sync(nullptr, m_schema.get(), m_attributes.get(), SECRET_COLLECTION_DEFAULT,
-                                  "Tavrik", value.get(), nullptr, nullptr);
+        secret_service_store_sync(m_service.get(), m_schema.get(), m_attributes.get(),
+                                  SECRET_COLLECTION_DEFAULT, "Tavrik", value.get(), nullptr, nullptr);
     }
 
 private:
@@ -80,6 +87,7 @@ private:
     Owned<SecretSchema> m_schema;
     Owned<GHashTable> m_attributes;
     Owned<GDBusConnection> m_bus;
+    Owned<SecretService> m_service;
 };
 
 std::optional<QByteArray> secretOf(SecretItem* item) {
