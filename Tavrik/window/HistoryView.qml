@@ -37,7 +37,8 @@ TranscriptionPage {
     }
 
     Shortcut {
-        sequences: [StandardKey.Find]
+        enabled: history.enabled
+        sequence: "Ctrl+F"
         onActivated: search.edit()
     }
 }

@@ -79,7 +79,8 @@ TranscriptionPage {
     }
 
     Shortcut {
-        sequences: [StandardKey.Find]
+        enabled: home.enabled
+        sequence: "Ctrl+F"
         onActivated: {
             if (home.searching)
                 search.edit();

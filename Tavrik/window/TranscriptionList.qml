@@ -1,13 +1,11 @@
 import QtQuick
 import Tavrik.Window
 
-// The rows of a model, made as they come into view.
+// The rows of a model, made as they come into view, with room above and below them.
 ListView {
     id: list
 
     required property TranscriptionModel transcriptions
-    required property real inset
-    required property real rowWidth
     required property real spaceAbove
     required property real spaceBelow
 
@@ -20,19 +18,9 @@ ListView {
         untouched = contentY <= originY;
     }
 
-    function showRow(row: int): void {
-        positionViewAtIndex(row, ListView.Contain);
-        untouched = false;
-    }
-
     function showEnd(): void {
         positionViewAtEnd();
         untouched = false;
-    }
-
-    function focusRow(): void {
-        if (currentItem)
-            currentItem.forceActiveFocus();
     }
 
     onOriginYChanged: {
@@ -41,60 +29,55 @@ ListView {
     }
 
     model: transcriptions
+    // A drag on a row selects its text; it is the wheel that scrolls.
+    interactive: false
+    reuseItems: true
+    highlightMoveDuration: 0
+    Accessible.role: Accessible.List
+    Accessible.name: "Transcriptions"
+
     // Otherwise the view would begin at the first row, and not above it.
     currentIndex: -1
     // Until there is a current row, which then takes the list's place.
     activeFocusOnTab: currentIndex < 0 && count > 0
     onActiveFocusChanged: {
-        if (activeFocus && currentIndex < 0) {
-            currentIndex = Math.max(0, indexAt(inset, contentY + 60));
-            focusRow();
-        }
+        if (activeFocus && currentIndex < 0)
+            currentIndex = Math.max(0, indexAt(0, contentY + 60));
     }
-    // A drag on a row selects its text; it is the wheel that scrolls.
-    interactive: false
-    reuseItems: true
-    highlightFollowsCurrentItem: true
-    highlightMoveDuration: 0
-    Accessible.role: Accessible.List
-    Accessible.name: "Transcriptions"
+    // Also when the row that had the focus was deleted, and another stands in its place.
+    onCurrentItemChanged: {
+        if (activeFocus && currentItem)
+            currentItem.forceActiveFocus();
+    }
+    onCurrentIndexChanged: untouched = false
+    Keys.onUpPressed: decrementCurrentIndex()
+    Keys.onDownPressed: incrementCurrentIndex()
 
-    Keys.onUpPressed: {
-        decrementCurrentIndex();
-        focusRow();
-    }
-    Keys.onDownPressed: {
-        incrementCurrentIndex();
-        focusRow();
+    header: Item {}
+    footer: Item {}
+
+    Binding {
+        target: list.headerItem
+        property: "height"
+        value: list.spaceAbove
     }
 
-    header: Item {
-        width: list.width
-        height: list.spaceAbove
-    }
-    footer: Item {
-        width: list.width
-        height: list.spaceBelow
+    Binding {
+        target: list.footerItem
+        property: "height"
+        value: list.spaceBelow
     }
 
     delegate: TranscriptionRow {
-        x: list.inset
-        width: list.rowWidth
-        transcriptions: list.transcriptions
+        width: ListView.view.width
+        transcriptions: ListView.view.model as TranscriptionModel
         current: ListView.isCurrentItem
+        onActiveFocusChanged: {
+            if (activeFocus)
+                ListView.view.positionViewAtIndex(index, ListView.Contain);
+        }
         // One that waits to be used again is not there for a screen reader either.
         ListView.onPooled: visible = false
         ListView.onReused: visible = true
-        onDeleted: Qt.callLater(list.focusRow)
-        onActiveFocusChanged: {
-            if (activeFocus)
-                list.showRow(index);
-        }
-    }
-
-    WheelHandler {
-        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        target: null
-        onWheel: event => list.scrollTo(list.contentY - (event.pixelDelta.y || event.angleDelta.y / 2))
     }
 }

@@ -2,7 +2,7 @@ import QtQuick
 import Tavrik.Window
 
 // A page that scrolls as a whole: a card that begins with the page's own content and goes on with transcriptions.
-FocusScope {
+Item {
     id: page
 
     required property TranscriptionModel transcriptions
@@ -15,27 +15,43 @@ FocusScope {
     readonly property real marginAbove: 44
     readonly property real padding: 26
     readonly property real scrolled: list.contentY - list.originY
+    // What the keyboard scrolls by: a line or two stay in view.
+    readonly property real step: height - 2 * marginAbove
 
     default property alias content: column.data
     property alias spacing: column.spacing
 
-    focus: true
-
     Component.onCompleted: transcriptions.open()
     Component.onDestruction: transcriptions.close()
 
-    Keys.onPressed: event => {
-        const step = height - 2 * marginAbove;
-        const actions = {
-            [Qt.Key_PageUp]: () => list.scrollTo(list.contentY - step),
-            [Qt.Key_PageDown]: () => list.scrollTo(list.contentY + step),
-            [Qt.Key_Home]: () => list.scrollTo(list.originY),
-            [Qt.Key_End]: () => list.showEnd(),
-        };
-        if (actions[event.key]) {
-            actions[event.key]();
-            event.accepted = true;
-        }
+    WheelHandler {
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        target: null
+        onWheel: event => list.scrollTo(list.contentY - (event.pixelDelta.y || event.angleDelta.y / 2))
+    }
+
+    Shortcut {
+        enabled: page.enabled
+        sequence: "PgUp"
+        onActivated: list.scrollTo(list.contentY - page.step)
+    }
+
+    Shortcut {
+        enabled: page.enabled
+        sequence: "PgDown"
+        onActivated: list.scrollTo(list.contentY + page.step)
+    }
+
+    Shortcut {
+        enabled: page.enabled
+        sequence: "Home"
+        onActivated: list.scrollTo(list.originY)
+    }
+
+    Shortcut {
+        enabled: page.enabled
+        sequence: "End"
+        onActivated: list.showEnd()
     }
 
     // What lies outside the view is not drawn: the card of a long history would be millions of pixels high.
@@ -58,10 +74,10 @@ FocusScope {
 
     TranscriptionList {
         id: list
-        anchors.fill: parent
+        x: column.x
+        width: column.width
+        height: page.height
         transcriptions: page.transcriptions
-        inset: column.x
-        rowWidth: column.width
         spaceAbove: page.marginAbove + page.padding + column.height + page.gap
         spaceBelow: page.padding + page.margin
     }

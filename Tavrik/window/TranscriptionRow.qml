@@ -19,9 +19,6 @@ Item {
     // Whether this is the row that the keyboard comes to.
     property bool current: false
 
-    // By the keyboard, which then wants another row.
-    signal deleted
-
     implicitHeight: body.y + body.height
     Accessible.role: Accessible.ListItem
     Accessible.name: text
@@ -131,11 +128,7 @@ Item {
                 toolTip: name
                 countsDoubleClickOnce: true
                 activeFocusOnTab: row.current || activeFocus
-                onClicked: {
-                    if (activeFocus)
-                        row.deleted();
-                    row.transcriptions.remove(row.index);
-                }
+                onClicked: row.transcriptions.remove(row.index)
             }
         }
     }
