@@ -43,16 +43,23 @@ public:
     explicit Service(Handlers handlers) : m_handlers(std::move(handlers)) {}
 
 public Q_SLOTS:
-    void Activate(const QVariantMap&) { m_handlers.reopened(); }
+    void Activate(const QVariantMap&) { afterReply(m_handlers.reopened); }
     void Open(const QStringList& uris, const QVariantMap&) {
         QByteArrayList urls;
         for (const auto& uri : uris)
             urls << uri.toUtf8();
-        m_handlers.urlsOpened(urls);
+        afterReply([this, urls] { m_handlers.urlsOpened(urls); });
     }
-    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) { m_handlers.reopened(); }
+    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
+        afterReply(m_handlers.reopened);
+    }
 
 private:
+    /// The caller does not wait for a window to be built.
+    void afterReply(const std::function<void()>& handle) {
+        QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+    }
+
     Handlers m_handlers;
 };
 
