@@ -17,8 +17,8 @@ Rectangle {
 
     function move(step: int): void {
         const next = Math.max(0, Math.min(options.length - 1, current + step));
-        chosen(options[next].value);
         segments.itemAt(next).forceActiveFocus();
+        chosen(options[next].value);
     }
 
     implicitWidth: row.implicitWidth + 4
@@ -51,7 +51,7 @@ Rectangle {
                 implicitWidth: content.implicitWidth + 20
                 implicitHeight: content.implicitHeight + 10
                 // One stop for the whole group, as with any set of choices; the arrows move within it.
-                activeFocusOnTab: isCurrent || (picker.current < 0 && index === 0)
+                activeFocusOnTab: isCurrent || activeFocus || (picker.current < 0 && index === 0)
                 onClicked: picker.chosen(modelData.value)
                 Keys.onLeftPressed: picker.move(-1)
                 Keys.onRightPressed: picker.move(1)

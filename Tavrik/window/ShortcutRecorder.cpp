@@ -69,8 +69,11 @@ void ShortcutRecorder::begin() {
     m_phase = Phase::recording;
     qGuiApp->installEventFilter(this);
     m_window = QGuiApplication::focusWindow();
-    if (m_window)
+    if (m_window) {
         m_window->setKeyboardGrabEnabled(true);
+        // A window that is closed loses the focus without a word.
+        connect(m_window, &QWindow::visibleChanged, this, &ShortcutRecorder::cancel);
+    }
     Q_EMIT recordingChanged();
 }
 
@@ -122,8 +125,10 @@ void ShortcutRecorder::awaitRelease(const QKeyEvent& event) {
 void ShortcutRecorder::end() {
     m_phase = Phase::idle;
     qGuiApp->removeEventFilter(this);
-    if (m_window)
+    if (m_window) {
         m_window->setKeyboardGrabEnabled(false);
+        m_window->disconnect(this);
+    }
     m_with.hotKey.hotKeyChanged();
     Q_EMIT recordingChanged();
     Q_EMIT displayChanged();
