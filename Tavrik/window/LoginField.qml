@@ -13,6 +13,10 @@ Rectangle {
 
     signal accepted
 
+    function edit(): void {
+        input.forceActiveFocus();
+    }
+
     implicitHeight: input.implicitHeight + 18
     radius: 8
     color: Theme.card

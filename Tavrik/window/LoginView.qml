@@ -10,6 +10,7 @@ Flickable {
     contentHeight: Math.max(height, column.height + 48)
     boundsBehavior: Flickable.StopAtBounds
     clip: true
+    Component.onCompleted: emailField.edit()
 
     LoginForm {
         id: form
@@ -94,6 +95,7 @@ Flickable {
             spacing: 10
 
             LoginField {
+                id: emailField
                 width: parent.width
                 label: "Email"
                 placeholder: "you@example.com"
