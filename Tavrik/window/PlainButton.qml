@@ -10,7 +10,7 @@ Item {
     required property string name
     property string toolTip
     property real radius: 6
-    // A double click counts once, for a button that makes room for another in its own place.
+    // A double click counts once, for a button that makes room for another in its own place. Does not change.
     property bool countsDoubleClickOnce: false
     readonly property bool hovered: mouse.containsMouse
     readonly property bool pressed: mouse.pressed
@@ -66,12 +66,10 @@ Item {
         anchors.fill: parent
         hoverEnabled: true
         onClicked: button.click()
-    }
-
-    Connections {
-        target: mouse
-        enabled: button.countsDoubleClickOnce
-        // With somebody listening here, the second click is reported as this alone.
-        function onDoubleClicked(): void {}
+        Component.onCompleted: {
+            // Where somebody listens to it, the second click is reported as this alone.
+            if (button.countsDoubleClickOnce)
+                doubleClicked.connect(() => {});
+        }
     }
 }

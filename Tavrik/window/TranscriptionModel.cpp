@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <ranges>
 
 using namespace std::chrono_literals;
 
@@ -293,8 +294,8 @@ TranscriptionModel::Rows TranscriptionModel::matchingRows() {
     const auto found = m_index.find(m_query.toUtf8());
     Rows rows;
     rows.reserve(found.size());
-    for (auto position = found.rbegin(); position != found.rend(); ++position)
-        rows.push_back(m_all[m_all.size() - 1 - *position]);
+    for (const auto position : found | std::views::reverse)
+        rows.push_back(m_all[m_all.size() - 1 - position]);
     return rows;
 }
 

@@ -72,6 +72,8 @@ void LinuxDayWatcher::awaitMidnight() {
 // The name itself is watched, for it is mostly a link that is replaced by another. A name that was replaced
 // is watched anew; one that is still the same keeps its watch.
 void LinuxDayWatcher::watchZoneFile() {
+    if (!m_zone)
+        return;
     ::inotify_add_watch(m_zone->file(), m_zoneFile.constData(),
                         IN_DONT_FOLLOW | IN_ATTRIB | IN_MODIFY | IN_MOVE_SELF | IN_DELETE_SELF);
 }
