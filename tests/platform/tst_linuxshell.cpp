@@ -1,8 +1,8 @@
-#include "platform/LinkOpener.h"
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/FileManagerRevealer.h"
 #include "platform/linux/LinuxTexts.h"
 #include "platform/linux/UserName.h"
+#include "support/FakeLinks.h"
 
 #include <QDBusConnection>
 #include <QDir>
@@ -15,12 +15,6 @@ using namespace tavrik;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class OpenedLinks : public LinkOpener {
-public:
-    void open(const QUrl& url) override { opened << url; }
-    QList<QUrl> opened;
-};
 
 /// A file manager on the session bus.
 class FileManager : public QObject {
@@ -106,8 +100,7 @@ void LinuxShellTest::autostartState() {
 
 void LinuxShellTest::autostartStartsTheProgram_data() {
     QTest::addColumn<QString>("name");
-    for (const auto* name :
-         {"plain", "two words", "quote\"d", "back\\slash", "$HOME", "`id`", "پارسی"})
+    for (const auto* name : {"plain", "two words", "quote\"d", "back\\slash", "$HOME", "`id`", "پارسی"})
         QTest::newRow(name) << QString(name);
 }
 
@@ -155,7 +148,7 @@ void LinuxShellTest::revealsInTheFileManager() {
     FileManager manager;
     QVERIFY(bus.registerObject("/org/freedesktop/FileManager1", &manager, QDBusConnection::ExportAllSlots));
     QVERIFY(bus.registerService("org.freedesktop.FileManager1"));
-    OpenedLinks links;
+    fake::Links links;
     FileManagerRevealer(links).reveal("/tmp/a folder/پوشه");
     QTRY_COMPARE(manager.shown, QStringList("file:///tmp/a%20folder/%D9%BE%D9%88%D8%B4%D9%87"));
     QVERIFY(links.opened.isEmpty());
@@ -163,7 +156,7 @@ void LinuxShellTest::revealsInTheFileManager() {
 }
 
 void LinuxShellTest::opensTheFolderWithoutOne() {
-    OpenedLinks links;
+    fake::Links links;
     FileManagerRevealer(links).reveal("/tmp/a folder");
     QTRY_COMPARE(links.opened, QList<QUrl>{QUrl::fromLocalFile("/tmp/a folder")});
 }

@@ -2,7 +2,7 @@
 #include "backend/LocalService.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
-#include "platform/LinkOpener.h"
+#include "support/FakeLinks.h"
 #include "support/FakeSecureSlot.h"
 #include "window/LoginForm.h"
 
@@ -13,19 +13,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-class OpenedLinks : public LinkOpener {
-public:
-    void open(const QUrl& url) override { opened << url; }
-    QList<QUrl> opened;
-};
-
 /// The sign-in screen's form before a service.
 struct Screen {
     test::LocalService service;
     MainQueue queue;
     HttpClient http{queue};
     fake::Slot slot;
-    OpenedLinks links;
+    fake::Links links;
     AuthStore store{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
     AccountModel account{store, links, u"Sara Ahmadi"_s};
     LoginForm form;

@@ -1,23 +1,9 @@
-#include "account/AuthStore.h"
-#include "backend/LocalService.h"
-#include "base/HttpClient.h"
-#include "capture/AbstractHotKeyOwner.h"
-#include "platform/FolderRevealer.h"
-#include "platform/LinkOpener.h"
-#include "platform/LoginItem.h"
 #include "platform/XKeys.h"
-#include "platform/x11/X11KeyReader.h"
-#include "platform/x11/X11WindowActivator.h"
-#include "storage/Settings.h"
-#include "support/FakePlatform.h"
-#include "support/FakeSecureSlot.h"
 #include "window/AccessibleTree.h"
-#include "window/HistoryDesk.h"
-#include "window/MainWindow.h"
+#include "window/WindowDesk.h"
 
 #include <QApplication>
 #include <QPalette>
-#include <QQuickWindow>
 #include <QTest>
 
 using namespace tavrik;
@@ -28,91 +14,17 @@ namespace {
 const auto systemTab = u"System"_s;
 const auto defaultShortcut = u"Shortcut: ⌥ Space"_s;
 
-class OwnerLog : public AbstractHotKeyOwner {
-public:
-    void releaseHotKey() override { ++released; }
-    void hotKeyChanged() override { ++changed; }
-    HotKeyBackend::Status hotKeyStatus() const override { return status; }
-    int released = 0;
-    int changed = 0;
-    HotKeyBackend::Status status = HotKeyBackend::Status::registered;
-};
-
-class OpenedLinks : public LinkOpener {
-public:
-    void open(const QUrl& url) override { opened << url; }
-    QList<QUrl> opened;
-};
-
-class RevealedFolders : public FolderRevealer {
-public:
-    void reveal(const QString& folder) override { revealed << folder; }
-    QStringList revealed;
-};
-
-/// A desktop that does as it likes.
-class StubbornLoginItem : public LoginItem {
-public:
-    bool isEnabled() const override { return enabled; }
-    void setEnabled(bool wanted) override { enabled = wanted && !refuses; }
-    bool enabled = false;
-    bool refuses = false;
-};
-
-/// The window on a real desktop, with Sara signed in.
-struct Desk {
-    test::LocalService service;
-    MainQueue queue;
-    HttpClient http{queue};
-    fake::Slot slot;
-    AuthStore account{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
-    QTemporaryDir folder;
-    HistoryStore history{folder.path()};
-    test::HeldClipboard clipboard;
-    test::CalledDays days;
-    OpenedLinks links;
-    RevealedFolders folders;
-    StubbornLoginItem loginItem;
-    X11WindowActivator activator;
-    X11KeyReader keys;
-    OwnerLog hotKey;
-    fake::Preferences preferences;
-    fake::AppearanceLog appearance;
-    Settings settings{preferences};
-    MainWindowController controller{{
-        .queue = queue,
-        .account = account,
-        .history = [this]() -> HistoryStore& { return history; },
-        .clipboard = clipboard,
-        .days = days,
-        .links = links,
-        .activator = activator,
-        .settings = {.shortcut = {preferences, settings, keys, hotKey},
-                     .appearance = appearance,
-                     .loginItem = loginItem,
-                     .folders = folders,
-                     .texts = {.microphone = u"microphone"_s,
-                               .signOut = u"sign out"_s,
-                               .dataFolder = u"folder"_s,
-                               .revealFolder = u"Show"_s},
-                     .dataFolder = folder.path()},
-        .fullUserName = u"Sara Ahmadi"_s,
-    }};
+/// The window with Sara signed in, and hands at the keyboard.
+struct Desk : test::WindowDesk {
     XKeys hands;
 
-    explicit Desk(bool signedIn = true) {
-        if (signedIn)
-            slot.content =
-                AuthSession{u"a"_s, u"r"_s, std::chrono::system_clock::now() + std::chrono::hours(1),
-                            u"sara@example.org"_s}
-                    .toJson();
-        slot.finishReading();
+    Desk() {
+        start(true);
         controller.show();
         if (!QTest::qWaitForWindowActive(&window()))
             qFatal("the window did not become active");
     }
 
-    QQuickWindow& window() { return static_cast<QQuickWindow&>(*controller.window()); }
     test::AccessibleTree tree() { return test::AccessibleTree(window()); }
 
     void type(const QByteArray& text) {

@@ -1,0 +1,69 @@
+// What the main window costs: how soon it is painted, the first time and later, and the memory it takes.
+// Needs an X11 desktop:  tests/desktop/on-desktop window_show [records]
+
+#include "Measure.h"
+#include "SomeHistory.h"
+#include "window/WindowDesk.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QTimer>
+
+#include <cstdio>
+
+using namespace tavrik;
+using namespace tavrik::bench;
+
+namespace {
+
+void runFor(std::chrono::milliseconds duration) {
+    QEventLoop loop;
+    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+/// Milliseconds from the call to the first frame on its way to the screen.
+double showAndPaint(test::WindowDesk& desk) {
+    return timed([&] {
+        desk.controller.show();
+        QEventLoop loop;
+        QObject::connect(&desk.window(), &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
+        loop.exec();
+    });
+}
+
+double residentMegabytes() {
+    QFile file(QStringLiteral("/proc/self/statm"));
+    constexpr double pageKilobytes = 4;
+    return file.open(QFile::ReadOnly) ? file.readAll().split(' ').at(1).toDouble() * pageKilobytes / 1024 : 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    const int records = argc > 1 ? std::atoi(argv[1]) : 1000;
+    test::WindowDesk desk;
+    const auto history = someHistory(records);
+    for (auto record = history.crbegin(); record != history.crend(); ++record)
+        desk.history.insertFirst(*record);
+    desk.start(true);
+
+    const double before = residentMegabytes();
+    std::printf("window, first show to first frame    %6.1f ms   (goal 150 over the panel's)\n",
+                showAndPaint(desk));
+    runFor(std::chrono::seconds(1));
+    std::printf("memory with the window open          %6.1f MB   (goal 70), %.1f before\n",
+                residentMegabytes(), before);
+    std::vector<double> warm;
+    for (int i = 0; i < 15; ++i) {
+        desk.window().close();
+        runFor(std::chrono::milliseconds(100));
+        warm.push_back(showAndPaint(desk));
+    }
+    std::printf("window, later shows, median          %6.1f ms   (goal 30)\n", median(warm));
+    return 0;
+}

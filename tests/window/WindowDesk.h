@@ -1,0 +1,103 @@
+#pragma once
+
+// The main window on a real desktop, over services that only remember what was asked of them.
+
+#include "account/AuthStore.h"
+#include "backend/LocalService.h"
+#include "base/HttpClient.h"
+#include "capture/AbstractHotKeyOwner.h"
+#include "platform/FolderRevealer.h"
+#include "platform/LoginItem.h"
+#include "platform/x11/X11KeyReader.h"
+#include "platform/x11/X11WindowActivator.h"
+#include "storage/Settings.h"
+#include "support/FakeLinks.h"
+#include "support/FakePlatform.h"
+#include "support/FakeSecureSlot.h"
+#include "window/HistoryDesk.h"
+#include "window/MainWindow.h"
+
+#include <QQuickWindow>
+
+namespace tavrik::test {
+
+class OwnerLog : public AbstractHotKeyOwner {
+public:
+    void releaseHotKey() override { ++released; }
+    void hotKeyChanged() override { ++changed; }
+    HotKeyBackend::Status hotKeyStatus() const override { return status; }
+    int released = 0;
+    int changed = 0;
+    HotKeyBackend::Status status = HotKeyBackend::Status::registered;
+};
+
+class RevealedFolders : public FolderRevealer {
+public:
+    void reveal(const QString& folder) override { revealed << folder; }
+    QStringList revealed;
+};
+
+/// A desktop that does as it likes.
+class StubbornLoginItem : public LoginItem {
+public:
+    bool isEnabled() const override { return enabled; }
+    void setEnabled(bool wanted) override { enabled = wanted && !refuses; }
+    bool enabled = false;
+    bool refuses = false;
+};
+
+/// Nobody is signed in, and the window was never shown.
+struct WindowDesk {
+    LocalService service;
+    MainQueue queue;
+    HttpClient http{queue};
+    fake::Slot slot;
+    AuthStore account{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
+    QTemporaryDir folder;
+    HistoryStore history{folder.path()};
+    HeldClipboard clipboard;
+    CalledDays days;
+    fake::Links links;
+    RevealedFolders folders;
+    StubbornLoginItem loginItem;
+    X11WindowActivator activator;
+    X11KeyReader keys;
+    OwnerLog hotKey;
+    fake::Preferences preferences;
+    fake::AppearanceLog appearance;
+    Settings settings{preferences};
+    MainWindowController controller{{
+        .queue = queue,
+        .account = account,
+        .history = [this]() -> HistoryStore& { return history; },
+        .clipboard = clipboard,
+        .days = days,
+        .links = links,
+        .activator = activator,
+        .settings = {.shortcut = {preferences, settings, keys, hotKey},
+                     .appearance = appearance,
+                     .loginItem = loginItem,
+                     .folders = folders,
+                     .texts = {.microphone = QStringLiteral("microphone"),
+                               .signOut = QStringLiteral("sign out"),
+                               .dataFolder = QStringLiteral("folder"),
+                               .revealFolder = QStringLiteral("Show")},
+                     .dataFolder = folder.path()},
+        .fullUserName = QStringLiteral("Sara Ahmadi"),
+    }};
+
+    /// Finds Sara's session, or none.
+    void start(bool signedIn) {
+        if (signedIn)
+            slot.content = AuthSession{QStringLiteral("a"), QStringLiteral("r"),
+                                       std::chrono::system_clock::now() + std::chrono::hours(1),
+                                       QStringLiteral("sara@example.org")}
+                               .toJson();
+        slot.finishReading();
+    }
+
+    /// Once it was shown.
+    QQuickWindow& window() { return static_cast<QQuickWindow&>(*controller.window()); }
+};
+
+} // namespace tavrik::test
