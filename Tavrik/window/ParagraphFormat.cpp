@@ -1,8 +1,11 @@
 #include "window/ParagraphFormat.h"
 
+#include <QFontMetricsF>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+
+#include <cmath>
 
 namespace tavrik {
 
@@ -39,14 +42,17 @@ void ParagraphFormat::setLineDistance(qreal distance) {
 
 void ParagraphFormat::apply() {
     auto* text = m_document ? m_document->textDocument() : nullptr;
+    if (!text)
+        return;
+    const qreal lineHeight = std::ceil(QFontMetricsF(text->defaultFont()).height()) + m_lineDistance;
     // Setting the formats is a change of the content too.
-    if (!text || text->lastBlock().blockFormat().lineHeight() == m_lineDistance)
+    if (text->lastBlock().blockFormat().lineHeight() == lineHeight)
         return;
     QTextCursor cursor(text);
     cursor.beginEditBlock();
     for (auto block = text->begin(); block.isValid(); block = block.next()) {
         QTextBlockFormat format;
-        format.setLineHeight(m_lineDistance, QTextBlockFormat::LineDistanceHeight);
+        format.setLineHeight(lineHeight, QTextBlockFormat::FixedHeight);
         format.setLayoutDirection(block.text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
         format.setAlignment(Qt::AlignLeading);
         cursor.setPosition(block.position());

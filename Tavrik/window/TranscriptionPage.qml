@@ -82,12 +82,13 @@ Item {
         spaceBelow: page.padding + page.margin
     }
 
-    // Scrolled content ends below the window's corner buttons.
+    // Scrolled content ends below the window's corner buttons. What moves under something quite opaque leaves traces
+    // where it was: the software renderer forgets to draw that place anew.
     Rectangle {
         width: parent.width
         height: page.marginAbove
         visible: page.scrolled > 0
-        color: Theme.canvas
+        color: Qt.alpha(Theme.canvas, 0.99)
     }
 
     ScrollThumb {

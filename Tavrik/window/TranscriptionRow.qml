@@ -44,7 +44,7 @@ Item {
         id: body
         y: caption.visible ? caption.y + caption.height + 10 : 0
         width: row.width
-        height: words.y + words.height + 10
+        height: words.y + words.height + 13
         clip: true
 
         HoverHandler {
@@ -83,7 +83,8 @@ Item {
         TextEdit {
             id: words
             x: 92
-            y: 13
+            // The room above the first line is its own.
+            y: 10
             width: buttons.x - 14 - x
             text: row.text
             textFormat: TextEdit.PlainText
