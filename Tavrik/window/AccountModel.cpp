@@ -27,7 +27,8 @@ bool AccountModel::isSignedIn() const {
 }
 
 QString AccountModel::email() const {
-    return isSignedIn() ? m_store.session()->email : QStringLiteral("Not signed in");
+    const auto& session = m_store.session();
+    return session ? session->email : QStringLiteral("Not signed in");
 }
 
 bool AccountModel::hasBackend() const {
