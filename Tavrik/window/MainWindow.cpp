@@ -29,8 +29,8 @@ constexpr QSize smallestSize(900, 560);
 void providePersianFaces() {
     auto font = QGuiApplication::font();
     // The real face: a name like "Sans" would leave the choice to the faces behind it.
-    font.setFamilies({QFontInfo(font).family(), QStringLiteral("Vazirmatn"), QStringLiteral("Noto Sans Arabic UI"),
-                      QStringLiteral("Noto Sans Arabic")});
+    font.setFamilies({QFontInfo(font).family(), QStringLiteral("Vazirmatn"),
+                      QStringLiteral("Noto Sans Arabic UI"), QStringLiteral("Noto Sans Arabic")});
     QGuiApplication::setFont(font);
 }
 

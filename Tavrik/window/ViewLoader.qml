@@ -12,6 +12,6 @@ Loader {
         if (view === "")
             source = "";
         else
-            setSource(view, needs());
+            setSource(view, needs.call());
     }
 }
