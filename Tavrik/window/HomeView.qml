@@ -63,6 +63,8 @@ TranscriptionPage {
             IconButton {
                 id: searchButton
                 anchors.right: parent.right
+                // The symbol, not the patch round it, ends where the list does.
+                anchors.rightMargin: -3
                 anchors.verticalCenter: parent.verticalCenter
                 symbol: home.searching ? "xmark.circle.fill" : "magnifyingglass"
                 name: home.searching ? "Close search" : "Search"

@@ -105,15 +105,16 @@ Item {
 
         Row {
             id: buttons
-            x: parent.width - width - 12
-            y: 10
+            x: parent.width - width - 13
+            y: 11
+            spacing: 4
             opacity: pointer.hovered || row.copied || row.activeFocus || copy.activeFocus || trash.activeFocus ? 1 : 0
 
             IconButton {
                 id: copy
                 symbol: row.copied ? "checkmark" : "doc.on.doc"
                 size: 11
-                padding: 4
+                padding: 3
                 name: "Copy"
                 toolTip: name
                 activeFocusOnTab: row.current || activeFocus
@@ -124,7 +125,7 @@ Item {
                 id: trash
                 symbol: "trash"
                 size: 11
-                padding: 4
+                padding: 3
                 name: "Delete"
                 toolTip: name
                 countsDoubleClickOnce: true
