@@ -32,6 +32,8 @@ ListView {
     // A drag on a row selects its text; it is the wheel that scrolls.
     interactive: false
     reuseItems: true
+    // Rows made ahead are made piecemeal, which a search that leaves none of them disturbs.
+    cacheBuffer: 0
     highlightMoveDuration: 0
     Accessible.role: Accessible.List
     Accessible.name: "Transcriptions"
