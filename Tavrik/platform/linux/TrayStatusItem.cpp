@@ -149,9 +149,17 @@ void TrayStatusItem::makeIcon() {
 void TrayStatusItem::updateIcon() {
     if (!m_icon || m_symbol.isEmpty())
         return;
-    m_icon->setIcon(symbolIcon(m_symbol));
+    m_icon->setIcon(icon());
     m_icon->setToolTip(m_note.isEmpty() ? m_description : m_description + u'\n' + m_note);
     m_icon->show();
+}
+
+const QIcon& TrayStatusItem::icon() {
+    // Kept, since a change of icon stands between a reply and its paste.
+    auto& icon = m_icons[m_symbol];
+    if (icon.isNull())
+        icon = symbolIcon(m_symbol);
+    return icon;
 }
 
 } // namespace tavrik

@@ -2,6 +2,8 @@
 
 #include "platform/StatusItem.h"
 
+#include <QHash>
+#include <QIcon>
 #include <QMenu>
 
 #include <memory>
@@ -33,7 +35,9 @@ private Q_SLOTS:
 private:
     void makeIcon();
     void updateIcon();
+    const QIcon& icon();
 
+    QHash<QString, QIcon> m_icons;
     QString m_symbol;
     QString m_description;
     QString m_note;
