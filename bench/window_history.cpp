@@ -71,13 +71,13 @@ void benchScroll(PageView& view) {
 
     if (list->property("count").toInt() < 1000)
         std::printf("too few rows to scroll\n");
-    std::vector<double> wheel;
-    for (int step = 0; step < 600; ++step)
-        wheel.push_back(untilShown(view, [&] { scrollTo(position() + 60); }));
-    std::vector<double> jumps;
+    std::vector<double> wheel(600);
+    for (auto& frame : wheel)
+        frame = untilShown(view, [&] { scrollTo(position() + 60); });
+    std::vector<double> jumps(100);
     const double end = list->property("lastY").toDouble();
-    for (int step = 0; step < 100; ++step)
-        jumps.push_back(untilShown(view, [&] { scrollTo(end * (step * 37 % 100) / 100); }));
+    for (std::size_t step = 0; step < jumps.size(); ++step)
+        jumps[step] = untilShown(view, [&] { scrollTo(end * double(step * 37 % 100) / 100); });
     std::printf("scroll by the wheel: frame %.1f ms, the worst %.1f; to anywhere: %.1f ms, the worst %.1f\n",
                 median(wheel), worst(wheel), median(jumps), worst(jumps));
 }
