@@ -4,8 +4,7 @@
 
 #include <QString>
 
-// The places of the XDG base directory specification. A variable that is empty or not an absolute path is
-// ignored.
+// The XDG base directories. A variable that is empty or not an absolute path is ignored.
 namespace tavrik {
 
 /// This program's folders.
