@@ -2,6 +2,8 @@
 
 #include "storage/ByteBlock.h"
 
+// What could throw does not compile.
+#define SIMDJSON_EXCEPTIONS 0
 #include <simdjson.h>
 
 #include <algorithm>
@@ -149,8 +151,10 @@ bool isValid(json::value value, int depth = 0) {
         return value.get_string().error() == simdjson::SUCCESS;
     case json::json_type::boolean:
         return value.get_bool().error() == simdjson::SUCCESS;
-    case json::json_type::null:
-        return value.is_null();
+    case json::json_type::null: {
+        bool isNull = false;
+        return value.is_null().get(isNull) == simdjson::SUCCESS && isNull;
+    }
     }
     return false;
 }

@@ -3,10 +3,9 @@
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "platform/Alerts.h"
+#include "updates/Release.h"
 #include "updates/ReleaseVersion.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QPointer>
 
 #include <utility>
@@ -39,25 +38,11 @@ void UpdateChecker::check(bool userInitiated) {
     request.timeout = 15s;
     m_http.send(std::move(request),
                 [self = QPointer<UpdateChecker>(this), userInitiated](const Result<HttpResponse>& response) {
-                    if (self)
-                        self->decide(response ? parse(*response) : std::nullopt, userInitiated);
+                    if (!self)
+                        return;
+                    const bool isWhole = response && !response->oversized;
+                    self->decide(isWhole ? readReleaseManifest(response->body) : std::nullopt, userInitiated);
                 });
-}
-
-std::optional<UpdateChecker::Release> UpdateChecker::parse(const HttpResponse& response) {
-    if (response.oversized)
-        return std::nullopt;
-    const auto manifest = QJsonDocument::fromJson(response.body).object();
-    const auto version = manifest.value(QStringLiteral("version"));
-    const auto link = manifest.value(QStringLiteral("url"));
-    if (!version.isString() || !link.isString())
-        return std::nullopt;
-    // Only a web page can be opened safely on the word of a server.
-    const QUrl url(link.toString(), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty() ||
-        (url.scheme() != QStringLiteral("https") && url.scheme() != QStringLiteral("http")))
-        return std::nullopt;
-    return Release{version.toString(), url, manifest.value(QStringLiteral("notes")).toString()};
 }
 
 void UpdateChecker::decide(const std::optional<Release>& release, bool userInitiated) {

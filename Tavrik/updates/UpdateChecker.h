@@ -12,7 +12,7 @@ namespace tavrik {
 class Alerts;
 class HttpClient;
 class MainQueue;
-struct HttpResponse;
+struct Release;
 
 /// Tells the user when a newer release is published; installs nothing. Main thread only.
 class UpdateChecker : public QObject {
@@ -31,13 +31,6 @@ public:
     void check(bool userInitiated);
 
 private:
-    struct Release {
-        QString version;
-        QUrl url;
-        QString notes;
-    };
-
-    static std::optional<Release> parse(const HttpResponse& response);
     void decide(const std::optional<Release>& release, bool userInitiated);
     void showUpdateAvailable(const Release& release);
     void showUpToDate();

@@ -215,6 +215,7 @@ private Q_SLOTS:
         row("unquoted name", R"("text")", "text");
         row("comment", "\"b\"", "\"b\"/**/");
         row("unknown member: bad value", R"("text")", R"("x":tru,"text")");
+        row("unknown member: almost null", R"("text")", R"("x":nul,"text")");
         row("unknown member: bad number deep inside", R"("text")", R"("x":[{"y":[1,-]}],"text")");
         row("unknown member: bad escape", R"("text")", R"("x":"\q","text")");
         row("unknown member: bad name", R"("text")", R"("\q":1,"text")");

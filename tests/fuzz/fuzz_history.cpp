@@ -1,0 +1,49 @@
+#include "storage/HistoryFile.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cmath>
+#include <cstdlib>
+
+using namespace tavrik;
+
+namespace {
+
+QByteArray encoded(const QList<Transcription>& records) {
+    QByteArray bytes;
+    encodeHistory(records, [&bytes](QByteArrayView piece) { bytes.append(piece); });
+    return bytes;
+}
+
+// What another reader of JSON makes of the same document.
+bool agrees(const QList<Transcription>& records, const QByteArray& json) {
+    const auto document = QJsonDocument::fromJson(json);
+    const auto array = document.array();
+    if (!document.isArray() || array.size() != records.size())
+        return false;
+    for (qsizetype i = 0; i < records.size(); ++i) {
+        const auto& record = records.at(i);
+        const auto object = array.at(i).toObject();
+        if (!record.date.isValid() || !std::isfinite(record.duration) ||
+            record.text != object.value(QStringLiteral("text")).toString().toUtf8() ||
+            record.duration != object.value(QStringLiteral("duration")).toDouble())
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const QByteArray json(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const auto records = decodeHistory(json);
+    if (!records)
+        return 0;
+    const auto saved = encoded(*records);
+    if (!agrees(*records, json) || decodeHistory(saved) != records ||
+        decodeHistory(saved.chopped(2)).has_value())
+        std::abort();
+    return 0;
+}
