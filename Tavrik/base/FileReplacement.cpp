@@ -37,7 +37,7 @@ FileReplacement::FileReplacement(const QString& path) {
     const auto target = linkResolved(path);
     m_folder = QFile::encodeName(target.absolutePath());
     m_target = QFile::encodeName(target.absoluteFilePath());
-    removeLeftovers();
+    removeLeftovers(path);
     m_temporary = m_folder + "/." + QFile::encodeName(target.fileName()) + ".unfinished-XXXXXX";
     m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
     // The lock marks the file as somebody's current work; the system drops it with the process.
@@ -71,19 +71,19 @@ bool FileReplacement::commit() {
     return true;
 }
 
-void FileReplacement::removeLeftovers() const {
-    const QDir folder(QFile::decodeName(m_folder));
-    const auto prefix =
-        QStringLiteral(".%1.unfinished-").arg(QFileInfo(QFile::decodeName(m_target)).fileName());
+void FileReplacement::removeLeftovers(const QString& path) {
+    const auto target = linkResolved(path);
+    const auto folder = target.absoluteDir();
+    const auto prefix = QStringLiteral(".%1.unfinished-").arg(target.fileName());
     for (const auto& entry : folder.entryList(QDir::Files | QDir::Hidden)) {
         if (!entry.startsWith(prefix))
             continue;
-        const auto path = QFile::encodeName(folder.filePath(entry));
-        const int file = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        const auto leftover = QFile::encodeName(folder.filePath(entry));
+        const int file = ::open(leftover.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0)
             continue;
         if (::flock(file, LOCK_EX | LOCK_NB) == 0)
-            ::unlink(path.constData());
+            ::unlink(leftover.constData());
         ::close(file);
     }
 }

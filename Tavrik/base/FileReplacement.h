@@ -9,7 +9,7 @@ namespace tavrik {
 /// Replaces a file whole. The new content is written beside the old, synced, and takes its name in one step:
 /// whenever the program is killed or the power lost, one of the two whole states is there. Nobody but the
 /// user can read the new file. A symbolic link stays; the file it leads to is replaced. What a killed
-/// replacement of the same file left behind is removed by the next.
+/// replacement of the same file left behind is removed by the next, or by removeLeftovers().
 class FileReplacement {
 public:
     /// The folder must exist. A failure shows at commit().
@@ -27,9 +27,10 @@ public:
     /// untouched.
     bool commit();
 
-private:
-    void removeLeftovers() const;
+    /// Removes what killed replacements of this file have left in its folder.
+    static void removeLeftovers(const QString& path);
 
+private:
     QByteArray m_folder;
     QByteArray m_target;
     QByteArray m_temporary;

@@ -58,6 +58,7 @@ void HistoryArchive::run(const std::stop_token& stop) {
 
 HistoryArchive::Content HistoryArchive::load() {
     makePrivateFolder(m_folder);
+    FileReplacement::removeLeftovers(m_path);
     if (!QFileInfo::exists(m_path))
         return {};
     narrowToOwner(m_path);

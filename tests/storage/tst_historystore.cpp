@@ -245,16 +245,23 @@ private Q_SLOTS:
     }
 
     void survivesBeingKilledAtAnyMoment() {
+        QRandomGenerator random(9);
         write(numberedRecords(2000));
         qsizetype saved = 2000;
-        for (int kill = 0; kill < 40; ++kill) {
+        int interrupted = 0;
+        for (int kill = 0; kill < 200; ++kill) {
             QProcess writer;
             writer.start(QStringLiteral(HISTORY_WRITER), {m_folder});
             QVERIFY(writer.waitForReadyRead());
-            QTest::qSleep(QRandomGenerator::global()->bounded(1, 25));
+            // The last one's unfinished file is gone as soon as the history is open again.
+            QVERIFY(othersIn(m_folder).size() <= 1);
+            QThread::usleep(random.bounded(25'000));
             writer.kill();
             QVERIFY(writer.waitForFinished());
             QCOMPARE(writer.exitStatus(), QProcess::CrashExit);
+            const auto unfinished = othersIn(m_folder).size();
+            QVERIFY(unfinished <= 1);
+            interrupted += static_cast<int>(unfinished);
 
             const auto records = decodeHistory(contentOf(m_file)).value_or(QList<Transcription>());
             QVERIFY(records.size() >= saved);
@@ -263,8 +270,8 @@ private Q_SLOTS:
             for (qsizetype i = 0; i < saved; ++i)
                 QCOMPARE(records.at(i).text.toLongLong(), saved - i);
         }
-        QVERIFY(saved > 2000);
-        HistoryStore(m_folder).insertFirst(dictation("last", QDateTime::currentDateTimeUtc()));
+        QVERIFY2(saved > 2000 && interrupted > 0, "no save was interrupted, or none was finished");
+        QCOMPARE(HistoryStore(m_folder).items().size(), saved);
         QCOMPARE(othersIn(m_folder), QStringList());
     }
 
