@@ -12,7 +12,7 @@ import urllib.request
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
 SHORTCUT = ("Alt_L", "space")
 
@@ -21,7 +21,10 @@ def wait_for(what, condition, seconds=10):
     """The first truthy value of condition(), or an error that names what was waited for."""
     end = time.monotonic() + seconds
     while True:
-        value = condition()
+        try:
+            value = condition()
+        except GLib.GError:
+            value = None  # something has left the accessible tree while it was looked at
         if value:
             return value
         if time.monotonic() > end:
@@ -147,9 +150,10 @@ class Backend(Process):
         if not self.url.startswith("http://"):
             raise RuntimeError(f"the backend said {self.url!r}")
 
-    def _control(self, path, body=None):
+    def _control(self, path, body=None, method=None):
         data = None if body is None else json.dumps(body).encode()
-        with urllib.request.urlopen(urllib.request.Request(f"{self.url}/control/{path}", data=data)) as reply:
+        request = urllib.request.Request(f"{self.url}/control/{path}", data=data, method=method)
+        with urllib.request.urlopen(request) as reply:
             text = reply.read()
         return json.loads(text) if text else None
 
@@ -158,6 +162,9 @@ class Backend(Process):
 
     def requests(self):
         return self._control("requests")["requests"]
+
+    def forget(self):
+        self._control("requests", method="DELETE")
 
 
 class Tavrik(Process):
