@@ -2,13 +2,13 @@
 // own translator and for curl sending a body made beforehand.
 
 #include "Measure.h"
-#include "account/SignedOutAccount.h"
 #include "backend/BackendProcess.h"
 #include "backend/Wav.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "storage/Settings.h"
 #include "support/FakePlatform.h"
+#include "support/SignedOutAccount.h"
 #include "translation/Translator.h"
 
 #include <QCoreApplication>

@@ -36,8 +36,9 @@ def run(*command, **options):
     return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
 
 
-def windows(pattern):
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", pattern], text=True, capture_output=True)
+def windows(*which):
+    """What `xdotool search` finds of the visible windows."""
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", *map(str, which)], text=True, capture_output=True)
     return found.stdout.split()
 
 
@@ -114,7 +115,7 @@ class Editor(Process):
 
     def __init__(self):
         super().__init__("mousepad", "--disable-server")
-        self.window = wait_for("the editor's window", lambda: windows("Mousepad"))[0]
+        self.window = wait_for("the editor's window", lambda: windows("--name", "Mousepad"))[0]
         self._area = wait_for("the editor's text", self._find)
         self.focus()
 
@@ -173,12 +174,13 @@ class Tavrik(Process):
     def __init__(self, program, *arguments):
         self.program = program
         super().__init__(program, *arguments)
-        wait_for("the program on the session bus", self._is_up)
+        wait_for("the program's icon in the bar", self._is_up)
 
     def _is_up(self):
+        """It stands on the bus before its hot key is registered, in the bar only afterwards."""
         if self.process.poll() is not None:
             raise RuntimeError(f"the program ended with {self.process.returncode}: {self.process.stdout.read()}")
-        return "io.nordvex.tavrik" in run("busctl", "--user", "list", "--acquired", "--no-legend")
+        return windows("--pid", self.process.pid)
 
     @staticmethod
     def history():

@@ -25,13 +25,23 @@ std::optional<QPoint> find(const QColor& colour) {
     return std::nullopt;
 }
 
-void click(const QPoint& where, const QString& button) {
-    output(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(where.x()),
-                                       QString::number(where.y()), QStringLiteral("click"), button});
-}
-
 QMenu* openMenu() {
     return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+/// Clicks on the icon. The bar lays its icons out anew at times, and a click then falls beside: like a
+/// person, it tries a second time.
+bool menuOpensOn(const QString& button) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (!QTest::qWaitFor([] { return find(lit).has_value(); }))
+            return false;
+        const auto where = *find(lit);
+        output(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(where.x()),
+                                           QString::number(where.y()), QStringLiteral("click"), button});
+        if (QTest::qWaitFor([] { return openMenu() != nullptr; }))
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -94,9 +104,7 @@ void TestTray::anyClickOpensTheMenu_data() {
 
 void TestTray::anyClickOpensTheMenu() {
     QFETCH(QString, button);
-    QTRY_VERIFY(find(lit));
-    click(*find(lit), button);
-    QTRY_VERIFY(openMenu());
+    QVERIFY(menuOpensOn(button));
     QStringList rows;
     for (const auto* action : openMenu()->actions())
         rows << (action->isSeparator() ? QStringLiteral("-") : action->text()) +
@@ -122,9 +130,7 @@ void TestTray::shortcutsWorkInTheMenu_data() {
 void TestTray::shortcutsWorkInTheMenu() {
     QFETCH(Qt::Key, key);
     QFETCH(QStringList, chosen);
-    QTRY_VERIFY(find(lit));
-    click(*find(lit), QStringLiteral("3"));
-    QTRY_VERIFY(openMenu());
+    QVERIFY(menuOpensOn(QStringLiteral("3")));
     QTest::keyClick(openMenu(), key, Qt::ControlModifier);
     QCOMPARE(m_chosen, chosen);
     QCOMPARE(openMenu() == nullptr, !chosen.isEmpty());

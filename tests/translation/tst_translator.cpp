@@ -1,9 +1,9 @@
-#include "account/SignedOutAccount.h"
 #include "backend/LocalService.h"
 #include "backend/Wav.h"
 #include "base/MainQueue.h"
 #include "storage/Settings.h"
 #include "support/FakePlatform.h"
+#include "support/SignedOutAccount.h"
 #include "translation/Translator.h"
 
 #include <QJsonArray>
