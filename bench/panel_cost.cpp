@@ -5,6 +5,7 @@
 #include "base/MainQueue.h"
 #include "capture/RecordingHUD.h"
 #include "platform/x11/X11PanelHost.h"
+#include "quick/ViewEngine.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -62,7 +63,8 @@ int main(int argc, char* argv[]) {
     const std::chrono::seconds duration(argc > 1 ? std::atoi(argv[1]) : 20);
     MainQueue queue;
     X11PanelHost host;
-    RecordingHUD hud(host, queue);
+    ViewEngine engine;
+    RecordingHUD hud(host, queue, engine);
     QElapsedTimer clock;
     clock.start();
     const auto voice = [&clock] {

@@ -34,7 +34,9 @@ function(tavrik_qml name uri)
     # What the QML compiler writes does not meet our warnings.
     get_target_property(sources ${name} SOURCES)
     list(FILTER sources INCLUDE REGEX "/qmlcache/")
-    set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+    if(sources)
+        set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+    endif()
 endfunction()
 
 # tavrik_test(NAME SOURCES… LIBRARIES… [DESKTOP] [TIMEOUT seconds])

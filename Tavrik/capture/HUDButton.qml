@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Capture
+import Tavrik.Quick
 
 // A round button with a symbol, without any of the platform's own look.
 Item {

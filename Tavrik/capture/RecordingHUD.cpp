@@ -2,9 +2,7 @@
 
 #include "base/MainQueue.h"
 #include "platform/PanelHost.h"
-#include "resources/SymbolProvider.h"
 
-#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegion>
@@ -39,7 +37,8 @@ QRegion capsule(const QRect& rect) {
 
 } // namespace
 
-RecordingHUD::RecordingHUD(PanelHost& host, MainQueue& queue) : m_host(host), m_queue(queue) {
+RecordingHUD::RecordingHUD(PanelHost& host, MainQueue& queue, QQmlEngine& engine)
+    : m_host(host), m_queue(queue), m_engine(engine) {
     m_levelTimer.setInterval(50ms);
     m_levelTimer.setTimerType(Qt::PreciseTimer);
     m_levelTimer.callOnTimeout([this] { m_model.push(m_levelProvider()); });
@@ -74,8 +73,7 @@ void RecordingHUD::hide() {
 
 void RecordingHUD::makePanel() {
     qml_register_types_Tavrik_Capture();
-    m_panel = std::make_unique<QQuickView>();
-    m_panel->engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    m_panel = std::make_unique<QQuickView>(&m_engine, nullptr);
     m_panel->setColor(Qt::transparent);
     m_panel->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&m_model)}});
     m_panel->setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Capture/RecordingHUD.qml")));

@@ -7,6 +7,7 @@
 
 #include <memory>
 
+class QQmlEngine;
 class QQuickView;
 
 namespace tavrik {
@@ -17,7 +18,8 @@ class PanelHost;
 /// The panel at the bottom of the screen. It is made at the first `show` and kept. Main thread only.
 class RecordingHUD : public AbstractRecordingHUD {
 public:
-    RecordingHUD(PanelHost& host, MainQueue& queue);
+    /// Everything outlives the panel.
+    RecordingHUD(PanelHost& host, MainQueue& queue, QQmlEngine& engine);
     ~RecordingHUD() override;
 
     void show(std::function<float()> levelProvider, std::function<void()> onCancel,
@@ -32,6 +34,7 @@ private:
 
     PanelHost& m_host;
     MainQueue& m_queue;
+    QQmlEngine& m_engine;
     HUDModel m_model;
     std::unique_ptr<QQuickView> m_panel;
     std::function<float()> m_levelProvider;

@@ -1,4 +1,5 @@
 #include "capture/RecordingHUD.h"
+#include "quick/ViewEngine.h"
 #include "views/Views.h"
 
 #include <QQuickWindow>
@@ -9,12 +10,14 @@ namespace {
 
 class QuickViews final : public Views {
 public:
-    explicit QuickViews(Parts parts) : m_hud(parts.panels, parts.queue), m_window(std::move(parts.window)) {}
+    explicit QuickViews(Parts parts)
+        : m_hud(parts.panels, parts.queue, m_engine), m_window(std::move(parts.window), m_engine) {}
 
     AbstractRecordingHUD& hud() override { return m_hud; }
     void showMainWindow() override { m_window.show(); }
 
 private:
+    ViewEngine m_engine;
     RecordingHUD m_hud;
     MainWindowController m_window;
 };

@@ -1,7 +1,6 @@
 #include "window/MainWindow.h"
 
 #include "platform/WindowActivator.h"
-#include "resources/SymbolProvider.h"
 #include "window/AccountModel.h"
 #include "window/HistoryPages.h"
 #include "window/ShadowProvider.h"
@@ -15,7 +14,6 @@
 
 #include <utility>
 
-void qml_register_types_Tavrik_Capture();
 void qml_register_types_Tavrik_Window();
 
 namespace tavrik {
@@ -38,7 +36,7 @@ void providePersianFaces() {
 
 /// What the window shows, and the window.
 struct MainWindowController::Content {
-    explicit Content(const Parts& parts);
+    Content(const Parts& parts, QQmlEngine& engine);
 
     AccountModel account;
     SettingsModel settings;
@@ -46,19 +44,17 @@ struct MainWindowController::Content {
     QQuickView view;
 };
 
-MainWindowController::Content::Content(const Parts& parts)
+MainWindowController::Content::Content(const Parts& parts, QQmlEngine& engine)
     : account(parts.account, parts.links, parts.fullUserName), settings(parts.settings),
       pages({.store = parts.history(),
              .clipboard = parts.clipboard,
              .queue = parts.queue,
              .days = parts.days,
-             .fullUserName = parts.fullUserName}) {
-    qml_register_types_Tavrik_Capture();
+             .fullUserName = parts.fullUserName}),
+      view(&engine, nullptr) {
     qml_register_types_Tavrik_Window();
     providePersianFaces();
-    view.engine()->addImportPath(QStringLiteral("qrc:/qml"));
-    view.engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
-    view.engine()->addImageProvider(QStringLiteral("shadows"), new ShadowProvider);
+    engine.addImageProvider(QStringLiteral("shadows"), new ShadowProvider);
     view.setTitle(QStringLiteral("Tavrik"));
     view.setIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
@@ -72,13 +68,14 @@ MainWindowController::Content::Content(const Parts& parts)
     view.setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Window/MainView.qml")));
 }
 
-MainWindowController::MainWindowController(Parts parts) : m_parts(std::move(parts)) {}
+MainWindowController::MainWindowController(Parts parts, QQmlEngine& engine)
+    : m_parts(std::move(parts)), m_engine(engine) {}
 
 MainWindowController::~MainWindowController() = default;
 
 void MainWindowController::show() {
     if (!m_content)
-        m_content = std::make_unique<Content>(m_parts);
+        m_content = std::make_unique<Content>(m_parts, m_engine);
     auto& view = m_content->view;
     m_content->pages.aboutToShow();
     view.setWindowStates(view.windowStates() & ~Qt::WindowMinimized);

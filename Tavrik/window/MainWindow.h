@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+class QQmlEngine;
 class QWindow;
 
 namespace tavrik {
@@ -36,7 +37,8 @@ public:
         QString fullUserName;
     };
 
-    explicit MainWindowController(Parts parts);
+    /// `engine` outlives the controller too.
+    MainWindowController(Parts parts, QQmlEngine& engine);
     ~MainWindowController();
 
     /// Brings the window to the front, and the keyboard focus to it.
@@ -49,6 +51,7 @@ private:
     struct Content;
 
     Parts m_parts;
+    QQmlEngine& m_engine;
     std::unique_ptr<Content> m_content;
 };
 

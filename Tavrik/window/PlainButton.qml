@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Capture
+import Tavrik.Quick
 import Tavrik.Window
 
 // A button that looks like what is put into it.
@@ -26,11 +26,12 @@ Item {
 
     implicitWidth: face.childrenRect.width
     implicitHeight: face.childrenRect.height
-    activeFocusOnTab: true
+    activeFocusOnTab: enabled
 
     Accessible.role: Accessible.Button
     Accessible.name: name
-    Accessible.focusable: true
+    // Nothing else tells a screen reader that a button cannot be used.
+    Accessible.focusable: enabled
     Accessible.onPressAction: click()
     Keys.onSpacePressed: event => {
         if (!event.isAutoRepeat)

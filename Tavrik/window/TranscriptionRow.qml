@@ -116,6 +116,7 @@ Item {
                 size: 11
                 padding: 3
                 name: "Copy"
+                Accessible.description: row.copied ? "Copied" : ""
                 toolTip: name
                 activeFocusOnTab: row.current || activeFocus
                 onClicked: row.transcriptions.copy(row.index)

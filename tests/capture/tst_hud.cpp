@@ -1,6 +1,7 @@
 #include "base/MainQueue.h"
 #include "capture/RecordingHUD.h"
 #include "platform/PanelHost.h"
+#include "quick/ViewEngine.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -70,6 +71,7 @@ private:
 
     std::optional<MainQueue> m_queue;
     std::optional<FakePanelHost> m_host;
+    ViewEngine m_engine;
     std::optional<RecordingHUD> m_hud;
     int m_samples = 0;
     QStringList m_pressed;
@@ -78,7 +80,7 @@ private:
 void TestHUD::init() {
     m_queue.emplace();
     m_host.emplace();
-    m_hud.emplace(*m_host, *m_queue);
+    m_hud.emplace(*m_host, *m_queue, m_engine);
     m_samples = 0;
     m_pressed.clear();
 }

@@ -4,6 +4,7 @@
 #include "platform/x11/Struts.h"
 #include "platform/x11/X11PanelHost.h"
 #include "platform/x11/Xcb.h"
+#include "quick/ViewEngine.h"
 
 #include <QApplication>
 #include <QFile>
@@ -155,12 +156,13 @@ private:
     Desktop m_desktop;
     MainQueue m_queue;
     X11PanelHost m_host;
+    ViewEngine m_engine;
     std::optional<RecordingHUD> m_hud;
     QStringList m_pressed;
 };
 
 void TestPanel::init() {
-    m_hud.emplace(m_host, m_queue);
+    m_hud.emplace(m_host, m_queue, m_engine);
     m_pressed.clear();
 }
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "resources/SymbolProvider.h"
+#include "quick/ViewEngine.h"
 
-#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QVariant>
 
-void qml_register_types_Tavrik_Capture();
 void qml_register_types_Tavrik_Window();
 
 namespace tavrik::test {
@@ -15,11 +13,10 @@ namespace tavrik::test {
 /// One view of the main window, in a window of its own. Made after the application.
 class PageView : public QQuickView {
 public:
-    PageView(const QString& name, HistoryPages& pages, QSize size = {720, 640}) {
-        qml_register_types_Tavrik_Capture();
+    PageView(const QString& name, HistoryPages& pages, QSize size = {720, 640})
+        : QQuickView(new ViewEngine, nullptr) {
+        engine()->setParent(this);
         qml_register_types_Tavrik_Window();
-        engine()->addImportPath(QStringLiteral("qrc:/qml"));
-        engine()->addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
         setResizeMode(SizeRootObjectToView);
         resize(size);
         setInitialProperties({{QStringLiteral("pages"), QVariant::fromValue(&pages)}});

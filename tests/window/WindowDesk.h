@@ -10,6 +10,7 @@
 #include "platform/LoginItem.h"
 #include "platform/x11/X11KeyReader.h"
 #include "platform/x11/X11WindowActivator.h"
+#include "quick/ViewEngine.h"
 #include "storage/Settings.h"
 #include "support/FakeLinks.h"
 #include "support/FakePlatform.h"
@@ -66,25 +67,27 @@ struct WindowDesk {
     fake::Preferences preferences;
     fake::AppearanceLog appearance;
     Settings settings{preferences};
+    ViewEngine engine;
     MainWindowController controller{{
-        .queue = queue,
-        .account = account,
-        .history = [this]() -> HistoryStore& { return history; },
-        .clipboard = clipboard,
-        .days = days,
-        .links = links,
-        .activator = activator,
-        .settings = {.shortcut = {preferences, settings, keys, hotKey},
-                     .appearance = appearance,
-                     .loginItem = loginItem,
-                     .folders = folders,
-                     .texts = {.microphone = QStringLiteral("microphone"),
-                               .signOut = QStringLiteral("sign out"),
-                               .dataFolder = QStringLiteral("folder"),
-                               .revealFolder = QStringLiteral("Show")},
-                     .dataFolder = folder.path()},
-        .fullUserName = QStringLiteral("Sara Ahmadi"),
-    }};
+                                        .queue = queue,
+                                        .account = account,
+                                        .history = [this]() -> HistoryStore& { return history; },
+                                        .clipboard = clipboard,
+                                        .days = days,
+                                        .links = links,
+                                        .activator = activator,
+                                        .settings = {.shortcut = {preferences, settings, keys, hotKey},
+                                                     .appearance = appearance,
+                                                     .loginItem = loginItem,
+                                                     .folders = folders,
+                                                     .texts = {.microphone = QStringLiteral("microphone"),
+                                                               .signOut = QStringLiteral("sign out"),
+                                                               .dataFolder = QStringLiteral("folder"),
+                                                               .revealFolder = QStringLiteral("Show")},
+                                                     .dataFolder = folder.path()},
+                                        .fullUserName = QStringLiteral("Sara Ahmadi"),
+                                    },
+                                    engine};
 
     /// Finds Sara's session, or none.
     void start(bool signedIn) {

@@ -145,20 +145,22 @@ void MainWindowTest::sidebarRemembersItsWidth() {
 
     Desk next;
     next.preferences.values["sidebar_collapsed"] = true;
-    MainWindowController another({next.queue,
-                                  next.account,
-                                  [&]() -> HistoryStore& { return next.history; },
-                                  next.clipboard,
-                                  next.days,
-                                  next.links,
-                                  next.activator,
-                                  {.shortcut = {next.preferences, next.settings, next.keys, next.hotKey},
-                                   .appearance = next.appearance,
-                                   .loginItem = next.loginItem,
-                                   .folders = next.folders,
-                                   .texts = {},
-                                   .dataFolder = {}},
-                                  {}});
+    MainWindowController another(
+        {.queue = next.queue,
+         .account = next.account,
+         .history = [&]() -> HistoryStore& { return next.history; },
+         .clipboard = next.clipboard,
+         .days = next.days,
+         .links = next.links,
+         .activator = next.activator,
+         .settings = {.shortcut = {next.preferences, next.settings, next.keys, next.hotKey},
+                      .appearance = next.appearance,
+                      .loginItem = next.loginItem,
+                      .folders = next.folders,
+                      .texts = {},
+                      .dataFolder = {}},
+         .fullUserName = {}},
+        next.engine);
     another.show();
     QVERIFY(QTest::qWaitForWindowExposed(another.window()));
     QTRY_COMPARE(test::AccessibleTree(static_cast<QQuickWindow&>(*another.window()))
@@ -320,7 +322,7 @@ void MainWindowTest::recordsWhatIsTyped_data() {
     QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
     QTest::newRow("control, option and tab")
         << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
-    QTest::newRow("control and F6") << QList<int>{keyControl} << 72 << 97 << 4096 << u"⌃ Key 97"_s;
+    QTest::newRow("control and F6") << QList<int>{keyControl} << 72 << 97 << 4096 << u"⌃ F6"_s;
     QTest::newRow("option and left") << QList<int>{keyAlt} << 113 << 123 << 2048 << u"⌥ ←"_s;
 }
 

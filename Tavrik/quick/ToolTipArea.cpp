@@ -1,4 +1,4 @@
-#include "capture/ToolTipArea.h"
+#include "quick/ToolTipArea.h"
 
 #include <QApplication>
 #include <QStyle>
