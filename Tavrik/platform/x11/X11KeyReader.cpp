@@ -48,6 +48,8 @@ std::optional<KeyPress> X11KeyReader::read(const QKeyEvent& event) const {
     const char32_t character = xkb_keysym_to_utf32(symbol);
     if (QChar::isPrint(character))
         press.characters = QString::fromUcs4(&character, 1);
+    else if (symbol >= XKB_KEY_F1 && symbol <= XKB_KEY_F35)
+        press.characters = QStringLiteral("F%1").arg(symbol - XKB_KEY_F1 + 1);
     return press;
 }
 
