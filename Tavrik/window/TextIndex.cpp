@@ -48,13 +48,11 @@ std::size_t TextIndex::size() const {
 
 void TextIndex::insert(std::size_t position, QByteArrayView utf8) {
     const auto start = m_starts[position];
-    const auto end = m_bytes.size();
-    m_fold.append(utf8, m_bytes);
-    m_bytes += separator;
-    const auto length = m_bytes.size() - end;
-
-    std::rotate(m_bytes.begin() + static_cast<std::ptrdiff_t>(start),
-                m_bytes.begin() + static_cast<std::ptrdiff_t>(end), m_bytes.end());
+    std::string form;
+    m_fold.append(utf8, form);
+    form += separator;
+    const auto length = form.size();
+    m_bytes.insert(start, form);
     const auto at = m_starts.insert(m_starts.begin() + static_cast<std::ptrdiff_t>(position), start);
     std::for_each(at + 1, m_starts.end(), [length](std::size_t& later) { later += length; });
 }
@@ -72,18 +70,18 @@ void TextIndex::clear() {
     m_starts = {0};
 }
 
-std::vector<quint32> TextIndex::find(QByteArrayView query) const {
+std::vector<quint32> TextIndex::find(QByteArrayView query, std::size_t first) const {
     std::string needle;
     m_fold.append(query, needle);
 
     std::vector<quint32> found;
     if (needle.empty()) {
-        found.resize(size());
-        std::iota(found.begin(), found.end(), 0U);
+        found.resize(size() - first);
+        std::iota(found.begin(), found.end(), static_cast<quint32>(first));
         return found;
     }
-    auto text = m_starts.begin();
-    for (auto hit = findFrom(m_bytes, 0, needle); hit != std::string::npos;
+    auto text = m_starts.begin() + static_cast<std::ptrdiff_t>(first);
+    for (auto hit = findFrom(m_bytes, *text, needle); hit != std::string::npos;
          hit = findFrom(m_bytes, *text, needle)) {
         while (*text <= hit)
             ++text;

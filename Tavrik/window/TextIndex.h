@@ -24,8 +24,8 @@ public:
     /// Forgets every text and gives the memory back.
     void clear();
 
-    /// The positions of the texts that contain `query`, ascending.
-    std::vector<quint32> find(QByteArrayView query) const;
+    /// The positions, from `first` on, of the texts that contain `query`, ascending.
+    std::vector<quint32> find(QByteArrayView query, std::size_t first = 0) const;
 
 private:
     SearchFold m_fold;

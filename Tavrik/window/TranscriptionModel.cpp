@@ -6,11 +6,12 @@
 #include "window/DayClock.h"
 #include "window/UserFormats.h"
 
+#include <QDeadlineTimer>
 #include <QPointer>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
-#include <ranges>
 
 using namespace std::chrono_literals;
 
@@ -21,6 +22,8 @@ namespace {
 constexpr auto copyConfirmation = 1200ms;
 /// Short enough for a frame to be drawn in time beside it.
 constexpr auto indexingSlice = 4ms;
+/// Texts between two looks at the clock.
+constexpr std::size_t indexingStep = 256;
 constexpr auto removedRecord = std::numeric_limits<quint32>::max();
 
 } // namespace
@@ -28,7 +31,7 @@ constexpr auto removedRecord = std::numeric_limits<quint32>::max();
 TranscriptionModel::TranscriptionModel(Scope scope, SearchFold fold, Collaborators with, QObject* parent)
     : QAbstractListModel(parent), m_scope(scope), m_fold(fold), m_with(with), m_index(fold) {
     m_indexing.setInterval(0ms);
-    connect(&m_indexing, &QTimer::timeout, this, [this] { growIndex(QDeadlineTimer(indexingSlice)); });
+    connect(&m_indexing, &QTimer::timeout, this, &TranscriptionModel::searchOn);
     connect(&m_with.store, &HistoryStore::inserted, this, &TranscriptionModel::storeInserted);
     connect(&m_with.store, &HistoryStore::removed, this, &TranscriptionModel::storeRemoved);
     connect(&m_with.clock, &DayClock::changed, this, &TranscriptionModel::rebuild);
@@ -42,13 +45,17 @@ QString TranscriptionModel::query() const {
 void TranscriptionModel::setQuery(const QString& query) {
     if (query == m_query)
         return;
+    const bool wasEmpty = isEmpty();
     m_query = query;
-    replaceRows(matchingRows());
+    if (!m_query.isEmpty())
+        growIndex();
+    replaceRows(matchesFrom(0));
+    tellIfEmpty(wasEmpty);
     Q_EMIT queryChanged();
 }
 
 bool TranscriptionModel::isEmpty() const {
-    return m_rows.empty();
+    return m_rows.empty() && (m_query.isEmpty() || isIndexed());
 }
 
 void TranscriptionModel::open() {
@@ -140,12 +147,11 @@ void TranscriptionModel::rebuild() {
     // Only a clock that was set back brings the days of a history out of order.
     std::ranges::stable_sort(m_all, std::greater(), [this](quint32 record) { return m_days[record]; });
     m_index.clear();
-    if (m_open)
-        m_indexing.start();
-    m_rows = matchingRows();
+    if (m_open || !m_query.isEmpty())
+        growIndex();
+    m_rows = matchesFrom(0);
     endResetModel();
-    if (isEmpty() != wasEmpty)
-        Q_EMIT emptyChanged();
+    tellIfEmpty(wasEmpty);
 }
 
 void TranscriptionModel::storeInserted(qsizetype first, qsizetype last) {
@@ -162,21 +168,23 @@ void TranscriptionModel::storeInserted(qsizetype first, qsizetype last) {
         if (isShown(static_cast<quint32>(i)))
             insertRow(static_cast<quint32>(i));
     }
-    if (isEmpty() != wasEmpty)
-        Q_EMIT emptyChanged();
+    tellIfEmpty(wasEmpty);
 }
 
 void TranscriptionModel::insertRow(quint32 record) {
     const auto& text = m_with.store.items().at(record).text;
     const auto place = m_all.insert(placeIn(m_all, record), record);
-    const auto fromEnd = static_cast<std::size_t>(m_all.end() - place - 1);
-    if (fromEnd <= m_index.size())
-        m_index.insert(fromEnd, text);
+    const auto position = static_cast<std::size_t>(place - m_all.begin());
+    const bool known =
+        position < m_index.size() || (position == m_index.size() && (m_open || !m_query.isEmpty()));
+    if (known)
+        m_index.insert(position, text);
 
     if (!m_query.isEmpty()) {
         TextIndex alone(m_fold);
         alone.insert(0, text);
-        if (alone.find(m_query.toUtf8()).empty())
+        // The search comes to those that lie ahead of it.
+        if (!known || alone.find(m_query.toUtf8()).empty())
             return;
     }
     const auto at = placeIn(m_rows, record);
@@ -202,9 +210,8 @@ void TranscriptionModel::storeRemoved(qsizetype first, qsizetype last) {
     for (auto i = m_all.size(); i-- > 0;) {
         if (m_all[i] != removedRecord)
             continue;
-        const auto fromEnd = m_all.size() - 1 - i;
-        if (fromEnd < m_index.size())
-            m_index.remove(fromEnd);
+        if (i < m_index.size())
+            m_index.remove(i);
         m_all.erase(m_all.begin() + static_cast<std::ptrdiff_t>(i));
     }
     for (auto row = rowCount() - 1; row >= 0; --row) {
@@ -215,15 +222,13 @@ void TranscriptionModel::storeRemoved(qsizetype first, qsizetype last) {
         endRemoveRows();
         announce(row - 1, row, {dayTitleRole, dayCaptionRole, firstOfDayRole, lastOfDayRole});
     }
-    if (isEmpty() != wasEmpty)
-        Q_EMIT emptyChanged();
+    tellIfEmpty(wasEmpty);
 }
 
 // Rows are not matched up with what they showed before: those that stay show other records, and the
 // difference in number comes or goes at the end. Thus a keystroke costs as much as what is visible, whatever
 // the history's size.
 void TranscriptionModel::replaceRows(Rows rows) {
-    const bool wasEmpty = isEmpty();
     const auto before = static_cast<int>(m_rows.size());
     const auto after = static_cast<int>(rows.size());
     const auto same = static_cast<int>(std::ranges::mismatch(m_rows, rows).in1 - m_rows.begin());
@@ -239,8 +244,6 @@ void TranscriptionModel::replaceRows(Rows rows) {
         m_rows = std::move(rows);
     }
     announce(same - 1, std::min(before, after) - 1, {});
-    if (isEmpty() != wasEmpty)
-        Q_EMIT emptyChanged();
 }
 
 void TranscriptionModel::announce(qsizetype first, qsizetype last, const QList<int>& roles) {
@@ -287,25 +290,49 @@ TranscriptionModel::Rows::iterator TranscriptionModel::placeIn(Rows& rows, quint
     });
 }
 
-TranscriptionModel::Rows TranscriptionModel::matchingRows() {
+TranscriptionModel::Rows TranscriptionModel::matchesFrom(std::size_t first) const {
     if (m_query.isEmpty())
         return m_all;
-    growIndex(QDeadlineTimer::Forever);
-    const auto found = m_index.find(m_query.toUtf8());
+    const auto found = m_index.find(m_query.toUtf8(), first);
     Rows rows;
     rows.reserve(found.size());
-    for (const auto position : found | std::views::reverse)
-        rows.push_back(m_all[m_all.size() - 1 - position]);
+    std::ranges::transform(found, std::back_inserter(rows),
+                           [this](quint32 position) { return m_all[position]; });
     return rows;
 }
 
-void TranscriptionModel::growIndex(QDeadlineTimer until) {
-    while (m_index.size() < m_all.size() && !until.hasExpired()) {
-        const auto next = m_all[m_all.size() - 1 - m_index.size()];
-        m_index.insert(m_index.size(), m_with.store.items().at(next).text);
+void TranscriptionModel::growIndex() {
+    const QDeadlineTimer until(indexingSlice);
+    while (!isIndexed() && !until.hasExpired()) {
+        const auto end = std::min(m_index.size() + indexingStep, m_all.size());
+        for (auto i = m_index.size(); i < end; ++i)
+            m_index.insert(i, m_with.store.items().at(m_all[i]).text);
     }
-    if (m_index.size() == m_all.size())
+    if (isIndexed())
         m_indexing.stop();
+    else if (!m_indexing.isActive())
+        m_indexing.start();
+}
+
+void TranscriptionModel::searchOn() {
+    const bool wasEmpty = isEmpty();
+    const auto searched = m_index.size();
+    growIndex();
+    if (!m_query.isEmpty()) {
+        if (const auto found = matchesFrom(searched); !found.empty()) {
+            const auto end = rowCount();
+            beginInsertRows({}, end, end + static_cast<int>(found.size()) - 1);
+            m_rows.insert(m_rows.end(), found.begin(), found.end());
+            endInsertRows();
+            announce(end - 1, end - 1, {lastOfDayRole});
+        }
+    }
+    tellIfEmpty(wasEmpty);
+}
+
+void TranscriptionModel::tellIfEmpty(bool wasEmpty) {
+    if (isEmpty() != wasEmpty)
+        Q_EMIT emptyChanged();
 }
 
 } // namespace tavrik

@@ -3,7 +3,6 @@
 #include "window/TextIndex.h"
 
 #include <QAbstractListModel>
-#include <QDeadlineTimer>
 #include <QSet>
 #include <QTimer>
 #include <QUuid>
@@ -59,6 +58,7 @@ public:
     /// Shows the records that contain `query`; an empty one shows all.
     void setQuery(const QString& query);
 
+    /// Nothing is shown, and no search is under way that may still find something.
     bool isEmpty() const;
 
     /// A page begins to show this model: the search is made ready, a little at a time.
@@ -89,6 +89,7 @@ private:
     void insertRow(quint32 record);
     void replaceRows(Rows rows);
     void announce(qsizetype first, qsizetype last, const QList<int>& roles);
+    void tellIfEmpty(bool wasEmpty);
     void endCopyConfirmation(const QUuid& id);
 
     /// Null when there is no such row, as may be with a click on one that is just going.
@@ -99,9 +100,12 @@ private:
     bool startsDay(int row) const;
     /// Where a record stands, or would, among rows.
     Rows::iterator placeIn(Rows& rows, quint32 record) const;
-    Rows matchingRows();
-    /// Adds texts to the index until the time is over or none is missing.
-    void growIndex(QDeadlineTimer until);
+    /// Those of m_all from position `first` on that match the query, as far as the index has come.
+    Rows matchesFrom(std::size_t first) const;
+    bool isIndexed() const { return m_index.size() == m_all.size(); }
+    /// Adds texts to the index for a few milliseconds, and has it go on later if some are missing.
+    void growIndex();
+    void searchOn();
 
     const Scope m_scope;
     const SearchFold m_fold;
@@ -112,8 +116,8 @@ private:
     /// What is shown without a query, and what is shown.
     Rows m_all;
     Rows m_rows;
-    /// While a page is open: the texts of m_all from its end towards its beginning, as far as it has come. A
-    /// new record, the first one shown, is thus the last here and cheap to add.
+    /// While a page is open: the texts of m_all from its beginning, as far as it has come. What is newest is
+    /// thus found at once, however long the history is.
     TextIndex m_index;
     QTimer m_indexing;
     bool m_open = false;

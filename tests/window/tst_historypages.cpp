@@ -87,6 +87,40 @@ private Q_SLOTS:
         QCOMPARE(all.rowCount(), 3);
     }
 
+    // So long a history is searched piece by piece.
+    void searchesOnWhileTheHistoryChanges() {
+        QList<Transcription> records;
+        for (int i = 0; i < 60'000; ++i)
+            records << Transcription{QUuid::createUuid(), desk->now.toUTC(), QByteArray::number(i), 1};
+        const auto last = records.last().id;
+        const auto found = records.at(59'990).id;
+        desk = std::make_unique<HistoryDesk>(records);
+        auto& all = *desk->pages.all();
+        all.open();
+        all.setQuery(QStringLiteral("9"));
+        QVERIFY(!all.isEmpty());
+        desk->dictate("9 new", desk->now);
+        desk->dictate("8 new", desk->now);
+        desk->store.remove(QUuid(last));
+        desk->store.remove(QUuid(found));
+
+        QStringList expected;
+        for (const auto& record : desk->store.items()) {
+            if (record.text.contains('9'))
+                expected << QString::fromUtf8(record.text);
+        }
+        QTRY_COMPARE(all.rowCount(), expected.size());
+        for (int row = 0; row < all.rowCount(); ++row)
+            QCOMPARE(at(all, row, TranscriptionModel::textRole), expected.at(row));
+
+        all.close();
+        all.open();
+        QSignalSpy told(&all, &TranscriptionModel::emptyChanged);
+        all.setQuery(QStringLiteral("nowhere"));
+        QTRY_VERIFY(all.isEmpty());
+        QVERIFY(!told.isEmpty());
+    }
+
     void aClosedPageForgetsItsQuery() {
         desk->dictate("hello", desk->now);
         auto& all = *desk->pages.all();
