@@ -11,20 +11,26 @@ Item {
     required property HistoryPages pages
 
     Rectangle {
+        id: content
         anchors.fill: parent
         color: Theme.canvas
+
+        ViewLoader {
+            anchors.fill: parent
+            view: !root.account.known ? "" : root.account.signedIn ? "AppBody.qml" : "LoginView.qml"
+            needs: () => root.account.signedIn ? {
+                    account: root.account,
+                    settings: root.settings,
+                    pages: root.pages
+                } : {
+                    account: root.account
+                }
+        }
     }
 
-    ViewLoader {
+    AppearanceFade {
         anchors.fill: parent
-        view: !root.account.known ? "" : root.account.signedIn ? "AppBody.qml" : "LoginView.qml"
-        needs: () => root.account.signedIn ? {
-                account: root.account,
-                settings: root.settings,
-                pages: root.pages
-            } : {
-                account: root.account
-            }
+        from: content
     }
 
     Shortcut {

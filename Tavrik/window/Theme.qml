@@ -5,28 +5,17 @@ import QtQuick
 // The window's palette. It follows the application's own, and with it the desktop and the user's choice.
 QtObject {
     readonly property SystemPalette application: SystemPalette {}
-    readonly property bool dark: application.window.hslLightness < application.windowText.hslLightness
+    readonly property bool applicationIsDark: application.window.hslLightness < application.windowText.hslLightness
+    // Follows once the window has kept a picture to fade from.
+    property bool dark
+    Component.onCompleted: dark = applicationIsDark
 
-    // Surfaces fade from one appearance to the other.
-    component Fade: Behavior {
-        ColorAnimation {
-            duration: 200
-            easing.type: Easing.InOutQuad
-        }
-    }
-
-    property color canvas: dark ? "#1f1e1c" : "#f4f2ef"
-    property color card: dark ? "#2a2826" : "#ffffff"
-    property color inset: dark ? "#242220" : "#f7f5f2"
-    property color border: dark ? "#3c3a37" : "#e8e5e0"
-    property color selection: dark ? "#3e3c39" : "#e9e5df"
-    property color hover: dark ? "#343230" : "#efece7"
-    Fade on canvas {}
-    Fade on card {}
-    Fade on inset {}
-    Fade on border {}
-    Fade on selection {}
-    Fade on hover {}
+    readonly property color canvas: dark ? "#1f1e1c" : "#f4f2ef"
+    readonly property color card: dark ? "#2a2826" : "#ffffff"
+    readonly property color inset: dark ? "#242220" : "#f7f5f2"
+    readonly property color border: dark ? "#3c3a37" : "#e8e5e0"
+    readonly property color selection: dark ? "#3e3c39" : "#e9e5df"
+    readonly property color hover: dark ? "#343230" : "#efece7"
 
     readonly property color accent: "#f2a33c"
 
