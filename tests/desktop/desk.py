@@ -85,6 +85,24 @@ def descendants(accessible):
             yield from descendants(child)
 
 
+def has_state(accessible, state):
+    return accessible.get_state_set().contains(state)
+
+
+def is_usable(accessible):
+    """A control, and not a disabled one; a label is focusable too."""
+    return has_state(accessible, Atspi.StateType.FOCUSABLE) and accessible.get_role() != Atspi.Role.LABEL
+
+
+def objects_of(program):
+    """What assistive technology sees of a program."""
+    desktop = Atspi.get_desktop(0)
+    for index in range(desktop.get_child_count()):
+        application = desktop.get_child_at_index(index)
+        if application is not None and application.get_process_id() == program.process.pid:
+            yield from descendants(application)
+
+
 class Process:
     """A program on the desktop, ended with the block that started it."""
 
@@ -120,15 +138,8 @@ class Editor(Process):
         self.focus()
 
     def _find(self):
-        desktop = Atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application is None or application.get_process_id() != self.process.pid:
-                continue
-            for item in descendants(application):
-                if item.get_role() == Atspi.Role.TEXT and item.get_state_set().contains(Atspi.StateType.MULTI_LINE):
-                    return item
-        return None
+        return next((item for item in objects_of(self) if item.get_role() == Atspi.Role.TEXT and
+                     has_state(item, Atspi.StateType.MULTI_LINE)), None)
 
     def focus(self):
         run("xdotool", "windowactivate", "--sync", self.window)
@@ -207,16 +218,8 @@ class Alert:
         self._dialog = wait_for("an alert", self._find)
 
     def _find(self):
-        desktop = Atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application is None or application.get_process_id() != self._program.process.pid:
-                continue
-            for item in descendants(application):
-                if item.get_role() in (Atspi.Role.ALERT, Atspi.Role.DIALOG) and \
-                        item.get_state_set().contains(Atspi.StateType.SHOWING):
-                    return item
-        return None
+        return next((item for item in objects_of(self._program) if item.get_role() in (
+            Atspi.Role.ALERT, Atspi.Role.DIALOG) and has_state(item, Atspi.StateType.SHOWING)), None)
 
     def texts(self):
         return [item.get_name() for item in descendants(self._dialog)
@@ -228,3 +231,85 @@ class Alert:
                 Atspi.Action.do_action(item, 0)
                 break
         wait_for("the alert to close", lambda: self._find() is None)
+
+
+class Window:
+    """The program's main window: what of it is showing, by its name or description, and a hand at mouse and keyboard."""
+
+    def __init__(self, program):
+        self._program = program
+        self.id = wait_for("the window", lambda: windows("^Tavrik$"))[0]
+        self.activate()
+
+    def activate(self):
+        # Fails while the window manager has not taken notice of it.
+        wait_for("the window in front", lambda: subprocess.run(
+            ["xdotool", "windowactivate", "--sync", self.id], capture_output=True).returncode == 0)
+
+    def _showing(self):
+        return [item for item in objects_of(self._program) if has_state(item, Atspi.StateType.SHOWING)]
+
+    def find(self, name, within=None):
+        """A control that can be used rather than anything else of that name; None if there is none."""
+        try:
+            found = [item for item in (descendants(within) if within else self._showing())
+                     if name in (item.get_name(), item.get_description())]
+            return max(found, key=is_usable, default=None)
+        except GLib.Error:  # it went while we looked
+            return None
+
+    def sees(self, *names):
+        for name in names:
+            wait_for(f"{name!r} to show", lambda name=name: self.find(name))
+
+    def misses(self, *names):
+        for name in names:
+            wait_for(f"{name!r} to go", lambda name=name: not self.find(name))
+
+    def rows(self):
+        try:
+            rows = [item for item in self._showing() if item.get_role() == Atspi.Role.LIST_ITEM]
+            return sorted(rows, key=lambda row: Atspi.Component.get_extents(row, Atspi.CoordType.SCREEN).y)
+        except GLib.Error:
+            return []
+
+    def lists(self, *texts):
+        wait_for(f"the rows {texts}", lambda: tuple(row.get_name() for row in self.rows()) == texts)
+
+    def is_on(self, name):
+        item = self.find(name)
+        return bool(item) and has_state(item, Atspi.StateType.CHECKED)
+
+    def can_use(self, name):
+        item = self.find(name)
+        return bool(item) and is_usable(item)
+
+    def middle(self, name, within=None):
+        """Where it has come to rest on the screen."""
+        place = None
+
+        def rests():
+            nonlocal place
+            item = self.find(name, within)
+            before, place = place, item and Atspi.Component.get_extents(item, Atspi.CoordType.SCREEN)
+            return place and before and (before.x, before.y, before.width) == (place.x, place.y, place.width)
+
+        wait_for(f"{name!r} to rest", rests)
+        return place.x + place.width // 2, place.y + place.height // 2
+
+    def click(self, name, within=None, times=1):
+        x, y = self.middle(name, within)
+        run("xdotool", "mousemove", str(x), str(y), "click", "--repeat", str(times), "--delay", "30", "1")
+
+    def fill(self, name, text):
+        self.click(name)
+        self.key("ctrl+a")
+        self.type(text)
+
+    @staticmethod
+    def type(text):
+        run("xdotool", "type", "--delay", "5", text)
+
+    @staticmethod
+    def key(*keys):
+        run("xdotool", "key", *keys)
