@@ -238,7 +238,7 @@ class Window:
 
     def __init__(self, program):
         self._program = program
-        self.id = wait_for("the window", lambda: windows("^Tavrik$"))[0]
+        self.id = wait_for("the window", lambda: windows("--name", "^Tavrik$"))[0]
         self.activate()
 
     def activate(self):
@@ -251,12 +251,9 @@ class Window:
 
     def find(self, name, within=None):
         """A control that can be used rather than anything else of that name; None if there is none."""
-        try:
-            found = [item for item in (descendants(within) if within else self._showing())
-                     if name in (item.get_name(), item.get_description())]
-            return max(found, key=is_usable, default=None)
-        except GLib.Error:  # it went while we looked
-            return None
+        found = [item for item in (descendants(within) if within else self._showing())
+                 if name in (item.get_name(), item.get_description())]
+        return max(found, key=is_usable, default=None)
 
     def sees(self, *names):
         for name in names:
@@ -267,11 +264,8 @@ class Window:
             wait_for(f"{name!r} to go", lambda name=name: not self.find(name))
 
     def rows(self):
-        try:
-            rows = [item for item in self._showing() if item.get_role() == Atspi.Role.LIST_ITEM]
-            return sorted(rows, key=lambda row: Atspi.Component.get_extents(row, Atspi.CoordType.SCREEN).y)
-        except GLib.Error:
-            return []
+        rows = [item for item in self._showing() if item.get_role() == Atspi.Role.LIST_ITEM]
+        return sorted(rows, key=lambda row: Atspi.Component.get_extents(row, Atspi.CoordType.SCREEN).y)
 
     def lists(self, *texts):
         wait_for(f"the rows {texts}", lambda: tuple(row.get_name() for row in self.rows()) == texts)

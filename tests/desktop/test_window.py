@@ -195,7 +195,7 @@ class MainWindow(unittest.TestCase):
         frame = desk.run("xwininfo", "-id", self.window.id)
         x, y, width = (int(re.search(rf"{key}: *(\d+)", frame)[1]) for key in ("left X", "left Y", "Width"))
         desk.run("xdotool", "mousemove", str(x + width - 11), str(y - 11), "click", "1")
-        desk.wait_for("the window to close", lambda: not desk.windows("^Tavrik$"))
+        desk.wait_for("the window to close", lambda: not desk.windows("--name", "^Tavrik$"))
         self.assertIsNone(self.tavrik.process.poll())
 
     def test_the_browser_signs_in(self):
@@ -260,17 +260,18 @@ class MainWindow(unittest.TestCase):
         window.click(launch)
         desk.wait_for("the autostart entry", AUTOSTART.exists)
         self.assertIn(str(pathlib.Path(PROGRAM).name), AUTOSTART.read_text())
-        self.assertTrue(window.is_on(launch))
+        desk.wait_for("the switch to be on", lambda: window.is_on(launch))
         window.click(launch)
         desk.wait_for("no autostart entry", lambda: not AUTOSTART.exists())
         # A desktop that cannot take it.
         AUTOSTART.parent.rmdir()
         AUTOSTART.parent.touch()
         window.click(launch)
-        self.assertFalse(window.is_on(launch))
-        AUTOSTART.parent.unlink()
+        # What is clicked next is answered after it.
         window.click(sounds)
         desk.wait_for("silence", lambda: preference("sounds_enabled") is False)
+        self.assertFalse(window.is_on(launch))
+        AUTOSTART.parent.unlink()
 
         window.click("Account")
         folder = f"file://{DATA}/Tavrik"
