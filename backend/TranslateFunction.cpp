@@ -17,6 +17,8 @@ namespace tavrik::backend {
 namespace {
 
 const auto model = u"google/gemini-2.5-flash"_s;
+// A name of a language, not a text that would talk the model into something else.
+constexpr qsizetype longestLanguage = 100;
 
 Reply failure(int status, const QString& message) {
     return Reply::json(status, {{u"error"_s, QJsonObject{{u"message"_s, message}}}});
@@ -38,7 +40,7 @@ void TranslateFunction::answer(const Request& request, HttpHandler::Responder re
     if (!m_accounts.bearer(request))
         return respond(refusal(401, u"Invalid or expired access token"_s));
     const auto language = body->value(u"language"_s).toString();
-    if (language.isEmpty())
+    if (language.isEmpty() || language.size() > longestLanguage)
         return respond(failure(400, u"language: a name is needed"_s));
     const auto audio = decodeBase64(body->value(u"audio"_s).toString());
     const auto sound = audio ? measureWav(*audio) : std::unexpected(audio.error());
@@ -49,8 +51,9 @@ void TranslateFunction::answer(const Request& request, HttpHandler::Responder re
 
     m_models.ask(chatBody(*audio, language, model),
                  [respond = std::move(respond)](const Result<HttpResponse>& response) mutable {
-                     const auto text =
-                         response ? readOpenRouterReply(*response) : std::unexpected(response.error());
+                     if (!response)
+                         return respond(failure(502, u"The model service did not answer"_s));
+                     const auto text = readOpenRouterReply(*response);
                      respond(text ? translation(*text) : failure(502, text.error().description));
                  });
 }

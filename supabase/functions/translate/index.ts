@@ -1,0 +1,3 @@
+import { translate } from "./translate.ts";
+
+Deno.serve(translate);
