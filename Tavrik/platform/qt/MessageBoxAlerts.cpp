@@ -73,6 +73,7 @@ void MessageBoxAlerts::presentNext() {
     auto& box = *m_box;
     box.setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning : QMessageBox::Information);
     box.setWindowTitle(QStringLiteral("Tavrik"));
+    box.setWindowIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
     box.setWindowModality(Qt::ApplicationModal);
