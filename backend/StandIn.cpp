@@ -34,11 +34,6 @@ QJsonObject describe(const Request& request) {
             {u"lastByteNs"_s, nanoseconds(request.lastByte)}};
 }
 
-bool isLocal(const QByteArray& host) {
-    const auto name = host.split(':').front();
-    return name == "127.0.0.1" || name == "localhost";
-}
-
 Reply notFound() {
     return Reply::json(404, {{u"message"_s, u"Not Found"_s}});
 }
@@ -46,8 +41,9 @@ Reply notFound() {
 } // namespace
 
 StandIn::StandIn(Options options)
-    : m_controllable(options.controllable), m_models(m_http, std::move(options.upstream)),
-      m_accounts(std::move(options.accounts)), m_manifest(std::move(options.releaseManifest)) {
+    : m_controllable(options.controllable), m_host(std::move(options.host)),
+      m_models(m_http, std::move(options.upstream)), m_accounts(std::move(options.accounts)),
+      m_manifest(std::move(options.releaseManifest)) {
     addRoutes();
     addAccountRoutes();
     if (m_controllable)
@@ -74,13 +70,18 @@ void StandIn::received(const Request& request) {
 
 void StandIn::answer(const Request& request, Responder respond) {
     // A page of the web whose name leads to this machine may not use what is here for the user's programs.
-    if (!isLocal(request.header("Host")))
+    if (!isOurs(request.header("Host")))
         return respond(Reply::json(421, {{u"message"_s, u"Ask for 127.0.0.1 or localhost"_s}}));
     const auto route = m_routes.constFind(request.path);
     if (route == m_routes.constEnd())
         respond(notFound());
     else
         (*route)(request, std::move(respond));
+}
+
+bool StandIn::isOurs(const QByteArray& host) const {
+    const auto name = host.split(':').front();
+    return name == "127.0.0.1" || name == "localhost" || (!m_host.isEmpty() && name == m_host);
 }
 
 void StandIn::addRoutes() {

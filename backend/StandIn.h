@@ -22,6 +22,8 @@ public:
     struct Options {
         ModelService::Options upstream = {};
         AuthService::Options accounts = {};
+        /// A name by which it may be asked for, besides this machine's own.
+        QByteArray host = {};
         /// Announces the latest release; empty or missing: there is nothing newer.
         QString releaseManifest = {};
         /// Serve /control, and keep the latest requests for it: speech and keys among them.
@@ -47,12 +49,14 @@ public:
 private:
     using Route = std::function<void(const Request&, Responder)>;
 
+    bool isOurs(const QByteArray& host) const;
     void addRoutes();
     void addAccountRoutes();
     void addControlRoutes();
     Reply requestList() const;
 
     const bool m_controllable;
+    const QByteArray m_host;
     MainQueue m_queue;
     HttpClient m_http{m_queue};
     ModelService m_models;

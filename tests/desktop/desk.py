@@ -159,7 +159,7 @@ class Backend(Process):
     def __init__(self, program, port, *options):
         super().__init__(program, "--port", str(port), "--control", *options)
         self.url = self.process.stdout.readline().strip()
-        if not self.url.startswith("http://"):
+        if not self.url.startswith("http"):
             raise RuntimeError(f"the backend said {self.url!r}")
 
     def _control(self, path, body=None, method=None):

@@ -1,6 +1,6 @@
 """One whole dictation on a virtual desktop, told step by step.
 
-usage: rehearse.py TAVRIK TAVRIK-BACKEND PORT FOLDER-FOR-SCREENSHOTS
+usage: rehearse.py TAVRIK TAVRIK-BACKEND PORT FOLDER-FOR-SCREENSHOTS [THE BACKEND'S OPTIONS...]
 """
 
 import pathlib
@@ -11,7 +11,7 @@ import time
 import desk
 
 
-def main(program, backend, port, folder):
+def main(program, backend, port, folder, *options):
     pictures = pathlib.Path(folder)
     pictures.mkdir(parents=True, exist_ok=True)
     began = time.monotonic()
@@ -25,7 +25,7 @@ def main(program, backend, port, folder):
 
     sentence = desk.voice("سلام، امروز هوا خیلی خوب است و ما به پارک می‌رویم")
     desk.set_preference(program, "openrouter_api_key", "sk-rehearsal")
-    with desk.Backend(backend, port) as service, desk.Editor() as editor, desk.Tavrik(program) as tavrik:
+    with desk.Backend(backend, port, *options) as service, desk.Editor() as editor, desk.Tavrik(program) as tavrik:
         tell(f"the stand-in for the services listens on {service.url}")
         tell("an editor has the keyboard focus; Tavrik is in the tray")
         picture("1-ready.png")
@@ -48,4 +48,4 @@ def main(program, backend, port, folder):
     tell("done")
 
 
-main(*sys.argv[1:5])
+main(*sys.argv[1:])
