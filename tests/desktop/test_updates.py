@@ -6,12 +6,12 @@ usage: test_updates.py TAVRIK TAVRIK-BACKEND PORT [FOLDER-FOR-SCREENSHOTS]
 import json
 import os
 import pathlib
+import subprocess
 import sys
 import tempfile
 import unittest
 
 import desk
-from desk import Atspi
 
 PROGRAM, BACKEND, PORT = sys.argv[1:4]
 pictures = pathlib.Path(sys.argv[4]) if len(sys.argv) > 4 else None
@@ -24,11 +24,6 @@ UP_TO_DATE = ["You're up to date", f"Tavrik {VERSION} is the latest version."]
 FAILED = ["Could not check for updates", "Check your internet connection and try again."]
 AVAILABLE = ["Tavrik 99.1 is available", f"You have {VERSION}. Download the new version, then replace the app and "
              "reopen it.\n\nWhat's new:\n<b>Faster</b>\nand smaller"]
-
-
-def click(accessible, button="1"):
-    place = Atspi.Component.get_extents(accessible, Atspi.CoordType.SCREEN)
-    desk.run("xdotool", "mousemove", str(place.x + place.width // 2), str(place.y + place.height // 2), "click", button)
 
 
 class Updates(unittest.TestCase):
@@ -56,29 +51,16 @@ class Updates(unittest.TestCase):
     def checks(self):
         return sum(request["path"] == MANIFEST for request in self.backend.requests())
 
-    def found(self, role, name):
-        """What shows under this name in the program."""
-        desktop = Atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application is None or application.get_process_id() != self.tavrik.process.pid:
-                continue
-            for item in desk.descendants(application):
-                if item.get_role() == role and item.get_name() == name and \
-                        item.get_state_set().contains(Atspi.StateType.SHOWING):
-                    return item
-        return None
-
-    @staticmethod
-    def windows():
-        return desk.run("sh", "-c", "xdotool search --onlyvisible --class '^tavrik$' || true").split()
+    def windows(self):
+        return desk.windows("--pid", self.tavrik.process.pid)
 
     def ask(self):
         """Check for Updates…, in the status menu."""
-        icon, = desk.wait_for("the icon alone in the tray", lambda: len(found := self.windows()) == 1 and found)
+        icon, = desk.wait_for("the icon alone", lambda: len(found := self.windows()) == 1 and found)
         desk.run("xdotool", "mousemove", "--window", icon, "8", "8", "click", "3")
         desk.wait_for("the menu", lambda: len(self.windows()) == 2)
-        desk.run("xdotool", "key", "Up", "Up")
+        # Away from the icon, so that no tooltip comes up.
+        desk.run("xdotool", "mousemove", "300", "700", "key", "Up", "Up")
         if pictures:
             desk.screenshot(pictures / "update-menu.png")
         desk.run("xdotool", "key", "Return")
@@ -90,9 +72,11 @@ class Updates(unittest.TestCase):
             desk.screenshot(pictures / f"update-{picture}.png")
         return alert
 
-    def answer(self, button):
-        click(desk.wait_for(button, lambda: self.found(Atspi.Role.PUSH_BUTTON, button)))
-        desk.wait_for("the alert to close", lambda: not self.found(Atspi.Role.PUSH_BUTTON, button))
+    def answer(self, key):
+        desk.wait_for("the alert to be in front", lambda: subprocess.run(
+            ["xdotool", "getactivewindow", "getwindowname"], text=True, capture_output=True).stdout == "Tavrik\n")
+        desk.run("xdotool", "key", key)
+        desk.wait_for("the alert to close", lambda: len(self.windows()) == 1)
 
     def test_asked_for(self):
         self.start({"version": VERSION, "url": PAGE})
@@ -107,11 +91,11 @@ class Updates(unittest.TestCase):
         self.announce(NEWER)
         self.ask()
         self.tells(AVAILABLE, "available")
-        self.answer("Later")
+        self.answer("Escape")
         self.assertEqual(self.visited.read_text(), "")
         self.ask()
         self.tells(AVAILABLE)
-        self.answer("Download")
+        self.answer("Return")
         self.assertEqual(desk.wait_for("the browser", self.visited.read_text), f"{PAGE}\n")
 
         self.backend.stop()
@@ -122,7 +106,7 @@ class Updates(unittest.TestCase):
         self.start(NEWER)
         self.tells(AVAILABLE)
         self.assertEqual(self.checks(), 1)
-        self.answer("Later")
+        self.answer("Escape")
 
     def test_unasked_in_vain(self):
         self.start({"version": "99.1"})
