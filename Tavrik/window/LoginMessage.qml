@@ -9,4 +9,7 @@ Label {
     color: Theme.error
     horizontalAlignment: Text.AlignHCenter
     wrapMode: Text.Wrap
+    // A server may say more than there is room for.
+    maximumLineCount: 8
+    elide: Text.ElideRight
 }

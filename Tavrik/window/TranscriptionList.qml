@@ -14,13 +14,14 @@ ListView {
     property bool untouched: true
 
     function scrollTo(y: real): void {
+        untouched = false;
         contentY = Math.max(originY, Math.min(lastY, y));
         untouched = contentY <= originY;
     }
 
     function showEnd(): void {
-        positionViewAtEnd();
         untouched = false;
+        positionViewAtEnd();
     }
 
     onOriginYChanged: {

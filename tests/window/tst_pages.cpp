@@ -240,6 +240,22 @@ private Q_SLOTS:
         QTRY_COMPARE(one(QAccessible::ListItem, "record 499")->rect().top(), before);
     }
 
+    void scrollsToTheEndOfUnequalRows() {
+        for (int i = 0; i < 6; ++i) {
+            desk->dictate("short " + QByteArray::number(i), desk->now);
+            desk->dictate(QByteArray(100'000, 'x'), desk->now);
+            desk->dictate(QByteArray("line\n").repeated(5'000), desk->now);
+        }
+        open("HomeView");
+        QTest::keyClick(view.get(), Qt::Key_End);
+        QTRY_VERIFY(one(QAccessible::ListItem, "short 0"));
+        QTRY_COMPARE(view->mapFromGlobal(one(QAccessible::ListItem, "short 0")->rect().bottomLeft()).y(),
+                     view->height() - 42 - 1);
+        QTest::keyClick(view.get(), Qt::Key_Home);
+        QTRY_VERIFY(one(QAccessible::Heading, "Welcome back, Sara")->rect().top() > view->y());
+        QTRY_VERIFY(!shownRows().isEmpty());
+    }
+
 private:
     void open(const char* name) {
         view = std::make_unique<PageView>(QString::fromLatin1(name), desk->pages);
