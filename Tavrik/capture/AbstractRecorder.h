@@ -29,7 +29,8 @@ public:
     /// Ends the recording. Nothing if none was running.
     virtual std::optional<Take> stop() = 0;
 
-    /// The average level of the last moment in dBFS (0 at full scale, negative below). Nothing if none is running.
+    /// The average level of the last moment in dBFS (0 at full scale, negative below). Nothing if none is
+    /// running.
     virtual std::optional<float> averagePower() = 0;
 };
 

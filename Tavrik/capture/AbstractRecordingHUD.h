@@ -12,8 +12,8 @@ public:
     AbstractRecordingHUD& operator=(const AbstractRecordingHUD&) = delete;
     virtual ~AbstractRecordingHUD() = default;
 
-    /// Shows the recording look with an empty meter and samples `levelProvider` (0 to 1) every 0.05 s. The two
-    /// callbacks are run on the main queue when their buttons are pressed.
+    /// Shows the recording look with an empty meter and samples `levelProvider` (0 to 1) every 0.05 s. The
+    /// two callbacks are run on the main queue when their buttons are pressed.
     virtual void show(std::function<float()> levelProvider, std::function<void()> onCancel,
                       std::function<void()> onConfirm) = 0;
 

@@ -17,7 +17,8 @@ constexpr double fullHeight = 16;
 constexpr double easeMilliseconds = 70;
 /// Two frames a sample: more cannot be told apart on bars this small, and each costs.
 constexpr int frameMilliseconds = 25;
-/// A difference this small is not drawn. Samples come faster than the easing ends, so it would never quite end.
+/// A difference this small is not drawn. Samples come faster than the easing ends, so it would never quite
+/// end.
 constexpr double invisible = 0.002;
 
 const QEasingCurve& easeOut() {

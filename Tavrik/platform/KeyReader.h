@@ -13,8 +13,8 @@ namespace tavrik {
 /// A key going down, in the terms in which shortcuts are stored.
 struct KeyPress {
     KeyCombination combination;
-    /// What the key types without modifiers other than Shift, or what stands on a function key; empty if there
-    /// is nothing to show.
+    /// What the key types without modifiers other than Shift, or what stands on a function key; empty if
+    /// there is nothing to show.
     QString characters;
 
     bool operator==(const KeyPress&) const = default;
