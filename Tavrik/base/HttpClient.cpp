@@ -207,7 +207,10 @@ private:
 
 } // namespace
 
-HttpClient::HttpClient(MainQueue& queue, QObject* parent) : QObject(parent), m_queue(queue) {}
+HttpClient::HttpClient(MainQueue& queue, QObject* parent) : QObject(parent), m_queue(queue) {
+    // Nobody else could delete the replies behind openConnection().
+    m_manager.setAutoDeleteReplies(true);
+}
 
 void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) {
     for (const auto& [name, value] : request.headers) {

@@ -17,7 +17,6 @@ class HUDModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The panel is given its model.")
     Q_PROPERTY(bool processing READ isProcessing NOTIFY stateChanged)
-    Q_PROPERTY(QList<double> levels READ levels NOTIFY levelsChanged)
 
 public:
     static constexpr int barCount = 14;

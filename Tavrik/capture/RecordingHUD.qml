@@ -51,7 +51,7 @@ Item {
                 width: parent.width
                 height: 16
                 visible: !root.model.processing
-                levels: root.model.levels
+                model: root.model
             }
 
             Row {

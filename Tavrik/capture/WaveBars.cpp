@@ -40,8 +40,21 @@ bool WaveBars::isOnScreen() const {
     return isVisible() && window() && window()->isVisible();
 }
 
-void WaveBars::setLevels(const QList<double>& levels) {
-    m_levels = levels;
+void WaveBars::setModel(HUDModel* model) {
+    if (m_model == model)
+        return;
+    if (m_model)
+        m_model->disconnect(this);
+    m_model = model;
+    if (model) {
+        connect(model, &HUDModel::levelsChanged, this, &WaveBars::followLevels);
+        followLevels();
+    }
+    Q_EMIT modelChanged();
+}
+
+void WaveBars::followLevels() {
+    m_levels = m_model->levels();
     if (isOnScreen()) {
         m_from = m_drawn;
         m_sinceChange.start();
@@ -49,10 +62,9 @@ void WaveBars::setLevels(const QList<double>& levels) {
             m_frames.start(frameMilliseconds, Qt::PreciseTimer, this);
     } else {
         m_frames.stop();
-        m_drawn = levels;
+        m_drawn = m_levels;
         update();
     }
-    Q_EMIT levelsChanged();
 }
 
 void WaveBars::timerEvent(QTimerEvent* event) {

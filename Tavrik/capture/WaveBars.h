@@ -1,36 +1,43 @@
 #pragma once
 
+#include "capture/HUDModel.h"
+
 #include <QBasicTimer>
 #include <QElapsedTimer>
 #include <QList>
+#include <QPointer>
 #include <QQuickPaintedItem>
 
 namespace tavrik {
 
 /// The level meter: one upright capsule per level, 0 to 1, easing towards every new value. One item draws
-/// them all, since an animated item per bar costs more than the rest of the panel.
+/// them all, since an animated item per bar costs more than the rest of the panel; and it takes the levels
+/// from the model itself, since a binding would leave two copies of them to the garbage collector at every
+/// sample.
 class WaveBars : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QList<double> levels READ levels WRITE setLevels NOTIFY levelsChanged)
+    Q_PROPERTY(tavrik::HUDModel* model READ model WRITE setModel NOTIFY modelChanged)
 
 public:
     explicit WaveBars(QQuickItem* parent = nullptr);
 
-    QList<double> levels() const { return m_levels; }
-    void setLevels(const QList<double>& levels);
+    HUDModel* model() const { return m_model; }
+    void setModel(HUDModel* model);
 
     void paint(QPainter* painter) override;
 
 Q_SIGNALS:
-    void levelsChanged();
+    void modelChanged();
 
 protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
     bool isOnScreen() const;
+    void followLevels();
 
+    QPointer<HUDModel> m_model;
     QList<double> m_levels;
     QList<double> m_from;
     QList<double> m_drawn;
