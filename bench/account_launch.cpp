@@ -3,9 +3,9 @@
 //   tests/desktop/on-desktop account_launch TAVRIK [rounds]
 
 #include "Measure.h"
+#include "Programs.h"
 
 #include <QCoreApplication>
-#include <QProcess>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -79,17 +79,6 @@ private:
 
     QProcess m_monitor;
 };
-
-/// A session that is kept, as an earlier run would have left it.
-void storeSession() {
-    QProcess tool;
-    tool.start("secret-tool", {"store", "--label", "session", "service", "io.nordvex.tavrik", "account",
-                               "supabase-session"});
-    tool.write(R"({"accessToken":"a","refreshToken":"r","expiresAt":4e9,"email":"someone@example.org"})");
-    tool.closeWriteChannel();
-    if (!tool.waitForFinished() || tool.exitCode() != 0)
-        qFatal("the keyring takes no session");
-}
 
 std::unique_ptr<QProcess> launch(const QString& program) {
     auto process = std::make_unique<QProcess>();

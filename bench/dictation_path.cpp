@@ -2,8 +2,9 @@
 // editor, beside the script a user would write. The server answers at once. On a desktop of its own:
 //   tests/desktop/on-desktop dictation_path TAVRIK TAVRIK-BACKEND PORT SCRIPT [rounds]
 
+#include "HotKeyHold.h"
 #include "Measure.h"
-#include "platform/x11/X11Keyboard.h"
+#include "Programs.h"
 
 #include <QApplication>
 #include <QDir>
@@ -13,9 +14,7 @@
 #include <QJsonObject>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QUuid>
 
 #include <cstdio>
@@ -26,8 +25,6 @@ using namespace tavrik::bench;
 
 namespace {
 
-constexpr quint8 altKey = 64;
-constexpr quint8 spaceKey = 65;
 constexpr int holdMilliseconds = 900;
 
 double now() {
@@ -60,23 +57,6 @@ protected:
     }
 };
 
-QByteArray run(const QString& program, const QStringList& arguments, const QByteArray& input = {}) {
-    QProcess process;
-    process.start(program, arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished() || process.exitCode() != 0)
-        qFatal("%s failed", qPrintable(program));
-    return process.readAllStandardOutput();
-}
-
-struct Process : QProcess {
-    ~Process() override {
-        terminate();
-        waitForFinished();
-    }
-};
-
 void writeHistory(int records) {
     const QString folder = qEnvironmentVariable("XDG_DATA_HOME") + "/Tavrik";
     QDir().mkpath(folder);
@@ -95,13 +75,10 @@ void writeHistory(int records) {
 
 class Desk {
 public:
-    Desk(QString tavrik, QString backend, QString port, QString script)
-        : m_tavrik(std::move(tavrik)), m_script(std::move(script)) {
-        m_backend.start(backend, {"--port", port, "--control"});
-        if (!m_backend.waitForReadyRead())
-            qFatal("no backend");
-        m_url = QString::fromUtf8(m_backend.readLine().trimmed());
-        run(m_tavrik, {"preferences", "set", "openrouter_api_key", "-"}, "bench\n");
+    Desk(const QString& tavrik, const QString& backend, const QString& port, QString script)
+        : m_script(std::move(script)) {
+        m_url = startBackend(m_backend, backend, {"--port", port, "--control"});
+        run(tavrik, {"preferences", "set", "openrouter_api_key", "-"}, "bench\n");
         editor.show();
         editor.activateWindow();
         if (!QTest::qWaitForWindowActive(&editor, 20000))
@@ -115,24 +92,11 @@ public:
         double releaseToText = 0;
     };
 
-    void launch(QProcess& program) {
-        program.start(m_tavrik, {});
-        const bool up = QTest::qWaitFor(
-            [] {
-                return run("busctl", {"--user", "list", "--acquired", "--no-legend"})
-                    .contains("io.nordvex.tavrik");
-            },
-            20000);
-        if (!up)
-            qFatal("the program did not start");
-        QTest::qWait(500);
-    }
-
     Times dictate() {
         script();
-        hold(true);
+        HotKeyHold hold;
         QTest::qWait(holdMilliseconds);
-        hold(false);
+        hold.release();
         return await(now());
     }
 
@@ -162,12 +126,6 @@ private:
                  "body": "{\"choices\":[{\"message\":{\"content\":\"It is a fine day today.\"}}]}"}])");
     }
 
-    void hold(bool down) {
-        m_keyboard.synthesise(down ? altKey : spaceKey, down);
-        m_keyboard.synthesise(down ? spaceKey : altKey, down);
-        m_keyboard.flush();
-    }
-
     Times await(double released) {
         if (!QTest::qWaitFor([this] { return editor.textAt.has_value(); }, 20000))
             qFatal("no text arrived");
@@ -180,11 +138,9 @@ private:
                 *editor.textAt - released};
     }
 
-    QString m_tavrik;
     QString m_script;
     QString m_url;
     Process m_backend;
-    X11Keyboard m_keyboard;
 };
 
 double medianOf(const std::vector<Desk::Times>& rounds, double Desk::Times::* field) {
@@ -207,7 +163,7 @@ int main(int argc, char* argv[]) {
     for (const int records : {0, 1000, 100000}) {
         writeHistory(records);
         Process program;
-        desk.launch(program);
+        startTavrik(program, arguments[1]);
         desk.dictate();
         std::vector<Desk::Times> ours;
         std::vector<Desk::Times> scripts;

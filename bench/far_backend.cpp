@@ -1,0 +1,140 @@
+// Dictations of a signed-in user with the real program, its backend a round trip of 50 ms away over TLS: from
+// the release of the keys to the request's first byte at the server. The connection is opened while the user
+// speaks. As root, on a desktop of its own:
+//   tests/desktop/on-desktop far_backend TAVRIK-FAR TAVRIK-BACKEND PORT [launches]
+
+#include "Distance.h"
+#include "HotKeyHold.h"
+#include "Measure.h"
+#include "Programs.h"
+#include "support/Tls.h"
+
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+using namespace tavrik;
+using namespace tavrik::bench;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto roundTrip = 50ms;
+constexpr int laterDictations = 2;
+
+/// Puts the certificate in the place of all authorities, for this process and those it starts.
+void trustOnly(const test::Certificate& certificate, const QTemporaryDir& folder) {
+    const auto authority = folder.filePath("authority.pem");
+    if (!QFile::copy(certificate.file(), authority))
+        qFatal("no certificate");
+    run("openssl", {"rehash", folder.path()});
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount(folder.path().toLocal8Bit().constData(), "/etc/ssl/certs", nullptr, MS_BIND, nullptr) != 0)
+        qFatal("the authorities cannot be replaced");
+}
+
+class Backend {
+public:
+    Backend(const Distance& distance, const QString& program, const QString& port,
+            const test::Certificate& certificate)
+        : m_distance(distance) {
+        m_distance.goFar();
+        m_url = startBackend(m_process, program,
+                             {"--port", port, "--control", "--tls-certificate", certificate.file(),
+                              "--tls-key", certificate.keyFile()});
+        m_distance.goNear();
+    }
+
+    void willTranslate() {
+        control({"--data-binary", "@-", m_url + "/control/replies"},
+                R"([{"path": "/functions/v1/translate", "body": "{\"text\": \"A fine day.\"}"}])");
+        control({"--request", "DELETE", m_url + "/control/requests"});
+    }
+
+    /// The one request since then, in milliseconds of the clock that the program's user has too.
+    double firstByte() {
+        QJsonArray requests;
+        const bool came = QTest::qWaitFor(
+            [&] {
+                requests = QJsonDocument::fromJson(control({m_url + "/control/requests"}))
+                               .object()
+                               .value("requests")
+                               .toArray();
+                return !requests.isEmpty();
+            },
+            20000);
+        if (!came || requests.size() != 1)
+            qFatal("%d requests where there should be one", static_cast<int>(requests.size()));
+        return static_cast<double>(requests[0].toObject().value("firstByteNs").toInteger()) / 1e6;
+    }
+
+private:
+    /// From beside the backend, so that the line is the program's alone.
+    QByteArray control(const QStringList& arguments, const QByteArray& input = {}) {
+        m_distance.goFar();
+        const auto reply = run("curl", QStringList{"-sSk"} + arguments, input);
+        m_distance.goNear();
+        return reply;
+    }
+
+    const Distance& m_distance;
+    Process m_process;
+    QString m_url;
+};
+
+double dictate(Backend& backend) {
+    backend.willTranslate();
+    HotKeyHold hold;
+    QTest::qWait(900);
+    hold.release();
+    const double released = milliseconds(Clock::now().time_since_epoch());
+    const double took = backend.firstByte() - released;
+    // The reply has the way back before it, and is then pasted.
+    QTest::qWait(300);
+    return took;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    if (::geteuid() != 0) {
+        std::puts("NOT RUN: a distant network can only be made by root");
+        return EXIT_FAILURE;
+    }
+    const QGuiApplication application(argc, argv);
+    const auto arguments = QCoreApplication::arguments();
+    if (arguments.size() < 4)
+        qFatal("usage: far_backend TAVRIK-FAR TAVRIK-BACKEND PORT [launches]");
+    const int launches = arguments.size() > 4 ? std::max(1, arguments[4].toInt()) : 9;
+
+    const test::Certificate certificate;
+    const QTemporaryDir authorities;
+    storeSession();
+    trustOnly(certificate, authorities);
+    const Distance distance(roundTrip);
+    Backend backend(distance, arguments[2], arguments[3], certificate);
+
+    std::vector<double> first;
+    std::vector<double> later;
+    for (int i = 0; i < launches; ++i) {
+        Process program;
+        startTavrik(program, arguments[1]);
+        first.push_back(dictate(backend));
+        for (int j = 0; j < laterDictations; ++j)
+            later.push_back(dictate(backend));
+    }
+    const auto print = [](const char* which, const std::vector<double>& took) {
+        std::printf("release to the request's first byte at a server 25 ms away, %s: %.1f ms, at most %.1f "
+                    "(goal 35)\n",
+                    which, median(took), *std::ranges::max_element(took));
+    };
+    print("first dictation", first);
+    print("later ones", later);
+}
