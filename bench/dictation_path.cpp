@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -15,6 +16,7 @@
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QUuid>
 
 #include <cstdio>
@@ -126,9 +128,17 @@ private:
                  "body": "{\"choices\":[{\"message\":{\"content\":\"It is a fine day today.\"}}]}"}])");
     }
 
+    /// Asleep until something happens, as an editor is: a wait that looks now and then would be measured too.
+    void waitForText() {
+        QEventLoop loop;
+        QObject::connect(&editor, &QPlainTextEdit::textChanged, &loop, &QEventLoop::quit);
+        QTimer::singleShot(20000, &loop, [] { qFatal("no text arrived"); });
+        if (!editor.textAt)
+            loop.exec();
+    }
+
     Times await(double released) {
-        if (!QTest::qWaitFor([this] { return editor.textAt.has_value(); }, 20000))
-            qFatal("no text arrived");
+        waitForText();
         const auto requests = QJsonDocument::fromJson(run("curl", {"-s", m_url + "/control/requests"}))
                                   .object()
                                   .value("requests")
