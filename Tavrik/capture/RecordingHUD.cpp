@@ -42,6 +42,11 @@ RecordingHUD::RecordingHUD(PanelHost& host, MainQueue& queue, QQmlEngine& engine
     m_levelTimer.setInterval(50ms);
     m_levelTimer.setTimerType(Qt::PreciseTimer);
     m_levelTimer.callOnTimeout([this] { m_model.push(m_levelProvider()); });
+    m_hiding.setSingleShot(true);
+    m_hiding.callOnTimeout([this] {
+        if (m_panel)
+            m_panel->hide();
+    });
 }
 
 RecordingHUD::~RecordingHUD() = default;
@@ -53,6 +58,7 @@ void RecordingHUD::show(std::function<float()> levelProvider, std::function<void
     m_model.setActions(posted(std::move(onCancel)), posted(std::move(onConfirm)));
     if (!m_panel)
         makePanel();
+    m_hiding.stop();
     placePanel();
     m_panel->show();
     m_panel->raise();
@@ -67,8 +73,9 @@ void RecordingHUD::setProcessing() {
 
 void RecordingHUD::hide() {
     m_levelTimer.stop();
-    if (m_panel)
-        m_panel->hide();
+    // In a later turn: the server takes milliseconds to draw what was behind the panel, and the paste that
+    // follows a hide would wait for it.
+    m_hiding.start();
 }
 
 void RecordingHUD::makePanel() {

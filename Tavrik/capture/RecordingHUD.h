@@ -39,6 +39,7 @@ private:
     std::unique_ptr<QQuickView> m_panel;
     std::function<float()> m_levelProvider;
     QTimer m_levelTimer;
+    QTimer m_hiding;
 };
 
 } // namespace tavrik

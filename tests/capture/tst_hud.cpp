@@ -133,7 +133,7 @@ void TestHUD::nothingIsMadeBeforeTheFirstShow() {
     QVERIFY(!model()->isProcessing());
     const auto* first = m_host->panel;
     m_hud->hide();
-    QVERIFY(!first->isVisible());
+    QTRY_VERIFY(!first->isVisible());
     m_host->panel = nullptr;
     show();
     QVERIFY(first->isVisible());
@@ -209,9 +209,12 @@ void TestHUD::showStartsAnew() {
     QTRY_COMPARE(model()->levels(), QList<double>(14, 1.0));
     m_hud->setProcessing();
     m_hud->hide();
+    const int before = m_samples;
     show();
     QVERIFY(!model()->isProcessing());
     QCOMPARE(model()->levels(), QList<double>(14, 0.0));
+    QTRY_VERIFY(m_samples > before);
+    QVERIFY(m_host->panel->isVisible());
 }
 
 void TestHUD::barsReachTheirHeights_data() {
