@@ -348,8 +348,8 @@ void TestX11HotKey::aDeadServerIsSurvived() {
     QVERIFY2(turns < 30, qPrintable(QString::number(turns)));
 
     QCOMPARE(backend.registerHotKey(altSpace, {})->status(), Status::unavailable);
-    QVERIFY(keyboard.keysInTheWay().none());
-    QVERIFY(keyboard.focusedWindowClass().isEmpty());
+    QVERIFY(keyboard.circumstances().keysInTheWay.none());
+    QVERIFY(keyboard.circumstances().focusedWindowClass.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestX11HotKey)

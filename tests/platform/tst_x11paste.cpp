@@ -22,7 +22,7 @@ public:
     Window(X11Keyboard& keyboard, const QByteArray& windowClass, const QString& program,
            const QStringList& arguments) {
         m_process.start(program, arguments);
-        m_focused = QTest::qWaitFor([&] { return keyboard.focusedWindowClass().contains(windowClass); },
+        m_focused = QTest::qWaitFor([&] { return keyboard.circumstances().focusedWindowClass.contains(windowClass); },
                                     std::chrono::milliseconds(20000).count());
     }
     Window(const Window&) = delete;
@@ -75,7 +75,7 @@ private:
     // Everybody is sent the new map before the keys that follow, but this side has to read it first.
     void setLayout(const QStringList& layout) {
         output("setxkbmap", layout);
-        m_keyboard->activeGroup();
+        m_keyboard->circumstances();
         QEventLoop loop;
         QTimer::singleShot(0, &loop, &QEventLoop::quit);
         loop.exec();

@@ -28,6 +28,18 @@ QByteArrayList windowClass(xcb_connection_t* connection, xcb_window_t window) {
     return names;
 }
 
+/// The focus is often on an inner window, which has no class of its own. 0 and 1 stand for no window at all.
+QByteArrayList classAround(xcb_connection_t* connection, xcb_window_t window) {
+    while (window > XCB_INPUT_FOCUS_POINTER_ROOT) {
+        if (const auto names = windowClass(connection, window); !names.isEmpty())
+            return names;
+        const XcbPointer<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+        window = tree ? tree->parent : XCB_NONE;
+    }
+    return {};
+}
+
 } // namespace
 
 void X11Keyboard::Disconnect::operator()(xcb_connection_t* connection) const {
@@ -38,6 +50,7 @@ X11Keyboard::X11Keyboard() : m_connection(xcb_connect(nullptr, nullptr)) {
     auto* connection = m_connection.get();
     if (xcb_connection_has_error(connection) != 0)
         return;
+    xcb_prefetch_extension_data(connection, &xcb_test_id);
     m_root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 
     const auto xkb = xcb_xkb_use_extension(connection, XCB_XKB_MAJOR_VERSION, XCB_XKB_MINOR_VERSION);
@@ -91,16 +104,31 @@ void X11Keyboard::ungrab(quint8 keycode, std::span<const quint8> masks) {
     m_grabbed.erase(std::ranges::find(m_grabbed, keycode));
 }
 
-X11Keyboard::Keys X11Keyboard::keysInTheWay() const {
+X11Keyboard::Circumstances X11Keyboard::circumstances() const {
     auto* connection = m_connection.get();
-    const XcbPointer<xcb_query_keymap_reply_t> down(
-        xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr));
-    Keys keys;
-    if (!down)
-        return keys;
+    const auto downCookie = xcb_query_keymap(connection);
+    const auto stateCookie = xcb_xkb_get_state(connection, XCB_XKB_ID_USE_CORE_KBD);
+    const auto focusCookie = xcb_get_input_focus(connection);
+    const XcbPointer<xcb_query_keymap_reply_t> down(xcb_query_keymap_reply(connection, downCookie, nullptr));
+    const XcbPointer<xcb_xkb_get_state_reply_t> state(
+        xcb_xkb_get_state_reply(connection, stateCookie, nullptr));
+    const XcbPointer<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(connection, focusCookie, nullptr));
+    Circumstances now;
+    if (down)
+        now.keysInTheWay = inTheWay(down->keys);
+    if (state)
+        now.group = state->group & 3;
+    if (focus)
+        now.focusedWindowClass = classAround(connection, focus->focus);
+    return now;
+}
+
+X11Keyboard::Keys X11Keyboard::inTheWay(std::span<const quint8> down) const {
     const auto locks = XCB_MOD_MASK_LOCK | m_keymap.numLock();
+    Keys keys;
     for (size_t keycode = 0; keycode < keys.size(); ++keycode)
-        if ((down->keys[keycode / 8] >> (keycode % 8) & 1) != 0)
+        if ((down[keycode / 8] >> (keycode % 8) & 1) != 0)
             keys[keycode] =
                 (m_keymap.modifiersOf(keycode) & ~locks) != 0 || std::ranges::count(m_grabbed, keycode) > 0;
     return keys;
@@ -109,29 +137,6 @@ X11Keyboard::Keys X11Keyboard::keysInTheWay() const {
 void X11Keyboard::watchModifiers(bool on) {
     selectXkbEvents(XCB_XKB_EVENT_TYPE_STATE_NOTIFY, on);
     flush();
-}
-
-size_t X11Keyboard::activeGroup() const {
-    auto* connection = m_connection.get();
-    const XcbPointer<xcb_xkb_get_state_reply_t> state(
-        xcb_xkb_get_state_reply(connection, xcb_xkb_get_state(connection, XCB_XKB_ID_USE_CORE_KBD), nullptr));
-    return state ? state->group & 3 : 0;
-}
-
-QByteArrayList X11Keyboard::focusedWindowClass() const {
-    auto* connection = m_connection.get();
-    const XcbPointer<xcb_get_input_focus_reply_t> focus(
-        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
-    // The focus is often on an inner window, which has no class of its own. 0 and 1 stand for no window at
-    // all.
-    for (auto window = focus ? focus->focus : XCB_NONE; window > XCB_INPUT_FOCUS_POINTER_ROOT;) {
-        if (const auto names = windowClass(connection, window); !names.isEmpty())
-            return names;
-        const XcbPointer<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
-        window = tree ? tree->parent : XCB_NONE;
-    }
-    return {};
 }
 
 void X11Keyboard::synthesise(quint8 keycode, bool down) {

@@ -41,18 +41,23 @@ public:
     /// Gives such a grab up.
     void ungrab(quint8 keycode, std::span<const quint8> masks);
 
-    /// The keys now down that would spoil a synthetic shortcut: modifiers other than the locks, and keys
-    /// grabbed here, whose grab keeps the whole keyboard while they are down.
-    Keys keysInTheWay() const;
+    /// What a synthetic shortcut would meet.
+    struct Circumstances {
+        /// The keys down that would spoil it: modifiers other than the locks, and keys grabbed here, whose
+        /// grab keeps the whole keyboard while they are down.
+        Keys keysInTheWay;
+        /// The layout group in effect, 0 to 3.
+        size_t group = 0;
+        /// WM_CLASS of the window with the keyboard focus, its instance and its class. Empty if there is
+        /// none.
+        QByteArrayList focusedWindowClass;
+    };
+
+    /// As it is now. Asked in as few turns as possible: a busy server takes its time for each.
+    Circumstances circumstances() const;
 
     /// Whether modifiersChanged() is wanted. Off at first.
     void watchModifiers(bool on);
-
-    /// The layout group in effect, 0 to 3.
-    size_t activeGroup() const;
-
-    /// WM_CLASS of the window with the keyboard focus, its instance and its class. Empty if there is none.
-    QByteArrayList focusedWindowClass() const;
 
     /// Moves a key as if by hand. Takes effect with the next query or flush().
     void synthesise(quint8 keycode, bool down);
@@ -66,6 +71,7 @@ Q_SIGNALS:
     void modifiersChanged();
 
 private:
+    Keys inTheWay(std::span<const quint8> down) const;
     void selectXkbEvents(quint16 events, bool on);
     void drain(bool readSocket);
 

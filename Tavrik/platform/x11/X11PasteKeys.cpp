@@ -1,7 +1,5 @@
 #include "platform/x11/X11PasteKeys.h"
 
-#include "platform/x11/X11Keyboard.h"
-
 #include <X11/keysym.h>
 #include <xcb/xproto.h>
 
@@ -84,10 +82,8 @@ bool X11PasteKeys::isTrusted() const {
 void X11PasteKeys::sendPaste() {
     if (m_bound.isActive())
         return;
-    if (m_keyboard.keysInTheWay().none()) {
-        send();
-        return;
-    }
+    if (const auto now = m_keyboard.circumstances(); now.keysInTheWay.none())
+        return send(now);
     m_keyboard.watchModifiers(true);
     m_bound.start();
     // Asked again, since the last key may have gone up before the watch began.
@@ -95,31 +91,36 @@ void X11PasteKeys::sendPaste() {
 }
 
 void X11PasteKeys::sendIfFree() {
-    if (m_bound.isActive() && m_keyboard.keysInTheWay().none())
-        sendAnyway();
+    if (!m_bound.isActive())
+        return;
+    if (const auto now = m_keyboard.circumstances(); now.keysInTheWay.none())
+        endWaiting(now);
 }
 
 void X11PasteKeys::sendAnyway() {
-    m_bound.stop();
-    m_keyboard.watchModifiers(false);
-    const auto held = m_keyboard.keysInTheWay();
-    for (size_t keycode = 0; keycode < held.size(); ++keycode)
-        if (held[keycode])
+    const auto now = m_keyboard.circumstances();
+    for (size_t keycode = 0; keycode < now.keysInTheWay.size(); ++keycode)
+        if (now.keysInTheWay[keycode])
             m_keyboard.synthesise(keycode, false);
-    send();
+    endWaiting(now);
 }
 
-void X11PasteKeys::send() {
+void X11PasteKeys::endWaiting(const X11Keyboard::Circumstances& now) {
+    m_bound.stop();
+    m_keyboard.watchModifiers(false);
+    send(now);
+}
+
+void X11PasteKeys::send(const X11Keyboard::Circumstances& now) {
     const auto& keymap = m_keyboard.keymap();
-    const auto group = m_keyboard.activeGroup();
     auto modifier = keymap.keyForModifiers(XCB_MOD_MASK_CONTROL);
-    auto key = keymap.keyFor(XK_v, group);
-    const auto terminal = isTerminal(m_keyboard.focusedWindowClass());
+    auto key = keymap.keyFor(XK_v, now.group);
+    const auto terminal = isTerminal(now.focusedWindowClass);
     if (terminal)
         m_offerSelection();
     if (terminal || !key) {
         modifier = keymap.keyForModifiers(XCB_MOD_MASK_SHIFT);
-        key = keymap.keyFor(XK_Insert, group);
+        key = keymap.keyFor(XK_Insert, now.group);
     }
     if (!modifier || !key)
         return;

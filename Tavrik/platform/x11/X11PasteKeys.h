@@ -1,14 +1,13 @@
 #pragma once
 
 #include "platform/PasteKeys.h"
+#include "platform/x11/X11Keyboard.h"
 
 #include <QTimer>
 
 #include <functional>
 
 namespace tavrik {
-
-class X11Keyboard;
 
 /// Control+V by XTEST, or Shift+Insert in terminals and where the active layout has no v.
 class X11PasteKeys : public QObject, public PasteKeys {
@@ -27,7 +26,8 @@ public:
 private:
     void sendIfFree();
     void sendAnyway();
-    void send();
+    void endWaiting(const X11Keyboard::Circumstances& now);
+    void send(const X11Keyboard::Circumstances& now);
 
     X11Keyboard& m_keyboard;
     const std::function<void()> m_offerSelection;
