@@ -57,7 +57,7 @@ public:
 
 protected:
     qint64 readData(char* data, qint64 maximum) override {
-        const auto length = std::min(maximum, bytesAvailable());
+        const auto length = std::min(hasBegun() ? maximum : firstPiece, bytesAvailable());
         std::memcpy(data, m_bytes.constData() + m_position, static_cast<size_t>(length));
         m_position += length;
         return length;
@@ -65,6 +65,10 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
+    /// Short, since the manager sends the headers along with it. A TLS record is read only when it has
+    /// arrived whole, and a full one is more than an idle connection sends before the first acknowledgement.
+    static constexpr qint64 firstPiece = 64;
+
     const QByteArray m_bytes;
     qint64 m_position = 0;
     QNetworkReply* m_reply = nullptr;
