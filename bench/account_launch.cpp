@@ -24,6 +24,7 @@ using SystemClock = std::chrono::system_clock;
 /// From exec to the end, in milliseconds.
 double run(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const auto& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);

@@ -129,23 +129,24 @@ private:
     }
 
     /// Asleep until something happens, as an editor is: a wait that looks now and then would be measured too.
-    void waitForText() {
+    double waitForText() {
         QEventLoop loop;
         QObject::connect(&editor, &QPlainTextEdit::textChanged, &loop, &QEventLoop::quit);
         QTimer::singleShot(20000, &loop, [] { qFatal("no text arrived"); });
-        if (!editor.textAt)
+        while (!editor.textAt)
             loop.exec();
+        return *editor.textAt;
     }
 
     Times await(double released) {
-        waitForText();
+        const double text = waitForText();
         const auto requests = QJsonDocument::fromJson(run("curl", {"-s", m_url + "/control/requests"}))
                                   .object()
                                   .value("requests")
                                   .toArray();
         const double received = requests.last().toObject().value("lastByteNs").toDouble() / 1e6;
-        return {received - released, editor.keyAt.value_or(received) - received, *editor.textAt - received,
-                *editor.textAt - released};
+        return {received - released, editor.keyAt.value_or(received) - received, text - received,
+                text - released};
     }
 
     QString m_script;
@@ -155,6 +156,7 @@ private:
 
 double medianOf(const std::vector<Desk::Times>& rounds, double Desk::Times::* field) {
     std::vector<double> values;
+    values.reserve(rounds.size());
     for (const auto& times : rounds)
         values.push_back(times.*field);
     return median(values);
