@@ -3,21 +3,20 @@
 #include "backend/Wav.h"
 #include "backend/WavFile.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
-#include <QTemporaryFile>
 #include <QTest>
-
-#include <csignal>
 
 using namespace tavrik;
 using namespace tavrik::backend;
 using namespace tavrik::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 const QByteArray chatPath = "/api/v1/chat/completions";
+const QByteArray usual = "Authorization: Bearer k\r\nContent-Type: application/json\r\n";
+const QByteArray closing = "Connection: close\r\n";
 
 QByteArray chatBody(const QByteArray& data, const QByteArray& prompt = "native-sounding German. Preserve it",
                     const QByteArray& format = "wav") {
@@ -30,10 +29,7 @@ QByteArray chatBody(double seconds) {
     return chatBody(wav(seconds).toBase64());
 }
 
-QByteArray post(const QByteArray& path, const QByteArray& body,
-                const QByteArray& headers = "Authorization: Bearer k\r\n"
-                                            "Content-Type: "
-                                            "application/json\r\n") {
+QByteArray post(const QByteArray& path, const QByteArray& body, const QByteArray& headers = usual) {
     return "POST " + path +
            " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" +
            headers + "\r\n" + body;
@@ -65,12 +61,8 @@ QJsonObject bodyOf(const QByteArray& reply) {
 }
 
 QString content(const QByteArray& reply) {
-    return bodyOf(reply)[QStringLiteral("choices")][0][QStringLiteral("message")][QStringLiteral("content")]
-        .toString();
+    return bodyOf(reply)[u"choices"_s][0][u"message"_s][u"content"_s].toString();
 }
-
-const QByteArray closing = "Connection: close\r\n";
-const QByteArray usual = "Authorization: Bearer k\r\nContent-Type: application/json\r\n";
 
 } // namespace
 
@@ -82,9 +74,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("expected");
         const auto row = [](const char* name, const QByteArray& body, const char* expected) {
-            QTest::newRow(name) << body
-                                << QStringLiteral("Offline stand-in: received ") +
-                                       QString::fromUtf8(expected);
+            QTest::newRow(name) << body << u"Offline stand-in: received "_s + QString::fromUtf8(expected);
         };
         row("tone", chatBody(wav(3.2, 2320).toBase64()), "3.2 seconds of audio at -23 dBFS for German.");
         row("full scale", chatBody(wav(0.5, 32767).toBase64()), "0.5 seconds of audio at 0 dBFS for German.");
@@ -92,8 +82,6 @@ private Q_SLOTS:
         row("no samples", chatBody(wav(0).toBase64()), "0.0 seconds of silence for German.");
         row("another language", chatBody(wav(1).toBase64(), "native-sounding Old Norse. Preserve it"),
             "1.0 seconds of audio at -30 dBFS for Old Norse.");
-        row("no language", chatBody(wav(1).toBase64(), "Translate."),
-            "1.0 seconds of audio at -30 dBFS for an unnamed language.");
     }
     void statesWhatItReceived() {
         QFETCH(QByteArray, body);
@@ -114,28 +102,15 @@ private Q_SLOTS:
         };
         const QByteArray json = "Content-Type: application/json\r\n";
         row("no authorization", 401, good, json);
-        row("empty token", 401, good, "Authorization: Bearer \r\n" + json);
-        row("another scheme", 401, good, "Authorization: Basic k\r\n" + json);
         row("no content type", 415, good, "Authorization: Bearer k\r\n");
-        row("form", 415, good,
-            "Authorization: Bearer k\r\nContent-Type: application/x-www-form-urlencoded\r\n");
         row("charset", 200, good,
             "Authorization: Bearer k\r\nContent-Type: application/json; charset=utf-8\r\n");
-        row("empty body", 400, "");
         row("no JSON", 400, "x");
-        row("array", 400, "[]");
         row("no model", 400, QByteArray(good).replace(R"("model":"m")", R"("model":"")"));
         row("odd temperature", 400, QByteArray(good).replace("0.2", "\"0.2\""));
-        row("hot", 400, QByteArray(good).replace("0.2", "2.1"));
-        row("not the user", 400, QByteArray(good).replace("\"user\"", "\"system\""));
-        row("unknown part", 400, QByteArray(good).replace("\"text\",", "\"image\","));
-        row("no text", 400, chatBody(wav(0.1).toBase64(), ""));
         row("another format", 400, chatBody(wav(0.1).toBase64(), "p", "mp3"));
         row("no base64", 400, chatBody("!!!!"));
-        row("line breaks in base64", 400, chatBody(wav(0.1).toBase64().insert(76, "\\n")));
-        row("empty recording", 400, chatBody(""));
         row("no WAV", 400, chatBody(QByteArray("hello").toBase64()));
-        QTest::newRow("GET") << get(chatPath) << 405;
         QTest::newRow("another path") << post("/api/v1/other", good, usual + closing) << 404;
         QTest::newRow("control, not asked for") << get("/control/requests") << 404;
         QTest::newRow("no request line") << QByteArray("hello\r\n\r\n") << 400;
@@ -152,11 +127,11 @@ private Q_SLOTS:
         StandIn standIn({});
         HttpServer server(std::make_unique<QTcpServer>(), standIn);
         QVERIFY(server.listen());
-        const auto reply = talk(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(server.port())), request);
+        const auto reply = talk(QUrl(u"http://127.0.0.1:%1"_s.arg(server.port())), request);
         QCOMPARE(status(reply), expected);
         if (request.contains(chatPath) && expected != 200) {
-            QCOMPARE(bodyOf(reply)[QStringLiteral("error")][QStringLiteral("code")].toInt(), expected);
-            QVERIFY(!bodyOf(reply)[QStringLiteral("error")][QStringLiteral("message")].toString().isEmpty());
+            QCOMPARE(bodyOf(reply)[u"error"_s][u"code"_s].toInt(), expected);
+            QVERIFY(!bodyOf(reply)[u"error"_s][u"message"_s].toString().isEmpty());
         }
     }
 
@@ -168,18 +143,13 @@ private Q_SLOTS:
             return QByteArray(good).replace(position, bytes.size(), bytes);
         };
         QTest::newRow("good") << good << 0.5;
-        QTest::newRow("stereo") << changed(22, "\x02") << 0.25;
         QTest::newRow("odd chunk before the samples")
             << QByteArray(good).insert(36, QByteArray("LIST\x03\0\0\0abc\0", 12)) << 0.5;
         QTest::newRow("cut short") << good.chopped(1) << -1.0;
         QTest::newRow("length never filled in") << changed(40, "\xff\xff\xff\xff") << -1.0;
         QTest::newRow("float") << changed(20, "\x03") << -1.0;
-        QTest::newRow("8 bit") << changed(34, "\x08") << -1.0;
-        QTest::newRow("no channels") << changed(22, QByteArray(1, 0)) << -1.0;
         QTest::newRow("samples before format")
             << good.first(12) + good.sliced(36) + good.sliced(12, 24) << -1.0;
-        QTest::newRow("head only") << good.first(36) << -1.0;
-        QTest::newRow("empty") << QByteArray() << -1.0;
     }
     void measuresOnlyValidWav() {
         QFETCH(QByteArray, file);
@@ -214,7 +184,7 @@ private Q_SLOTS:
         QVERIFY2(backend.line().startsWith("http://127.0.0.1:"), backend.line().constData());
         QCOMPARE(backend.line().count('\n'), 1);
         QTcpSocket elsewhere;
-        elsewhere.connectToHost(QStringLiteral("127.0.0.2"), static_cast<quint16>(backend.url().port()));
+        elsewhere.connectToHost(u"127.0.0.2"_s, static_cast<quint16>(backend.url().port()));
         QVERIFY(!elsewhere.waitForConnected());
 
         QVERIFY2(content(talk(backend.url(), post(chatPath, chatBody(0.5), usual + closing)))
@@ -224,38 +194,32 @@ private Q_SLOTS:
         QCOMPARE(backend.rest(), QByteArray());
     }
 
-    void programRefusesWrongArguments_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("port") << QStringList{QStringLiteral("--port"), QStringLiteral("70000")};
-        QTest::newRow("script") << QStringList{QStringLiteral("--script"), QStringLiteral("/nowhere")};
-        QTest::newRow("option") << QStringList{QStringLiteral("--nonsense")};
-    }
     void programRefusesWrongArguments() {
-        QFETCH(QStringList, arguments);
-        QProcess process;
-        process.start(QStringLiteral(TAVRIK_BACKEND_PROGRAM), arguments);
-        QVERIFY(process.waitForFinished());
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 1);
-        QVERIFY(process.readAllStandardOutput().isEmpty());
-        QVERIFY(!process.readAllStandardError().isEmpty());
+        for (const auto& arguments : {u"--port 70000"_s, u"--script /nowhere"_s, u"--nonsense"_s}) {
+            QProcess process;
+            process.start(QStringLiteral(TAVRIK_BACKEND_PROGRAM), arguments.split(u' '));
+            QVERIFY(process.waitForFinished());
+            QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(process.exitCode(), 1);
+            QVERIFY(process.readAllStandardOutput().isEmpty());
+            QVERIFY(!process.readAllStandardError().isEmpty());
+        }
     }
 
     void passesOnWithItsOwnKey() {
         const QByteArray key = "sk-real-key";
-        BackendProcess upstream({QStringLiteral("--control")});
+        BackendProcess upstream({u"--control"_s});
         auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("OPENROUTER_API_KEY"), QString::fromLatin1(key));
-        BackendProcess backend({QStringLiteral("--upstream"), upstream.url().toString()}, environment);
+        environment.insert(u"OPENROUTER_API_KEY"_s, QString::fromLatin1(key));
+        BackendProcess backend({u"--upstream"_s, upstream.url().toString()}, environment);
 
         const auto body = chatBody(1.5);
         const auto reply = talk(backend.url(), post(chatPath, body, usual + closing));
         QCOMPARE(status(reply), 200);
         QVERIFY(content(reply).contains(u"1.5 seconds"));
         const auto received = bodyOf(talk(upstream.url(), get("/control/requests")));
-        const auto request = received[QStringLiteral("requests")][0];
-        QCOMPARE(request[QStringLiteral("headers")][QStringLiteral("Authorization")].toString(),
-                 QString::fromLatin1("Bearer " + key));
+        const auto request = received[u"requests"_s][0];
+        QCOMPARE(request[u"headers"_s][u"Authorization"_s].toString(), QString::fromLatin1("Bearer " + key));
         QVERIFY(talk(upstream.url(), get("/control/body")).endsWith(body));
 
         // Its refusals and its absence are passed on too; what is wrong by itself is not.
@@ -263,8 +227,7 @@ private Q_SLOTS:
                                   R"([{"status":402,"body":{"error":{"message":"No credit"}}}])", closing));
         const auto refused = talk(backend.url(), post(chatPath, body, usual + closing));
         QCOMPARE(status(refused), 402);
-        QCOMPARE(bodyOf(refused)[QStringLiteral("error")][QStringLiteral("message")].toString(),
-                 QStringLiteral("No credit"));
+        QCOMPARE(bodyOf(refused)[u"error"_s][u"message"_s].toString(), u"No credit"_s);
         QCOMPARE(status(talk(backend.url(), post(chatPath, "{}", usual + closing))), 400);
         QCOMPARE(upstream.stop(), 0);
         QCOMPARE(status(talk(backend.url(), post(chatPath, body, usual + closing))), 502);
@@ -273,40 +236,14 @@ private Q_SLOTS:
         QVERIFY(!backend.rest().contains(key));
     }
 
-    void scriptIsReadStrictly_data() {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<bool>("usable");
-        QTest::newRow("all members")
-            << QByteArray(
-                   R"([{"path":"/x","status":500,"headers":{"A":"b"},"body":{"a":1},"chunked":true,)"
-                   R"("closeDelimited":false,"delayMs":1,"byteIntervalMs":2,"ending":"reset",)"
-                   R"("afterRequestBytes":3,"afterReplyBytes":4},{"bodyBase64":"AAE="},{"bodySize":"endless"}])")
-            << true;
-        QTest::newRow("none") << QByteArray("[]") << true;
-        QTest::newRow("object") << QByteArray("{}") << false;
-        QTest::newRow("no JSON") << QByteArray("x") << false;
-        QTest::newRow("misspelt member") << QByteArray(R"([{"delayMS":1}])") << false;
-        QTest::newRow("unknown ending") << QByteArray(R"([{"ending":"explode"}])") << false;
-        QTest::newRow("negative size") << QByteArray(R"([{"bodySize":-1}])") << false;
-        QTest::newRow("status as text") << QByteArray(R"([{"status":"500"}])") << false;
-    }
     void scriptIsReadStrictly() {
-        QFETCH(QByteArray, script);
-        QFETCH(bool, usable);
-        QCOMPARE(parseScript(script).has_value(), usable);
-    }
-
-    void scriptedRepliesGoToTheirPath() {
-        BackendProcess backend({QStringLiteral("--control")});
-        talk(backend.url(),
-             post("/control/replies", R"([{"path":"/b","status":202},{"status":201}])", closing));
-        const auto statusOf = [&](const QByteArray& path) {
-            return status(talk(backend.url(), get(path)));
-        };
-        QCOMPARE(statusOf("/a"), 201);
-        QCOMPARE(statusOf("/b"), 202);
-        QCOMPARE(statusOf("/b"), 404);
-        QCOMPARE(statusOf("/control/requests"), 200);
+        QVERIFY(parseScript(
+            R"([{"path":"/x","status":500,"headers":{"A":"b"},"body":{"a":1},"chunked":true,)"
+            R"("closeDelimited":false,"delayMs":1,"byteIntervalMs":2,"ending":"reset",)"
+            R"("afterRequestBytes":3,"afterReplyBytes":4},{"bodyBase64":"AAE="},{"bodySize":"endless"}])"));
+        for (const auto* const script : {"{}", "x", R"([{"delayMS":1}])", R"([{"ending":"explode"}])",
+                                         R"([{"bodySize":-1}])", R"([{"status":"500"}])"})
+            QVERIFY2(!parseScript(script), script);
     }
 };
 
