@@ -62,8 +62,11 @@ struct SettingOf {
         slot.finishReading();
     }
 
+    /// What the next request gets; a status of 0 stands for no reply at all.
     void script(int status, const QByteArray& body, const QByteArray& path = {}) {
-        service.script({{.path = path, .reply = {.status = status, .body = body}}});
+        service.script({{.path = path,
+                         .reply = {.status = status, .body = body},
+                         .ending = status ? Ending::Complete : Ending::Reset}});
     }
 
     /// Runs what is still in the main queue.
@@ -77,10 +80,9 @@ struct SettingOf {
                         const QString& password = u"secret"_s) {
         return outcome<void>([&](auto completion) { store.signIn(email, password, std::move(completion)); });
     }
-    Result<bool> signUp() {
-        return outcome<bool>([&](auto completion) {
-            store.signUp(u"typed@example.org"_s, u"secret"_s, std::move(completion));
-        });
+    Result<bool> signUp(const QString& email = u"typed@example.org"_s,
+                        const QString& password = u"secret"_s) {
+        return outcome<bool>([&](auto completion) { store.signUp(email, password, std::move(completion)); });
     }
     Result<QString> token() {
         return outcome<QString>([&](auto completion) { store.withValidAccessToken(std::move(completion)); });
@@ -119,41 +121,31 @@ class AuthStoreTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void requests_data() {
-        QTest::addColumn<QString>("operation");
-        QTest::addColumn<QByteArray>("target");
-        QTest::addColumn<QJsonObject>("body");
-        const QJsonObject credentials{{u"email"_s, u" Typed@Example.org "_s},
-                                      {u"password"_s, u" pässwörd\n"_s}};
-        QTest::newRow("sign in") << u"signIn"_s << "/auth/v1/token?grant_type=password"_ba << credentials;
-        QTest::newRow("sign up") << u"signUp"_s << "/auth/v1/signup?"_ba << credentials;
-        QTest::newRow("refresh") << u"refresh"_s << "/auth/v1/token?grant_type=refresh_token"_ba
-                                 << QJsonObject{{u"refresh_token"_s, u"refresh old"_s}};
-    }
-
     void requests() {
-        QFETCH(QString, operation);
-        QFETCH(QByteArray, target);
         Setting setting(session(u"old"_s, 30));
-        setting.script(200, tokens("new"));
         const auto email = u" Typed@Example.org "_s;
         const auto password = u" pässwörd\n"_s;
-        if (operation == u"signIn")
-            QVERIFY(setting.signIn(email, password));
-        else if (operation == u"signUp")
-            QVERIFY(Setting::outcome<bool>(
-                [&](auto completion) { setting.store.signUp(email, password, std::move(completion)); }));
-        else
-            QVERIFY(setting.token());
+        const QJsonObject credentials{{u"email"_s, email}, {u"password"_s, password}};
+        for (int i = 0; i < 3; ++i)
+            setting.script(200, tokens("new"));
+        QVERIFY(setting.token());
+        QVERIFY(setting.signIn(email, password));
+        QVERIFY(setting.signUp(email, password));
 
-        QCOMPARE(setting.service.requests().size(), 1);
-        const auto& request = setting.service.requests().first();
-        QCOMPARE(request.method, "POST"_ba);
-        QCOMPARE(request.path + '?' + request.query, target);
-        QCOMPARE(request.header("apikey"), "anonymous"_ba);
-        QCOMPARE(request.header("Content-Type"), "application/json"_ba);
-        QCOMPARE(request.header("Authorization"), QByteArray());
-        QTEST(object(request.body), "body");
+        const std::pair<QByteArray, QJsonObject> expected[]{
+            {"/auth/v1/token?grant_type=refresh_token", {{u"refresh_token"_s, u"refresh old"_s}}},
+            {"/auth/v1/token?grant_type=password", credentials},
+            {"/auth/v1/signup?", credentials}};
+        const auto& requests = setting.service.requests();
+        QCOMPARE(requests.size(), 3);
+        for (qsizetype i = 0; i < 3; ++i) {
+            QCOMPARE(requests[i].method, "POST"_ba);
+            QCOMPARE(requests[i].path + '?' + requests[i].query, expected[i].first);
+            QCOMPARE(requests[i].header("apikey"), "anonymous"_ba);
+            QCOMPARE(requests[i].header("Content-Type"), "application/json"_ba);
+            QCOMPARE(requests[i].header("Authorization"), QByteArray());
+            QCOMPARE(object(requests[i].body), expected[i].second);
+        }
     }
 
     void tokenReplies_data() {
@@ -166,18 +158,11 @@ private Q_SLOTS:
                                 << lifetime;
         };
         row("tokens alone", "");
-        row("lifetime", R"(,"expires_in":7200)", 7200);
         row("fractional lifetime", R"(,"expires_in":90.5)", 90.5);
         row("lifetime as text", R"(,"expires_in":"7200")");
-        row("lifetime as a boolean", R"(,"expires_in":true)");
-        row("lifetime null", R"(,"expires_in":null)");
-        row("another expiry member", R"(,"expires_at":1)");
         row("user", R"(,"user":{"email":"server@example.org"})", 3600, u"server@example.org"_s);
         row("user without an address", R"(,"user":{})");
         row("address a number", R"(,"user":{"email":1})");
-        row("user a string", R"(,"user":"server@example.org")");
-        row("address beside the user", R"(,"email":"server@example.org")");
-        row("error members in a success", R"(,"error":{"message":"x"},"msg":"x")");
     }
 
     void tokenReplies() {
@@ -212,6 +197,7 @@ private Q_SLOTS:
             return u"Sign-in failed (HTTP %1)"_s.arg(status);
         };
         const auto unexpected = u"Unexpected response from the auth server."_s;
+        const auto lost = u"The server closed the connection before its reply was complete"_s;
         row("description first", 400,
             R"({"error_description":"1","msg":"2","error":{"message":"3"},"message":"4"})", u"1"_s);
         row("then msg", 422, R"({"error_description":1,"msg":"2","error":{"message":"3"},"message":"4"})",
@@ -220,20 +206,16 @@ private Q_SLOTS:
         row("then the message", 400, R"({"error":{"message":["3"]},"message":"4"})", u"4"_s);
         row("passed on as it is", 400, R"({"msg":" <b>ن</b>\n"})", u" <b>ن</b>\n"_s);
         row("an empty text", 400, R"({"msg":""})", QString());
-        row("error as a string", 400, R"({"error":"invalid_grant"})", fallback(400));
         row("nothing usable", 401, R"({"msg":{},"message":7,"error":null})", fallback(401));
         row("an array", 500, R"([{"msg":"x"}])", fallback(500));
         row("not JSON", 502, "<html>Bad gateway</html>", fallback(502));
-        row("no body", 500, "", fallback(500));
         row("tokens with a refusal", 300, tokens("x"), fallback(300));
         row("a redirect", 307, "", fallback(307));
 
-        row("success without a body", 200, "", unexpected);
+        row("no reply", 0, "", lost);
         row("success, not JSON", 200, "yes", unexpected);
-        row("success, an array", 200, "[" + tokens("x") + "]", unexpected);
         row("no access token", 200, R"({"refresh_token":"r"})", unexpected);
         row("no refresh token", 200, R"({"access_token":"a"})", unexpected);
-        row("access token a number", 200, R"({"access_token":1,"refresh_token":"r"})", unexpected);
         row("refresh token null", 200, R"({"access_token":"a","refresh_token":null})", unexpected);
     }
 
@@ -252,38 +234,17 @@ private Q_SLOTS:
         QCOMPARE(setting.slot.writes, 0);
     }
 
-    void noReplyIsPassedOn() {
-        Setting setting;
-        setting.service.script(
-            {{.ending = Ending::Reset},
-             {.reply = {.body = tokens("cut")}, .ending = Ending::Close, .afterReplyBytes = 5}});
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            const auto result = setting.signIn();
-            QVERIFY(!result);
-            QVERIFY(!result.error().description.isEmpty());
-            setting.settle();
-            QVERIFY(!setting.store.session());
-        }
-        QCOMPARE(setting.service.requests().size(), 2);
-        QCOMPARE(setting.slot.writes, 0);
-    }
-
     void signUps_data() {
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<std::optional<bool>>("confirmation");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const char* name, int status, const QByteArray& body,
-                            std::optional<bool> confirmation, const QString& message = {}) {
-            QTest::newRow(name) << status << body << confirmation << message;
-        };
-        row("to be confirmed", 200, R"({"id":"1","email":"typed@example.org","refresh_token":"r"})", true);
-        row("empty success", 204, "", true);
-        row("tokens", 200, tokens("new"), false);
-        row("token null", 200, R"({"access_token":null})", {},
-            u"Unexpected response from the auth server."_s);
-        row("refused", 422, R"({"msg":"User already registered"})", {}, u"User already registered"_s);
-        row("refused, no words", 500, "{}", {}, u"Sign-in failed (HTTP 500)"_s);
+        using Confirmation = std::optional<bool>;
+        QTest::newRow("to be confirmed")
+            << 200 << R"({"id":"1","refresh_token":"r"})"_ba << Confirmation(true);
+        QTest::newRow("empty success") << 204 << ""_ba << Confirmation(true);
+        QTest::newRow("tokens") << 200 << tokens("new") << Confirmation(false);
+        QTest::newRow("token null") << 200 << R"({"access_token":null})"_ba << Confirmation();
+        QTest::newRow("refused") << 422 << R"({"msg":"User already registered"})"_ba << Confirmation();
     }
 
     void signUps() {
@@ -294,7 +255,6 @@ private Q_SLOTS:
         setting.script(status, body);
         const auto result = setting.signUp();
         QCOMPARE(result ? std::optional(*result) : std::nullopt, confirmation);
-        QTEST(description(result), "message");
         setting.settle();
         QCOMPARE(setting.store.session().has_value(), confirmation == false);
         QCOMPARE(setting.slot.writes, confirmation == false ? 1 : 0);
@@ -343,8 +303,6 @@ private Q_SLOTS:
             << 401 << R"({"email":"g@example.org"})"_ba << u"g@example.org"_s;
         QTest::newRow("address a number") << 200 << R"({"email":1})"_ba << unknown;
         QTest::newRow("no address") << 200 << "{}"_ba << unknown;
-        QTest::newRow("an array") << 200 << R"([{"email":"g@example.org"}])"_ba << unknown;
-        QTest::newRow("no body") << 500 << ""_ba << unknown;
         QTest::newRow("no reply") << 0 << ""_ba << unknown;
     }
 
@@ -359,10 +317,7 @@ private Q_SLOTS:
         connect(&setting.store, &AuthStore::lastOAuthErrorChanged, this, [&] { changes << u"error"_s; });
         connect(&setting.store, &AuthStore::sessionChanged, this, [&] { changes << u"session"_s; });
 
-        if (status == 0)
-            setting.service.script({{.path = userPath, .ending = Ending::Close}});
-        else
-            setting.script(status, user, userPath);
+        setting.script(status, user, userPath);
         setting.store.handleCallback(
             "tavrik://auth-callback#access_token=a%20b&refresh_token=r&expires_in=100");
         QTRY_COMPARE(changes, QStringList({u"error"_s, u"session"_s}));
@@ -419,33 +374,28 @@ private Q_SLOTS:
         QVERIFY(fresh.service.requests().isEmpty());
     }
 
-    void aRefresh_data() {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::addColumn<QString>("email");
-        QTest::newRow("address kept") << tokens("new") << u"old@example.org"_s;
-        QTest::newRow("address from the server")
-            << R"({"user":{"email":"new@example.org"},)" + tokens("new").sliced(1) << u"new@example.org"_s;
-    }
-
     void aRefresh() {
-        QFETCH(QByteArray, reply);
         Setting setting(session(u"old"_s, 30));
-        setting.script(200, reply, signInPath);
-        QCOMPARE(setting.token().value_or(QString()), u"access new"_s);
-        setting.settle();
-        QTEST(setting.store.session()->email, "email");
-        QCOMPARE(setting.slot.content, setting.store.session()->toJson());
-        QCOMPARE(setting.token().value_or(QString()), u"access new"_s);
-        QCOMPARE(setting.service.requests().size(), 1);
+        setting.script(200, tokens("new", 30), signInPath);
+        setting.script(200, R"({"user":{"email":"new@example.org"},)" + tokens("newer").sliced(1),
+                       signInPath);
+        const std::pair<QString, QString> expected[]{{u"access new"_s, u"old@example.org"_s},
+                                                     {u"access newer"_s, u"new@example.org"_s},
+                                                     {u"access newer"_s, u"new@example.org"_s}};
+        for (const auto& [token, email] : expected) {
+            QCOMPARE(setting.token().value_or(QString()), token);
+            setting.settle();
+            QCOMPARE(setting.store.session()->email, email);
+            QCOMPARE(setting.slot.content, setting.store.session()->toJson());
+        }
+        QCOMPARE(setting.service.requests().size(), 2);
     }
 
     void aFailedRefreshSignsOut_data() {
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("reply");
         QTest::newRow("refused") << 400 << R"({"msg":"revoked"})"_ba;
-        QTest::newRow("server error") << 500 << ""_ba;
         QTest::newRow("malformed") << 200 << "{}"_ba;
-        QTest::newRow("token of another type") << 200 << R"({"access_token":[],"refresh_token":"r"})"_ba;
         QTest::newRow("no reply") << 0 << ""_ba;
     }
 
@@ -453,10 +403,7 @@ private Q_SLOTS:
         QFETCH(int, status);
         QFETCH(QByteArray, reply);
         Setting setting(session(u"old"_s, -5));
-        if (status == 0)
-            setting.service.script({{.ending = Ending::Reset}});
-        else
-            setting.script(status, reply);
+        setting.script(status, reply);
         QCOMPARE(description(setting.token()), u"Your session expired — please sign in again."_s);
         QVERIFY(!setting.store.isSignedIn());
         QCOMPARE(setting.slot.content, std::nullopt);
