@@ -193,269 +193,243 @@ class AppDelegateTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cycle_data();
-    void cycle();
-    void level_data();
-    void level();
-    void launch();
-    void storesWhatWasPasted();
-    void synchronousFailureOfTheTranslator();
-    void hotKeyFollowsThePreferences();
-    void hotKeyIsNotReplacedUnderAHold();
-    void hotKeyIsReleasedForRecording();
-    void firstRun_data();
-    void firstRun();
-    void takenHotKeyIsToldAndTriedAgain();
+    void cycle_data() {
+        QTest::addColumn<QString>("events");
+        QTest::addColumn<QString>("journal");
+        QTest::addColumn<int>("records");
+        QTest::addColumn<int>("files");
+
+        const QString recording = "icon mic.fill, panel, Pop";
+        const QString processing = recording + ", icon hourglass, panel waits, translate";
+        const QString idle = ", icon mic, no panel";
+        const QString pasted = processing + idle + ", paste [Hello], Glass";
+        const auto row = [](const char* name, const char* events, const QString& journal, int records,
+                            int files) {
+            QTest::newRow(name) << QString(events) << journal << records << files;
+        };
+
+        row("idle: release", "release", "", 0, 0);
+        row("idle: cancel", "cancel", "", 0, 0);
+        row("idle: failed start, then release", "broken press release",
+            "Basso, alert Tavrik: Could not start recording: no microphone", 0, 0);
+        row("idle: failed start without sounds", "quiet broken press",
+            "alert Tavrik: Could not start recording: no microphone", 0, 0);
+
+        row("recording", "press", recording, 0, 1);
+        row("recording: press", "press press", recording, 0, 1);
+        row("recording: confirm, then the real release", "press confirm release", processing, 0, 1);
+        row("recording: cross, then the real release", "press cross release", recording + idle, 0, 0);
+        row("recording: cancel, late text", "press cancel text", recording + idle, 0, 0);
+        row("recording: tap of exactly 0.4 s", "tap press release", recording + idle, 0, 0);
+        row("recording: stop yields nothing", "press lost release", recording, 0, 1);
+        row("recording: stop yields nothing, release again", "press lost release found release", processing,
+            0, 1);
+        row("recording: cancel yields nothing", "press lost cancel", recording + idle, 0, 1);
+        row("recording: owner gone", "press gone", recording + idle, 0, 0);
+
+        row("processing: press, release, both buttons", "press release press release confirm cross cancel",
+            processing, 0, 1);
+        row("processing: text without sounds", "quiet press release text",
+            QString(processing + idle + ", paste [Hello]").remove(", Pop"), 1, 0);
+        row("processing: spaces are text", "press release spaces", processing + idle + ", paste [  ], Glass",
+            1, 0);
+        row("processing: empty", "press release empty",
+            processing + idle +
+                ", Basso, alert Tavrik: The model returned empty text — try speaking a bit longer.",
+            0, 0);
+        row("processing: failure", "press release fail",
+            processing + idle + ", Basso, alert Tavrik: <b>boom</b>", 0, 0);
+        row("processing: owner gone, late text", "press release gone text", processing, 0, 0);
+        row("processing: a second text", "press release text text", pasted, 1, 0);
+        row("twice", "press release text press release text", pasted + ", " + pasted, 2, 0);
+    }
+
+    void cycle() {
+        QFETCH(QString, events);
+        QFETCH(QString, journal);
+        Desk desk;
+        for (const auto& event : events.split(u' '))
+            desk.play(event);
+        QCOMPARE(desk.journal.join(", "), journal);
+        QTEST(int(desk.history.items().size()), "records");
+        QTEST(int(desk.audioFiles().size()), "files");
+    }
+
+    void level_data() {
+        QTest::addColumn<float>("power");
+        QTest::addColumn<float>("level");
+        QTest::newRow("full scale") << 0.0F << 1.0F;
+        QTest::newRow("above full scale") << 3.0F << 1.0F;
+        QTest::newRow("half way") << -25.0F << 0.5F;
+        QTest::newRow("below") << -160.0F << 0.0F;
+        QTest::newRow("silence") << -INFINITY << 0.0F;
+        QTest::newRow("not a number") << NAN << 0.0F;
+    }
+
+    void level() {
+        QFETCH(float, power);
+        Desk desk;
+        desk.play("press");
+        QCOMPARE(desk.hud.level(), 0.0F);
+        desk.recorder.power = power;
+        QTEST(desk.hud.level(), "level");
+        desk.play("gone");
+        QCOMPARE(desk.hud.level(), 0.0F);
+    }
+
+    void launch() {
+        Desk desk;
+        desk.preferences.values["appearance"] = "dark";
+        desk.app->applicationDidFinishLaunching();
+        QCOMPARE(desk.journal, (QStringList{"icon mic", "register 49 2048"}));
+        QCOMPARE(desk.status.description, "Tavrik idle");
+        QVERIFY(desk.status.note.isEmpty());
+        QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
+        QVERIFY(desk.microphone.asked && desk.pasteKeys.asked);
+
+        QStringList menu;
+        for (const auto& item : desk.status.items)
+            menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
+        QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-", "Open Tavrik+o",
+                                    "Check for Updates…-", "-", "Quit Tavrik+q"}));
+        desk.status.items.last().action();
+        QCOMPARE(desk.journal.last(), "quit");
+    }
+
+    void storesWhatWasPasted() {
+        Desk desk;
+        desk.recorder.duration = 3.25;
+        const auto before = QDateTime::currentDateTimeUtc();
+        for (const auto* event : {"press", "release", "text", "press", "release", "spaces"})
+            desk.play(QString::fromLatin1(event));
+        QCOMPARE(desk.history.items().size(), 2);
+        const auto& newest = desk.history.items().first();
+        QCOMPARE(newest.text, QByteArray("  "));
+        QCOMPARE(newest.duration, 3.25);
+        QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
+        QVERIFY(newest.id != desk.history.items().last().id);
+        QCOMPARE(desk.translator.prepared, 2);
+    }
+
+    void synchronousFailureOfTheTranslator() {
+        Desk desk;
+        desk.translator.immediate = Error{"Sign in first: menubar icon → Open Tavrik."};
+        desk.play("press");
+        desk.play("release");
+        QCOMPARE(desk.journal.last(), "alert Tavrik: Sign in first: menubar icon → Open Tavrik.");
+        QVERIFY(desk.journal.contains("no panel"));
+        QVERIFY(desk.audioFiles().isEmpty());
+    }
+
+    void hotKeyFollowsThePreferences() {
+        Desk desk;
+        desk.app->applicationDidFinishLaunching();
+        desk.journal.clear();
+
+        desk.preferences.values["target_language"] = "German";
+        desk.preferences.changed();
+        QVERIFY(desk.journal.isEmpty());
+
+        desk.preferences.values["hotkey_keycode"] = qlonglong{97};
+        desk.preferences.values["hotkey_display"] = "⌥ F6";
+        desk.preferences.changed();
+        QCOMPARE(desk.journal, (QStringList{"unregister", "register 97 2048"}));
+        QCOMPARE(desk.status.items.first().title, "Hold ⌥ F6 and speak Persian");
+
+        // The new key works, through the queue.
+        desk.journal.clear();
+        desk.hotKeys.handlers.pressed();
+        desk.hotKeys.handlers.released();
+        QVERIFY(desk.journal.isEmpty());
+        QTRY_VERIFY(desk.journal.contains("translate"));
+    }
+
+    void hotKeyIsNotReplacedUnderAHold() {
+        Desk desk;
+        desk.app->applicationDidFinishLaunching();
+        desk.play("press");
+        desk.journal.clear();
+        desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
+        desk.preferences.changed();
+        QVERIFY(desk.journal.isEmpty());
+        desk.play("cancel");
+        QCOMPARE(desk.journal.last(), "register 49 4096");
+    }
+
+    void hotKeyIsReleasedForRecording() {
+        Desk desk;
+        desk.app->applicationDidFinishLaunching();
+        desk.journal.clear();
+        desk.app->releaseHotKey();
+        QCOMPARE(desk.journal, QStringList("unregister"));
+
+        // Neither an edit from outside nor a second start takes it back too early.
+        desk.preferences.values["hotkey_keycode"] = qlonglong{97};
+        desk.preferences.changed();
+        desk.app->applicationShouldHandleReopen();
+        QCOMPARE(desk.journal, (QStringList{"unregister", "window"}));
+        desk.app->hotKeyChanged();
+        QCOMPARE(desk.journal.last(), "register 97 2048");
+        QCOMPARE(desk.app->hotKeyStatus(), HotKeyBackend::Status::registered);
+
+        // A recording ends before its key is let go of.
+        desk.journal.clear();
+        desk.play("press");
+        desk.app->releaseHotKey();
+        desk.app->hotKeyChanged();
+        QVERIFY(!desk.journal.contains("unregister"));
+        desk.play("cancel");
+        QCOMPARE(desk.journal.last(), "register 97 2048");
+    }
+
+    void firstRun_data() {
+        QTest::addColumn<bool>("signedIn");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("opens");
+        QTest::newRow("nobody, no key") << false << "" << true;
+        QTest::newRow("own key") << false << "sk" << false;
+        QTest::newRow("signed in") << true << "" << false;
+    }
+
+    void firstRun() {
+        QFETCH(bool, signedIn);
+        QFETCH(QString, key);
+        QFETCH(bool, opens);
+        Desk desk;
+        desk.preferences.values["openrouter_api_key"] = key;
+        desk.app->applicationDidFinishLaunching();
+        desk.account.signedIn = signedIn;
+        desk.account.known();
+
+        // Due when the window would be.
+        bool due = false;
+        desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
+        QVERIFY(!desk.journal.contains("window"));
+        QTRY_VERIFY(due);
+        QCOMPARE(desk.journal.contains("window"), opens);
+    }
+
+    void takenHotKeyIsToldAndTriedAgain() {
+        Desk desk;
+        desk.hotKeys.answer = HotKeyBackend::Status::taken;
+        desk.app->applicationDidFinishLaunching();
+        QVERIFY(desk.status.note.contains("⌥ Space"));
+        QVERIFY(!desk.journal.join(u' ').contains("alert"));
+
+        desk.journal.clear();
+        desk.preferences.changed();
+        QCOMPARE(desk.journal.count("register 49 2048"), 1);
+        QVERIFY(!desk.status.note.isEmpty());
+
+        desk.hotKeys.answer = HotKeyBackend::Status::registered;
+        desk.app->applicationShouldHandleReopen();
+        QCOMPARE(desk.journal.count("register 49 2048"), 2);
+        QVERIFY(desk.status.note.isEmpty());
+
+        desk.app->applicationShouldHandleReopen();
+        QCOMPARE(desk.journal.count("register 49 2048"), 2);
+    }
 };
-
-void AppDelegateTest::cycle_data() {
-    QTest::addColumn<QString>("events");
-    QTest::addColumn<QString>("journal");
-    QTest::addColumn<int>("records");
-    QTest::addColumn<int>("files");
-
-    QString recording = "icon mic.fill, panel, Pop";
-    QString processing = recording + ", icon hourglass, panel waits, translate";
-    const QString idle = ", icon mic, no panel";
-
-    // Idle with every event.
-    QTest::newRow("idle: release") << "release" << "" << 0 << 0;
-    QTest::newRow("idle: cancel") << "cancel" << "" << 0 << 0;
-    QTest::newRow("idle: failed start, then release")
-        << "broken press release" << "Basso, alert Tavrik: Could not start recording: no microphone" << 0
-        << 0;
-    QTest::newRow("idle: failed start without sounds")
-        << "quiet broken press" << "alert Tavrik: Could not start recording: no microphone" << 0 << 0;
-
-    // Recording with every event.
-    QTest::newRow("recording") << "press" << recording << 0 << 1;
-    QTest::newRow("recording: press") << "press press" << recording << 0 << 1;
-    QTest::newRow("recording: release") << "press release" << processing << 0 << 1;
-    QTest::newRow("recording: confirm, then the real release")
-        << "press confirm release" << processing << 0 << 1;
-    QTest::newRow("recording: cross, then the real release")
-        << "press cross release" << recording + idle << 0 << 0;
-    QTest::newRow("recording: cancel, late text") << "press cancel text" << recording + idle << 0 << 0;
-    QTest::newRow("recording: tap of exactly 0.4 s") << "tap press release" << recording + idle << 0 << 0;
-    QTest::newRow("recording: stop yields nothing") << "press lost release" << recording << 0 << 1;
-    QTest::newRow("recording: stop yields nothing, release again")
-        << "press lost release found release" << processing << 0 << 1;
-    QTest::newRow("recording: cancel yields nothing") << "press lost cancel" << recording + idle << 0 << 1;
-    QTest::newRow("recording: owner gone") << "press gone" << recording + idle << 0 << 0;
-
-    // Processing with every event.
-    QTest::newRow("processing: press, release, both buttons")
-        << "press release press release confirm cross cancel" << processing << 0 << 1;
-    QTest::newRow("processing: text")
-        << "press release text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
-    QTest::newRow("processing: text without sounds")
-        << "quiet press release text" << QString(processing + idle + ", paste [Hello]").remove(", Pop") << 1
-        << 0;
-    QTest::newRow("processing: spaces are text")
-        << "press release spaces" << processing + idle + ", paste [  ], Glass" << 1 << 0;
-    QTest::newRow("processing: empty")
-        << "press release empty"
-        << processing + idle +
-               ", Basso, alert Tavrik: The model returned empty text — try speaking a bit longer."
-        << 0 << 0;
-    QTest::newRow("processing: failure")
-        << "press release fail" << processing + idle + ", Basso, alert Tavrik: <b>boom</b>" << 0 << 0;
-    QTest::newRow("processing: owner gone, late text") << "press release gone text" << processing << 0 << 0;
-    QTest::newRow("processing: a second text")
-        << "press release text text" << processing + idle + ", paste [Hello], Glass" << 1 << 0;
-    QTest::newRow("twice") << "press release text press release text"
-                           << processing + idle + ", paste [Hello], Glass, " + processing + idle +
-                                  ", paste [Hello], Glass"
-                           << 2 << 0;
-}
-
-void AppDelegateTest::cycle() {
-    QFETCH(QString, events);
-    QFETCH(QString, journal);
-    Desk desk;
-    for (const auto& event : events.split(u' '))
-        desk.play(event);
-    QCOMPARE(desk.journal.join(", "), journal);
-    QTEST(int(desk.history.items().size()), "records");
-    QTEST(int(desk.audioFiles().size()), "files");
-}
-
-void AppDelegateTest::level_data() {
-    QTest::addColumn<float>("power");
-    QTest::addColumn<float>("level");
-    QTest::newRow("full scale") << 0.0F << 1.0F;
-    QTest::newRow("above full scale") << 3.0F << 1.0F;
-    QTest::newRow("half way") << -25.0F << 0.5F;
-    QTest::newRow("quietest") << -50.0F << 0.0F;
-    QTest::newRow("below") << -160.0F << 0.0F;
-    QTest::newRow("silence") << -INFINITY << 0.0F;
-    QTest::newRow("not a number") << NAN << 0.0F;
-}
-
-void AppDelegateTest::level() {
-    QFETCH(float, power);
-    Desk desk;
-    desk.play("press");
-    QCOMPARE(desk.hud.level(), 0.0F);
-    desk.recorder.power = power;
-    QTEST(desk.hud.level(), "level");
-    desk.play("gone");
-    QCOMPARE(desk.hud.level(), 0.0F);
-}
-
-void AppDelegateTest::launch() {
-    Desk desk;
-    desk.preferences.values["appearance"] = "dark";
-    desk.app->applicationDidFinishLaunching();
-    QCOMPARE(desk.journal, (QStringList{"icon mic", "register 49 2048"}));
-    QCOMPARE(desk.status.description, "Tavrik idle");
-    QVERIFY(desk.status.note.isEmpty());
-    QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
-    QVERIFY(desk.microphone.asked && desk.pasteKeys.asked);
-
-    QStringList menu;
-    for (const auto& item : desk.status.items)
-        menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
-    QCOMPARE(menu, (QStringList{"Hold ⌥ Space and speak Persian-", "-", "Open Tavrik+o",
-                                "Check for Updates…-", "-", "Quit Tavrik+q"}));
-    desk.status.items.last().action();
-    QCOMPARE(desk.journal.last(), "quit");
-}
-
-void AppDelegateTest::storesWhatWasPasted() {
-    Desk desk;
-    desk.recorder.duration = 3.25;
-    const auto before = QDateTime::currentDateTimeUtc();
-    for (const auto* event : {"press", "release", "text", "press", "release", "spaces"})
-        desk.play(QString::fromLatin1(event));
-    QCOMPARE(desk.history.items().size(), 2);
-    const auto& newest = desk.history.items().first();
-    QCOMPARE(newest.text, QByteArray("  "));
-    QCOMPARE(newest.duration, 3.25);
-    QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
-    QVERIFY(newest.id != desk.history.items().last().id);
-    QCOMPARE(desk.translator.prepared, 2);
-}
-
-void AppDelegateTest::synchronousFailureOfTheTranslator() {
-    Desk desk;
-    desk.translator.immediate = Error{"Sign in first: menubar icon → Open Tavrik."};
-    desk.play("press");
-    desk.play("release");
-    QCOMPARE(desk.journal.last(), "alert Tavrik: Sign in first: menubar icon → Open Tavrik.");
-    QVERIFY(desk.journal.contains("no panel"));
-    QVERIFY(desk.audioFiles().isEmpty());
-}
-
-void AppDelegateTest::hotKeyFollowsThePreferences() {
-    Desk desk;
-    desk.app->applicationDidFinishLaunching();
-    desk.journal.clear();
-
-    desk.preferences.values["target_language"] = "German";
-    desk.preferences.changed();
-    QVERIFY(desk.journal.isEmpty());
-
-    desk.preferences.values["hotkey_keycode"] = qlonglong{97};
-    desk.preferences.values["hotkey_display"] = "⌥ F6";
-    desk.preferences.changed();
-    QCOMPARE(desk.journal, (QStringList{"unregister", "register 97 2048"}));
-    QCOMPARE(desk.status.items.first().title, "Hold ⌥ F6 and speak Persian");
-
-    // The new key works, through the queue.
-    desk.journal.clear();
-    desk.hotKeys.handlers.pressed();
-    desk.hotKeys.handlers.released();
-    QVERIFY(desk.journal.isEmpty());
-    QTRY_VERIFY(desk.journal.contains("translate"));
-}
-
-void AppDelegateTest::hotKeyIsNotReplacedUnderAHold() {
-    Desk desk;
-    desk.app->applicationDidFinishLaunching();
-    desk.play("press");
-    desk.journal.clear();
-    desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
-    desk.preferences.changed();
-    QVERIFY(desk.journal.isEmpty());
-    desk.play("cancel");
-    QCOMPARE(desk.journal.last(), "register 49 4096");
-}
-
-void AppDelegateTest::hotKeyIsReleasedForRecording() {
-    Desk desk;
-    desk.app->applicationDidFinishLaunching();
-    desk.journal.clear();
-    desk.app->releaseHotKey();
-    QCOMPARE(desk.journal, QStringList("unregister"));
-
-    // Neither an edit from outside nor a second start takes it back too early.
-    desk.preferences.values["hotkey_keycode"] = qlonglong{97};
-    desk.preferences.changed();
-    desk.app->applicationShouldHandleReopen();
-    QCOMPARE(desk.journal, (QStringList{"unregister", "window"}));
-    desk.app->hotKeyChanged();
-    QCOMPARE(desk.journal.last(), "register 97 2048");
-    QCOMPARE(desk.app->hotKeyStatus(), HotKeyBackend::Status::registered);
-
-    // A recording ends before its key is let go of.
-    desk.journal.clear();
-    desk.play("press");
-    desk.app->releaseHotKey();
-    desk.app->hotKeyChanged();
-    QVERIFY(!desk.journal.contains("unregister"));
-    desk.play("cancel");
-    QCOMPARE(desk.journal.last(), "register 97 2048");
-}
-
-void AppDelegateTest::firstRun_data() {
-    QTest::addColumn<bool>("signedIn");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<bool>("opens");
-    QTest::newRow("nobody, no key") << false << "" << true;
-    QTest::newRow("own key") << false << "sk" << false;
-    QTest::newRow("signed in") << true << "" << false;
-    QTest::newRow("signed in, own key") << true << "sk" << false;
-}
-
-void AppDelegateTest::firstRun() {
-    QFETCH(bool, signedIn);
-    QFETCH(QString, key);
-    QFETCH(bool, opens);
-    Desk desk;
-    desk.preferences.values["openrouter_api_key"] = key;
-    desk.app->applicationDidFinishLaunching();
-    desk.account.signedIn = signedIn;
-    desk.account.known();
-
-    // Due when the window would be.
-    bool due = false;
-    desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
-    QVERIFY(!desk.journal.contains("window"));
-    QTRY_VERIFY(due);
-    QCOMPARE(desk.journal.contains("window"), opens);
-}
-
-void AppDelegateTest::takenHotKeyIsToldAndTriedAgain() {
-    Desk desk;
-    desk.hotKeys.answer = HotKeyBackend::Status::taken;
-    desk.app->applicationDidFinishLaunching();
-    QVERIFY(desk.status.note.contains("⌥ Space"));
-    QVERIFY(!desk.journal.join(u' ').contains("alert"));
-
-    desk.journal.clear();
-    desk.preferences.changed();
-    QCOMPARE(desk.journal.count("register 49 2048"), 1);
-    QVERIFY(!desk.status.note.isEmpty());
-
-    desk.hotKeys.answer = HotKeyBackend::Status::registered;
-    desk.app->applicationShouldHandleReopen();
-    QCOMPARE(desk.journal.count("register 49 2048"), 2);
-    QVERIFY(desk.status.note.isEmpty());
-
-    desk.app->applicationShouldHandleReopen();
-    QCOMPARE(desk.journal.count("register 49 2048"), 2);
-}
 
 QTEST_GUILESS_MAIN(AppDelegateTest)
 #include "tst_appdelegate.moc"
