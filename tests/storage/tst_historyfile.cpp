@@ -123,13 +123,8 @@ private Q_SLOTS:
         const auto join = [](const QByteArrayList& members) {
             return members.join(',');
         };
-        QTest::newRow("as written") << join({date, duration, uuid, text}) << expected;
         QTest::newRow("another order") << join({text, uuid, duration, date}) << expected;
-        QTest::newRow("white space") << join({"\t\r\n " + date + " ", "\n" + duration + "\t", uuid,
-                                              text + "\r\n"})
-                                     << expected;
         QTest::newRow("lower-case id") << join({date, duration, uuid.toLower(), text}) << expected;
-        QTest::newRow("exponent") << join({date, R"("duration":25E-1)", uuid, text}) << expected;
         QTest::newRow("escaped name") << join({date, duration, uuid, R"("te\u0078t":"b")"}) << expected;
         QTest::newRow("escaped text") << join({date, duration, uuid, R"("text":"\u0062")"}) << expected;
         QTest::newRow("member twice") << join({R"("text":"a")", date, duration, uuid, text}) << expected;
@@ -169,57 +164,39 @@ private Q_SLOTS:
         row("date: no zone", "09Z", "09");
         row("date: lower-case zone", "09Z", "09z");
         row("date: offset", "09Z", "09+00:00");
-        row("date: no time", "T14:05:09Z", "");
         row("date: blank for T", "T14", " 14");
         row("date: day of another month", "03-01", "02-30");
         row("date: no leap year", "03-01", "02-29");
         row("date: month 13", "03-01", "13-01");
-        row("date: month 0", "03-01", "00-01");
         row("date: hour 24", "T14:05:09", "T24:00:00");
         row("date: minute 60", "05:09", "60:09");
         row("date: second 60", "05:09", "05:60");
         row("date: five-digit year", "2025", "12025");
         row("date: sign", "2025", "+025");
-        row("date: empty", "2025-03-01T14:05:09Z", "");
         row("duration: text", "2.5", R"("2.5")");
-        row("duration: null", "2.5", "null");
         row("duration: Boolean", "2.5", "true");
         row("duration: leading zero", "2.5", "02.5");
-        row("duration: plus", "2.5", "+2.5");
-        row("duration: no fraction", "2.5", "2.");
         row("duration: too large", "2.5", "1e400");
         row("duration: not a number", "2.5", "NaN");
-        row("duration: followed by garbage", "2.5", "2.5x");
         row("id: null", R"("1B4E28BA-2FA1-11D2-883F-0016D3CCA427")", "null");
         row("id: too short", "427", "42");
-        row("id: too long", "427", "4270");
         row("id: braces", "1B4E28BA-2FA1-11D2-883F-0016D3CCA427", "{1B4E28BA-2FA1-11D2-883F-0016D3CCA427}");
         row("id: no hexadecimal digit", "427", "42G");
         row("id: hyphen elsewhere", "1B4E28BA-2FA1", "1B4E28B-A2FA1");
         row("text: null", "\"b\"", "null");
-        row("text: array", "\"b\"", R"(["b"])");
-        row("text: object", "\"b\"", R"({})");
         row("text: two values", "\"b\"", "\"b\":\"c\"");
         row("text: unfinished", "\"b\"", "\"b");
         row("text: unknown escape", "\"b\"", R"("\x")");
-        row("text: half an escape", "\"b\"", R"("\u00")");
         row("text: lone high surrogate", "\"b\"", R"("\ud83d")");
-        row("text: lone low surrogate", "\"b\"", R"("\ude00")");
         row("text: raw control character", "\"b\"", "\"\n\"");
         row("text: overlong UTF-8", "\"b\"", "\"\xc0\xaf\"");
-        row("text: cut UTF-8", "\"b\"", "\"\xe2\x82\"");
-        row("text: UTF-8 of a surrogate", "\"b\"", "\"\xed\xa0\x80\"");
         row("missing comma", ",\"text\"", " \"text\"");
-        row("comma at the end", "\"b\"", "\"b\",");
-        row("missing colon", R"("text":)", R"("text")");
-        row("unquoted name", R"("text")", "text");
         row("comment", "\"b\"", "\"b\"/**/");
         row("unknown member: bad value", R"("text")", R"("x":tru,"text")");
         row("unknown member: almost null", R"("text")", R"("x":nul,"text")");
         row("unknown member: bad number deep inside", R"("text")", R"("x":[{"y":[1,-]}],"text")");
         row("unknown member: bad escape", R"("text")", R"("x":"\q","text")");
         row("unknown member: bad name", R"("text")", R"("\q":1,"text")");
-        row("unknown member: no value", R"("text")", R"("x":,"text")");
         row("unknown member: wrong bracket", R"("text")", R"("x":[1},"text")");
     }
     void refusesAllForOneBadRecord() {
@@ -236,20 +213,13 @@ private Q_SLOTS:
         QTest::newRow("garbage behind") << good + "x";
         QTest::newRow("second array behind") << good + "[]";
         QTest::newRow("zero byte behind") << good + QByteArray(1, '\0');
-        QTest::newRow("bracket behind") << good + "]";
         QTest::newRow("object") << QByteArray(R"({"items":[]})");
-        QTest::newRow("null") << QByteArray("null");
-        QTest::newRow("text") << QByteArray(R"("[]")");
         QTest::newRow("array of arrays") << QByteArray("[[]]");
         QTest::newRow("null among records") << good.chopped(2) + ",null]";
-        QTest::newRow("comma only") << QByteArray("[,]");
         QTest::newRow("comma at the end") << good.chopped(2) + ",]";
-        QTest::newRow("no comma") << QByteArray(good).replace("},", "} ");
         QTest::newRow("UTF-16") << QByteArray("\xff\xfe[\0]\0", 6);
-        QTest::newRow("deep nesting") << QByteArray(1'000'000, '[');
         QTest::newRow("deep nesting inside")
             << good.chopped(4) + R"(,"x":)" + QByteArray(100'000, '[') + QByteArray(100'000, ']') + "}]";
-        QTest::newRow("binary") << QByteArray(4096, '\0');
     }
     void refusesBadDocuments() {
         QFETCH(QByteArray, document);
