@@ -32,19 +32,16 @@ public:
     HotKeyBackend::Status status = HotKeyBackend::Status::registered;
 };
 
-class RevealedFolders : public FolderRevealer {
+class NoFolders : public FolderRevealer {
 public:
-    void reveal(const QString& folder) override { revealed << folder; }
-    QStringList revealed;
+    void reveal(const QString&) override {}
 };
 
-/// A desktop that does as it likes.
-class StubbornLoginItem : public LoginItem {
+class HeldLoginItem : public LoginItem {
 public:
     bool isEnabled() const override { return enabled; }
-    void setEnabled(bool wanted) override { enabled = wanted && !refuses; }
+    void setEnabled(bool wanted) override { enabled = wanted; }
     bool enabled = false;
-    bool refuses = false;
 };
 
 /// Nobody is signed in, and the window was never shown.
@@ -59,8 +56,8 @@ struct WindowDesk {
     HeldClipboard clipboard;
     CalledDays days;
     fake::Links links;
-    RevealedFolders folders;
-    StubbornLoginItem loginItem;
+    NoFolders folders;
+    HeldLoginItem loginItem;
     X11WindowActivator activator;
     X11KeyReader keys;
     OwnerLog hotKey;

@@ -18,7 +18,9 @@ const auto defaultShortcut = u"Shortcut: ⌥ Space"_s;
 struct Desk : test::WindowDesk {
     XKeys hands;
 
-    Desk() {
+    explicit Desk(bool collapsed = false) {
+        if (collapsed)
+            preferences.values["sidebar_collapsed"] = true;
         start(true);
         controller.show();
         if (!QTest::qWaitForWindowActive(&window()))
@@ -40,375 +42,257 @@ class MainWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cards();
-    void clickOutsideACardGoesNoFurther();
-    void sheetKeepsEverythingOut();
-    void sheetRemembersItsTab();
-    void sidebarRemembersItsWidth();
-    void closesAndOpensAgain();
-    void takesTheFocusFromAnotherProgram();
-    void signsOutAndIn();
-    void settingsAreStored();
-    void showsTheRealLoginItem();
-    void keyboardAlone();
-    void recordsWhatIsTyped_data();
-    void recordsWhatIsTyped();
-    void escapeEndsTheRecordingOnly();
-    void closingTheSheetEndsTheRecording();
-    void followsThePalette();
-};
-
-void MainWindowTest::initTestCase() {
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-}
-
-void MainWindowTest::cards() {
-    Desk desk;
-    const auto tree = desk.tree();
-    const auto empty = u"Nothing here yet."_s;
-    QVERIFY(!tree.shows(empty));
-    tree.click(u"Notifications"_s);
-    QTRY_VERIFY(tree.shows(empty));
-    tree.click(u"Account"_s);
-    QTRY_VERIFY(!tree.shows(empty));
-    QVERIFY(tree.shows(u"Sara Ahmadi"_s) && tree.shows(u"sara@example.org"_s));
-    tree.click(u"Account"_s);
-    QTRY_VERIFY(!tree.shows(u"Sara Ahmadi"_s));
-    tree.press(u"Notifications"_s);
-    QTRY_VERIFY(tree.shows(empty));
-    desk.key(Qt::Key_Escape);
-    QTRY_VERIFY(!tree.shows(empty));
-}
-
-void MainWindowTest::clickOutsideACardGoesNoFurther() {
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Account"_s);
-    QTRY_VERIFY(tree.shows(u"Sara Ahmadi"_s));
-    // On the card, but on nothing in it.
-    QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, tree.middle(u"sara@example.org"_s));
-    QVERIFY(tree.shows(u"Sara Ahmadi"_s));
-    QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, tree.middle(u"History"_s));
-    QTRY_VERIFY(!tree.shows(u"Sara Ahmadi"_s));
-    QVERIFY(tree.shows(u"Welcome back, Sara"_s));
-    tree.click(u"History"_s);
-    QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
-}
-
-void MainWindowTest::sheetKeepsEverythingOut() {
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Settings"_s);
-    QTRY_VERIFY(tree.shows(u"Launch app at login"_s) || tree.shows(u"How Tavrik looks."_s));
-    QVERIFY(!tree.isEnabled(u"History"_s));
-    tree.press(u"History"_s);
-    QVERIFY(tree.shows(u"Welcome back, Sara"_s));
-
-    // However far one tabs, one does not leave the sheet.
-    for (int i = 0; i < 20; ++i) {
-        desk.key(Qt::Key_Tab);
-        const auto name = tree.focused();
-        QVERIFY2(name != u"Home"_s && name != u"History"_s && name != u"Notifications"_s, qPrintable(name));
+    void initTestCase() {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        QGuiApplication::setQuitOnLastWindowClosed(false);
     }
-    QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, QPoint(30, 300));
-    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
-    tree.click(u"History"_s);
-    QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
-}
 
-void MainWindowTest::sheetRemembersItsTab() {
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Settings"_s);
-    tree.click(systemTab);
-    QTRY_VERIFY(tree.shows(u"Launch app at login"_s));
-    tree.click(u"Close"_s);
-    QTRY_VERIFY(!tree.shows(u"Launch app at login"_s));
-    tree.click(u"Settings"_s);
-    QTRY_VERIFY(tree.shows(u"Launch app at login"_s));
-}
+    void cards() {
+        Desk desk;
+        const auto tree = desk.tree();
+        const auto empty = u"Nothing here yet."_s;
+        tree.press(u"Notifications"_s);
+        QTRY_VERIFY(tree.shows(empty));
+        desk.key(Qt::Key_Escape);
+        QTRY_VERIFY(!tree.shows(empty));
 
-void MainWindowTest::sidebarRemembersItsWidth() {
-    Desk desk;
-    const auto tree = desk.tree();
-    const auto width = [&] {
-        return tree.find(u"History"_s)->rect().width();
-    };
-    QCOMPARE(width(), 184);
-    tree.click(u"Collapse sidebar"_s);
-    QCOMPARE(desk.preferences.values.value("sidebar_collapsed"), QVariant(true));
-    QTRY_COMPARE(width(), 36);
-    tree.click(u"Expand sidebar"_s);
-    QTRY_COMPARE(width(), 184);
+        tree.click(u"Account"_s);
+        QTRY_VERIFY(tree.shows(u"Sara Ahmadi"_s));
+        // On the card, but on nothing in it.
+        QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, tree.middle(u"sara@example.org"_s));
+        QVERIFY(tree.shows(u"Sara Ahmadi"_s));
+    }
 
-    Desk next;
-    next.preferences.values["sidebar_collapsed"] = true;
-    MainWindowController another(
-        {.queue = next.queue,
-         .account = next.account,
-         .history = [&]() -> HistoryStore& { return next.history; },
-         .clipboard = next.clipboard,
-         .days = next.days,
-         .links = next.links,
-         .activator = next.activator,
-         .settings = {.shortcut = {next.preferences, next.settings, next.keys, next.hotKey},
-                      .appearance = next.appearance,
-                      .loginItem = next.loginItem,
-                      .folders = next.folders,
-                      .texts = {},
-                      .dataFolder = {}},
-         .fullUserName = {}},
-        next.engine);
-    another.show();
-    QVERIFY(QTest::qWaitForWindowExposed(another.window()));
-    QTRY_COMPARE(test::AccessibleTree(static_cast<QQuickWindow&>(*another.window()))
-                     .find(u"History"_s)
-                     ->rect()
-                     .width(),
-                 36);
-}
+    void sheetKeepsEverythingOut() {
+        Desk desk;
+        const auto tree = desk.tree();
+        tree.click(u"Settings"_s);
+        QTRY_VERIFY(tree.shows(u"Launch app at login"_s) || tree.shows(u"How Tavrik looks."_s));
+        QVERIFY(!tree.isEnabled(u"History"_s));
+        tree.press(u"History"_s);
+        QVERIFY(tree.shows(u"Welcome back, Sara"_s));
 
-void MainWindowTest::closesAndOpensAgain() {
-    Desk desk;
-    const auto tree = desk.tree();
-    auto* window = desk.controller.window();
-    QCOMPARE(window->minimumSize(), QSize(900, 560));
-    QCOMPARE(window->size(), QSize(980, 640));
-    tree.click(u"History"_s);
-    const auto place = window->position();
-    QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
-    QTRY_VERIFY(!window->isVisible());
-
-    desk.controller.show();
-    QCOMPARE(desk.controller.window(), window);
-    QVERIFY(QTest::qWaitForWindowActive(window));
-    QTRY_COMPARE(window->position(), place);
-    QVERIFY(!tree.shows(u"Welcome back, Sara"_s));
-
-    window->showMinimized();
-    QTRY_VERIFY(window->windowStates() & Qt::WindowMinimized);
-    desk.controller.show();
-    QTRY_VERIFY(!(window->windowStates() & Qt::WindowMinimized));
-    QVERIFY(QTest::qWaitForWindowActive(window));
-}
-
-void MainWindowTest::takesTheFocusFromAnotherProgram() {
-    Desk desk;
-    QProcess other;
-    other.start(u"xterm"_s, {});
-    QVERIFY(other.waitForStarted());
-    QTRY_VERIFY(!desk.window().isActive());
-    desk.controller.show();
-    QTRY_VERIFY(desk.window().isActive());
-    other.kill();
-    other.waitForFinished();
-}
-
-void MainWindowTest::signsOutAndIn() {
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Settings"_s);
-    tree.click(systemTab);
-    tree.click(u"Close"_s);
-    tree.click(u"Account"_s);
-    tree.click(u"Sign out"_s);
-    QTRY_VERIFY(tree.shows(u"Welcome to Tavrik"_s));
-    QVERIFY(!tree.shows(u"History"_s));
-
-    tree.click(u"Continue with Google"_s);
-    QCOMPARE(desk.links.opened.size(), 1);
-    desk.account.handleCallback("tavrik://auth-callback#error=no_luck");
-    QTRY_VERIFY(tree.shows(u"no_luck"_s));
-
-    QVERIFY(!tree.isEnabled(u"Sign in"_s));
-    tree.click(u"New here? Create an account"_s);
-    QTRY_VERIFY(tree.shows(u"Create your account"_s));
-    tree.click(u"Already have an account? Sign in"_s);
-    tree.click(u"Email"_s);
-    desk.type("sara@example.org");
-    desk.key(Qt::Key_Tab);
-    desk.type("secret");
-    QTRY_VERIFY(tree.isEnabled(u"Sign in"_s));
-    // However much the server has to say, there is room for the button.
-    const auto wrong = u"W"_s.repeated(5000);
-    desk.service.script(
-        {{.path = {}, .reply = {.status = 400, .body = R"({"msg":")" + wrong.toUtf8() + R"("})"}},
-         {.path = {}, .reply = {.body = R"({"access_token":"a","refresh_token":"r"})"}}});
-    desk.key(Qt::Key_Return);
-    QTRY_VERIFY(tree.shows(wrong));
-    QVERIFY(desk.window().contentItem()->contains(tree.middle(u"Sign in"_s)));
-    tree.click(u"Sign in"_s);
-    QTRY_VERIFY(tree.shows(u"Welcome back, Sara"_s));
-    tree.click(u"Settings"_s);
-    QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
-}
-
-void MainWindowTest::settingsAreStored() {
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Settings"_s);
-    tree.click(u"Italian"_s);
-    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
-    QTRY_VERIFY(tree.shows(u"Persian → Italian"_s));
-    QVERIFY(tree.isChecked(u"Italian"_s) && !tree.isChecked(u"English"_s));
-    tree.click(u"Dark"_s);
-    QCOMPARE(desk.preferences.values.value("appearance"), QVariant(u"dark"_s));
-    QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
-
-    tree.click(systemTab);
-    tree.click(u"Recording and notification sounds"_s);
-    QTRY_COMPARE(desk.preferences.values.value("sounds_enabled"), QVariant(false));
-}
-
-void MainWindowTest::showsTheRealLoginItem() {
-    Desk desk;
-    const auto tree = desk.tree();
-    const auto launch = u"Launch app at login"_s;
-    const auto isOn = [&] {
-        return tree.isChecked(launch);
-    };
-    tree.click(u"Settings"_s);
-    tree.click(u"Account"_s);
-    tree.click(u"Show"_s);
-    QCOMPARE(desk.folders.revealed, QStringList(desk.folder.path()));
-
-    // It is read when the page comes up, and after every change.
-    desk.loginItem.enabled = true;
-    tree.click(systemTab);
-    QTRY_VERIFY(isOn());
-    tree.click(launch);
-    QTRY_VERIFY(!isOn());
-    desk.loginItem.refuses = true;
-    tree.click(launch);
-    QVERIFY(!isOn());
-    desk.loginItem.refuses = false;
-    tree.click(launch);
-    QTRY_VERIFY(isOn());
-}
-
-void MainWindowTest::keyboardAlone() {
-    Desk desk;
-    const auto tree = desk.tree();
-    const auto tabTo = [&](const QString& name) {
-        for (int i = 0; i < 30; ++i) {
+        // However far one tabs, one does not leave the sheet.
+        for (int i = 0; i < 20; ++i) {
             desk.key(Qt::Key_Tab);
-            if (tree.focused() == name)
-                return true;
+            const auto name = tree.focused();
+            QVERIFY2(name != u"Home"_s && name != u"History"_s && name != u"Notifications"_s,
+                     qPrintable(name));
         }
-        return false;
-    };
-    QVERIFY(tabTo(u"Settings"_s));
-    desk.key(Qt::Key_Space);
-    QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
-    QVERIFY(tabTo(u"English"_s));
-    desk.key(Qt::Key_Right);
-    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"German"_s));
-    desk.key(Qt::Key_Right);
-    QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
-    desk.key(Qt::Key_Escape);
-    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
-    QVERIFY(tabTo(u"Account"_s));
-    desk.key(Qt::Key_Return);
-    QTRY_VERIFY(tree.shows(u"Sign out"_s));
-}
+        QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, QPoint(30, 300));
+        QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
+        tree.click(u"History"_s);
+        QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
+    }
 
-void MainWindowTest::recordsWhatIsTyped_data() {
-    QTest::addColumn<QList<int>>("held");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<int>("mask");
-    QTest::addColumn<QString>("display");
-    QTest::newRow("option and space") << QList<int>{keyAlt} << int(keySpace) << 49 << 2048 << u"⌥ Space"_s;
-    QTest::newRow("control, shift and s")
-        << QList<int>{keyControl, keyShift} << int(keyS) << 1 << 4608 << u"⌃⇧ S"_s;
-    QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
-    QTest::newRow("control, option and tab")
-        << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
-    QTest::newRow("control and F6") << QList<int>{keyControl} << 72 << 97 << 4096 << u"⌃ F6"_s;
-    QTest::newRow("option and left") << QList<int>{keyAlt} << 113 << 123 << 2048 << u"⌥ ←"_s;
-}
+    void sheetRemembersItsTab() {
+        Desk desk;
+        const auto tree = desk.tree();
+        tree.click(u"Settings"_s);
+        const auto launch = u"Launch app at login"_s;
+        tree.click(systemTab);
+        QTRY_VERIFY(tree.shows(launch));
+        QVERIFY(!tree.isChecked(launch));
+        tree.click(u"Close"_s);
+        QTRY_VERIFY(!tree.shows(launch));
+        desk.loginItem.enabled = true;
+        tree.click(u"Settings"_s);
+        QTRY_VERIFY(tree.isChecked(launch));
+    }
 
-// By hands, on the real server; another program has grabbed the very combination.
-void MainWindowTest::recordsWhatIsTyped() {
-    QFETCH(QList<int>, held);
-    QFETCH(int, key);
-    Desk desk;
-    const auto tree = desk.tree();
-    XKeys otherProgram;
-    QVERIFY(otherProgram.grab(static_cast<quint8>(key), XCB_MOD_MASK_ANY));
-    tree.click(u"Settings"_s);
-    tree.click(defaultShortcut);
-    QTRY_VERIFY(tree.shows(u"Shortcut: Press keys…"_s));
-    QCOMPARE(desk.hotKey.released, 1);
+    void sidebarRemembersItsWidth() {
+        Desk desk;
+        const auto tree = desk.tree();
+        const auto width = [&] {
+            return tree.find(u"History"_s)->rect().width();
+        };
+        QCOMPARE(width(), 184);
+        tree.click(u"Collapse sidebar"_s);
+        QCOMPARE(desk.preferences.values.value("sidebar_collapsed"), QVariant(true));
+        QTRY_COMPARE(width(), 36);
+        tree.click(u"Expand sidebar"_s);
+        QTRY_COMPARE(width(), 184);
 
-    for (const int modifier : held)
-        desk.hands.press(static_cast<quint8>(modifier));
-    desk.hands.press(static_cast<quint8>(key));
-    QTRY_VERIFY(!tree.shows(u"Shortcut: Press keys…"_s));
-    QCOMPARE(desk.hotKey.changed, 0);
-    desk.hands.release(static_cast<quint8>(key));
-    for (const int modifier : held)
-        desk.hands.release(static_cast<quint8>(modifier));
-    QTRY_COMPARE(desk.hotKey.changed, 1);
-    QTEST(desk.preferences.values.value("hotkey_keycode").toInt(), "code");
-    QTEST(desk.preferences.values.value("hotkey_modifiers").toInt(), "mask");
-    QTEST(desk.preferences.values.value("hotkey_display").toString(), "display");
-    QVERIFY(tree.shows(u"Shortcut: "_s + desk.settings.hotKeyDisplay()));
-    QVERIFY(tree.shows(u"How Tavrik looks."_s));
-}
+        Desk next(true);
+        QTRY_COMPARE(next.tree().find(u"History"_s)->rect().width(), 36);
+    }
 
-void MainWindowTest::escapeEndsTheRecordingOnly() {
-    constexpr quint8 escape = 9;
-    Desk desk;
-    const auto tree = desk.tree();
-    tree.click(u"Settings"_s);
-    tree.click(defaultShortcut);
-    desk.hands.press(keyS);
-    desk.hands.release(keyS);
-    desk.hands.press(escape);
-    QTRY_VERIFY(tree.shows(defaultShortcut));
-    desk.hands.release(escape);
-    QTRY_COMPARE(desk.hotKey.changed, 1);
-    QVERIFY(!desk.preferences.values.contains("hotkey_keycode"));
-    QVERIFY(tree.shows(u"How Tavrik looks."_s));
-    desk.hands.press(escape);
-    desk.hands.release(escape);
-    QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
-}
+    void closesAndOpensAgain() {
+        Desk desk;
+        const auto tree = desk.tree();
+        auto* window = desk.controller.window();
+        QCOMPARE(window->minimumSize(), QSize(900, 560));
+        QCOMPARE(window->size(), QSize(980, 640));
+        tree.click(u"History"_s);
+        const auto place = window->position();
+        QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
+        QTRY_VERIFY(!window->isVisible());
 
-void MainWindowTest::closingTheSheetEndsTheRecording() {
-    Desk desk;
-    const auto tree = desk.tree();
-    for (const auto& away : {u"Close"_s, u"Account"_s}) {
-        const int before = desk.hotKey.changed;
+        desk.controller.show();
+        QCOMPARE(desk.controller.window(), window);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QTRY_COMPARE(window->position(), place);
+        QVERIFY(!tree.shows(u"Welcome back, Sara"_s));
+
+        window->showMinimized();
+        QTRY_VERIFY(window->windowStates() & Qt::WindowMinimized);
+        desk.controller.show();
+        QTRY_VERIFY(!(window->windowStates() & Qt::WindowMinimized));
+        QVERIFY(QTest::qWaitForWindowActive(window));
+    }
+
+    void takesTheFocusFromAnotherProgram() {
+        Desk desk;
+        QProcess other;
+        other.start(u"xterm"_s, {});
+        QVERIFY(other.waitForStarted());
+        QTRY_VERIFY(!desk.window().isActive());
+        desk.controller.show();
+        QTRY_VERIFY(desk.window().isActive());
+        other.kill();
+        other.waitForFinished();
+    }
+
+    void signsOutAndIn() {
+        Desk desk;
+        const auto tree = desk.tree();
+        tree.click(u"Settings"_s);
+        tree.click(systemTab);
+        tree.click(u"Close"_s);
+        tree.click(u"Account"_s);
+        tree.click(u"Sign out"_s);
+        QTRY_VERIFY(tree.shows(u"Welcome to Tavrik"_s));
+        QVERIFY(!tree.shows(u"History"_s));
+
+        tree.click(u"Continue with Google"_s);
+        QCOMPARE(desk.links.opened.size(), 1);
+        desk.account.handleCallback("tavrik://auth-callback#error=no_luck");
+        QTRY_VERIFY(tree.shows(u"no_luck"_s));
+
+        QVERIFY(!tree.isEnabled(u"Sign in"_s));
+        tree.click(u"New here? Create an account"_s);
+        QTRY_VERIFY(tree.shows(u"Create your account"_s));
+        tree.click(u"Already have an account? Sign in"_s);
+        tree.click(u"Email"_s);
+        desk.type("sara@example.org");
+        desk.key(Qt::Key_Tab);
+        desk.type("secret");
+        QTRY_VERIFY(tree.isEnabled(u"Sign in"_s));
+        // However much the server has to say, there is room for the button.
+        const auto wrong = u"W"_s.repeated(5000);
+        desk.service.script(
+            {{.path = {}, .reply = {.status = 400, .body = R"({"msg":")" + wrong.toUtf8() + R"("})"}},
+             {.path = {}, .reply = {.body = R"({"access_token":"a","refresh_token":"r"})"}}});
+        desk.key(Qt::Key_Return);
+        QTRY_VERIFY(tree.shows(wrong));
+        QVERIFY(desk.window().contentItem()->contains(tree.middle(u"Sign in"_s)));
+        tree.click(u"Sign in"_s);
+        QTRY_VERIFY(tree.shows(u"Welcome back, Sara"_s));
+        tree.click(u"Settings"_s);
+        QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
+    }
+
+    void keyboardAlone() {
+        Desk desk;
+        const auto tree = desk.tree();
+        const auto tabTo = [&](const QString& name) {
+            for (int i = 0; i < 30; ++i) {
+                desk.key(Qt::Key_Tab);
+                if (tree.focused() == name)
+                    return true;
+            }
+            return false;
+        };
+        QVERIFY(tabTo(u"Settings"_s));
+        desk.key(Qt::Key_Space);
+        QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
+        QVERIFY(tabTo(u"English"_s));
+        desk.key(Qt::Key_Right);
+        QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"German"_s));
+        desk.key(Qt::Key_Right);
+        QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
+        desk.key(Qt::Key_Escape);
+        QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
+        QVERIFY(tabTo(u"Account"_s));
+        desk.key(Qt::Key_Return);
+        QTRY_VERIFY(tree.shows(u"Sign out"_s));
+    }
+
+    void recordsWhatIsTyped_data() {
+        QTest::addColumn<QList<int>>("held");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("mask");
+        QTest::addColumn<QString>("display");
+        QTest::newRow("option and space")
+            << QList<int>{keyAlt} << int(keySpace) << 49 << 2048 << u"⌥ Space"_s;
+        QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
+        QTest::newRow("control, option and tab")
+            << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
+        QTest::newRow("option and left") << QList<int>{keyAlt} << 113 << 123 << 2048 << u"⌥ ←"_s;
+    }
+
+    // By hands, on the real server; another program has grabbed the very combination.
+    void recordsWhatIsTyped() {
+        QFETCH(QList<int>, held);
+        QFETCH(int, key);
+        Desk desk;
+        const auto tree = desk.tree();
+        XKeys otherProgram;
+        QVERIFY(otherProgram.grab(static_cast<quint8>(key), XCB_MOD_MASK_ANY));
         tree.click(u"Settings"_s);
         tree.click(defaultShortcut);
-        QTRY_COMPARE(desk.hotKey.released, before + 1);
-        tree.click(away);
-        QTRY_COMPARE(desk.hotKey.changed, before + 1);
-    }
-    // And so does losing the window.
-    tree.click(u"General"_s);
-    tree.click(defaultShortcut);
-    QTRY_COMPARE(desk.hotKey.released, 3);
-    desk.window().close();
-    QTRY_COMPARE(desk.hotKey.changed, 3);
-}
+        QTRY_VERIFY(tree.shows(u"Shortcut: Press keys…"_s));
+        QCOMPARE(desk.hotKey.released, 1);
 
-void MainWindowTest::followsThePalette() {
-    const auto restore =
-        qScopeGuard([old = QGuiApplication::palette()] { QGuiApplication::setPalette(old); });
-    Desk desk;
-    const auto canvas = [&] {
-        return desk.window().grabWindow().pixelColor(4, 300);
-    };
-    QGuiApplication::setPalette(QPalette(Qt::white, Qt::white));
-    QTRY_COMPARE(canvas(), QColor(0xf4, 0xf2, 0xef));
-    QGuiApplication::setPalette(QPalette(Qt::black, Qt::black));
-    QTRY_COMPARE(canvas(), QColor(0x1f, 0x1e, 0x1c));
-}
+        for (const int modifier : held)
+            desk.hands.press(static_cast<quint8>(modifier));
+        desk.hands.press(static_cast<quint8>(key));
+        QTRY_VERIFY(!tree.shows(u"Shortcut: Press keys…"_s));
+        QCOMPARE(desk.hotKey.changed, 0);
+        desk.hands.release(static_cast<quint8>(key));
+        for (const int modifier : held)
+            desk.hands.release(static_cast<quint8>(modifier));
+        QTRY_COMPARE(desk.hotKey.changed, 1);
+        QTEST(desk.preferences.values.value("hotkey_keycode").toInt(), "code");
+        QTEST(desk.preferences.values.value("hotkey_modifiers").toInt(), "mask");
+        QTEST(desk.preferences.values.value("hotkey_display").toString(), "display");
+        QVERIFY(tree.shows(u"Shortcut: "_s + desk.settings.hotKeyDisplay()));
+        QVERIFY(tree.shows(u"How Tavrik looks."_s));
+    }
+
+    void closingTheSheetEndsTheRecording() {
+        Desk desk;
+        const auto tree = desk.tree();
+        for (const auto& away : {u"Close"_s, u"Account"_s}) {
+            const int before = desk.hotKey.changed;
+            tree.click(u"Settings"_s);
+            tree.click(defaultShortcut);
+            QTRY_COMPARE(desk.hotKey.released, before + 1);
+            tree.click(away);
+            QTRY_COMPARE(desk.hotKey.changed, before + 1);
+        }
+        // And so does losing the window.
+        tree.click(u"General"_s);
+        tree.click(defaultShortcut);
+        QTRY_COMPARE(desk.hotKey.released, 3);
+        desk.window().close();
+        QTRY_COMPARE(desk.hotKey.changed, 3);
+    }
+
+    void followsThePalette() {
+        const auto restore =
+            qScopeGuard([old = QGuiApplication::palette()] { QGuiApplication::setPalette(old); });
+        Desk desk;
+        const auto canvas = [&] {
+            return desk.window().grabWindow().pixelColor(4, 300);
+        };
+        QGuiApplication::setPalette(QPalette(Qt::white, Qt::white));
+        QTRY_COMPARE(canvas(), QColor(0xf4, 0xf2, 0xef));
+        QGuiApplication::setPalette(QPalette(Qt::black, Qt::black));
+        QTRY_COMPARE(canvas(), QColor(0x1f, 0x1e, 0x1c));
+    }
+};
 
 QTEST_MAIN(MainWindowTest)
 #include "tst_mainwindow.moc"
