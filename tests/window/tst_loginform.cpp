@@ -44,115 +44,94 @@ class LoginFormTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void submittable_data();
-    void submittable();
-    void signsIn();
-    void showsTheServersWords();
-    void asksForConfirmation();
-    void createsAnAccountAtOnce();
-    void survivesTheScreensEnd();
-    void opensTheBrowser();
+    void submittable_data() {
+        QTest::addColumn<QString>("email");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<bool>("expected");
+        QTest::newRow("no address") << u""_s << u"secret"_s << false;
+        QTest::newRow("five") << u"a@b"_s << u"12345"_s << false;
+        QTest::newRow("six") << u"a@b"_s << u"123456"_s << true;
+        QTest::newRow("spaces count") << u" "_s << u"      "_s << true;
+        QTest::newRow("accents join") << u"a"_s << u"e\u0301e\u0301e\u0301e\u0301e\u0301"_s << false;
+        QTest::newRow("families are one")
+            << u"a"_s << u"👨‍👩‍👧‍👦👨‍👩‍👧‍👦12"_s << false;
+        QTest::newRow("six emoji") << u"a"_s << u"😀😀😀😀😀😀"_s << true;
+        QTest::newRow("flags") << u"a"_s << u"🇮🇷🇩🇪🇮🇹🇫🇷🇬🇧"_s << false;
+    }
+
+    void submittable() {
+        QFETCH(QString, email);
+        QFETCH(QString, password);
+        Screen screen;
+        screen.type(email, password);
+        QTEST(screen.form.isSubmittable(), "expected");
+    }
+
+    void signsIn() {
+        Screen screen;
+        screen.type(u" sara@example.org "_s, u"secret"_s);
+        screen.script(200, R"({"access_token":"a","refresh_token":"r","user":{"email":"sara@example.org"}})");
+        screen.form.submit();
+        QVERIFY(screen.form.isBusy());
+        QVERIFY(!screen.form.isSubmittable());
+        screen.form.submit();
+        QTRY_VERIFY(screen.account.isSignedIn());
+        QCOMPARE(screen.account.email(), u"sara@example.org"_s);
+        QVERIFY(!screen.form.isBusy());
+        QCOMPARE(screen.service.requests().size(), 1);
+        QVERIFY(screen.service.requests().first().body.contains(R"(" sara@example.org ")"));
+        screen.account.signOut();
+        QTRY_COMPARE(screen.account.email(), u"Not signed in"_s);
+    }
+
+    void showsTheServersWords() {
+        Screen screen;
+        screen.type(u"a@b"_s, u"secret"_s);
+        screen.script(400, R"({"error_description":"<b>Invalid</b> login"})");
+        screen.form.submit();
+        QTRY_VERIFY(!screen.form.isBusy());
+        QCOMPARE(screen.form.errorMessage(), u"<b>Invalid</b> login"_s);
+        QVERIFY(screen.form.isSubmittable());
+        screen.form.toggleMode();
+        QCOMPARE(screen.form.errorMessage(), u""_s);
+    }
+
+    void asksForConfirmation() {
+        Screen screen;
+        screen.type(u"a@b"_s, u"secret"_s);
+        screen.form.toggleMode();
+        screen.script(200, R"({"id":"1"})");
+        screen.form.submit();
+        QTRY_VERIFY(!screen.form.isBusy());
+        QCOMPARE(screen.form.notice(), u"Check your inbox and confirm your email, then sign in."_s);
+        QVERIFY(!screen.form.isCreatingAccount());
+        QVERIFY(screen.form.isSubmittable());
+        screen.form.toggleMode();
+        QCOMPARE(screen.form.notice(), u""_s);
+    }
+
+    void survivesTheScreensEnd() {
+        Screen screen;
+        auto form = std::make_unique<LoginForm>();
+        form->setProperty("account", QVariant::fromValue(&screen.account));
+        form->setProperty("email", u"a@b"_s);
+        form->setProperty("password", u"secret"_s);
+        screen.script(200, R"({"access_token":"a","refresh_token":"r"})");
+        form->submit();
+        form.reset();
+        QTRY_VERIFY(screen.account.isSignedIn());
+    }
+
+    void opensTheBrowser() {
+        Screen screen;
+        QVERIFY(screen.account.hasBackend());
+        screen.store.handleCallback("tavrik://auth-callback#error=access_denied");
+        QTRY_COMPARE(screen.account.lastOAuthError(), u"access_denied"_s);
+        screen.account.signInWithGoogle();
+        QCOMPARE(screen.account.lastOAuthError(), u""_s);
+        QCOMPARE(screen.links.opened, QList<QUrl>{screen.store.googleSignInURL()});
+    }
 };
-
-void LoginFormTest::submittable_data() {
-    QTest::addColumn<QString>("email");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<bool>("expected");
-    QTest::newRow("empty") << u""_s << u""_s << false;
-    QTest::newRow("no address") << u""_s << u"secret"_s << false;
-    QTest::newRow("five") << u"a@b"_s << u"12345"_s << false;
-    QTest::newRow("six") << u"a@b"_s << u"123456"_s << true;
-    QTest::newRow("spaces count") << u" "_s << u"      "_s << true;
-    QTest::newRow("accents join") << u"a"_s << u"e\u0301e\u0301e\u0301e\u0301e\u0301"_s << false;
-    QTest::newRow("families are one")
-        << u"a"_s << u"👨‍👩‍👧‍👦👨‍👩‍👧‍👦12"_s << false;
-    QTest::newRow("six emoji") << u"a"_s << u"😀😀😀😀😀😀"_s << true;
-    QTest::newRow("flags") << u"a"_s << u"🇮🇷🇩🇪🇮🇹🇫🇷🇬🇧"_s << false;
-}
-
-void LoginFormTest::submittable() {
-    QFETCH(QString, email);
-    QFETCH(QString, password);
-    Screen screen;
-    screen.type(email, password);
-    QTEST(screen.form.isSubmittable(), "expected");
-}
-
-void LoginFormTest::signsIn() {
-    Screen screen;
-    screen.type(u" sara@example.org "_s, u"secret"_s);
-    screen.script(200, R"({"access_token":"a","refresh_token":"r","user":{"email":"sara@example.org"}})");
-    screen.form.submit();
-    QVERIFY(screen.form.isBusy());
-    QVERIFY(!screen.form.isSubmittable());
-    screen.form.submit();
-    QTRY_VERIFY(screen.account.isSignedIn());
-    QCOMPARE(screen.account.email(), u"sara@example.org"_s);
-    QVERIFY(!screen.form.isBusy());
-    QCOMPARE(screen.service.requests().size(), 1);
-    QVERIFY(screen.service.requests().first().body.contains(R"(" sara@example.org ")"));
-    screen.account.signOut();
-    QTRY_COMPARE(screen.account.email(), u"Not signed in"_s);
-}
-
-void LoginFormTest::showsTheServersWords() {
-    Screen screen;
-    screen.type(u"a@b"_s, u"secret"_s);
-    screen.script(400, R"({"error_description":"<b>Invalid</b> login"})");
-    screen.form.submit();
-    QTRY_VERIFY(!screen.form.isBusy());
-    QCOMPARE(screen.form.errorMessage(), u"<b>Invalid</b> login"_s);
-    QVERIFY(screen.form.isSubmittable());
-    screen.form.toggleMode();
-    QCOMPARE(screen.form.errorMessage(), u""_s);
-}
-
-void LoginFormTest::asksForConfirmation() {
-    Screen screen;
-    screen.type(u"a@b"_s, u"secret"_s);
-    screen.form.toggleMode();
-    screen.script(200, R"({"id":"1"})");
-    screen.form.submit();
-    QTRY_VERIFY(!screen.form.isBusy());
-    QCOMPARE(screen.form.notice(), u"Check your inbox and confirm your email, then sign in."_s);
-    QVERIFY(!screen.form.isCreatingAccount());
-    QVERIFY(screen.form.isSubmittable());
-    screen.form.toggleMode();
-    QCOMPARE(screen.form.notice(), u""_s);
-}
-
-void LoginFormTest::createsAnAccountAtOnce() {
-    Screen screen;
-    screen.type(u"a@b"_s, u"secret"_s);
-    screen.form.toggleMode();
-    screen.script(200, R"({"access_token":"a","refresh_token":"r"})");
-    screen.form.submit();
-    QTRY_VERIFY(screen.account.isSignedIn());
-    QCOMPARE(screen.form.notice(), u""_s);
-    QVERIFY(screen.form.isCreatingAccount());
-}
-
-void LoginFormTest::survivesTheScreensEnd() {
-    Screen screen;
-    auto form = std::make_unique<LoginForm>();
-    form->setProperty("account", QVariant::fromValue(&screen.account));
-    form->setProperty("email", u"a@b"_s);
-    form->setProperty("password", u"secret"_s);
-    screen.script(200, R"({"access_token":"a","refresh_token":"r"})");
-    form->submit();
-    form.reset();
-    QTRY_VERIFY(screen.account.isSignedIn());
-}
-
-void LoginFormTest::opensTheBrowser() {
-    Screen screen;
-    QVERIFY(screen.account.hasBackend());
-    screen.store.handleCallback("tavrik://auth-callback#error=access_denied");
-    QTRY_COMPARE(screen.account.lastOAuthError(), u"access_denied"_s);
-    screen.account.signInWithGoogle();
-    QCOMPARE(screen.account.lastOAuthError(), u""_s);
-    QCOMPARE(screen.links.opened, QList<QUrl>{screen.store.googleSignInURL()});
-}
 
 QTEST_GUILESS_MAIN(LoginFormTest)
 #include "tst_loginform.moc"

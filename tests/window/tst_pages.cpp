@@ -190,7 +190,6 @@ private Q_SLOTS:
         QTest::newRow("bidirectional overrides") << QStringLiteral("\u202eabc\u2066def\u202d");
         QTest::newRow("no characters") << QStringLiteral("\ufffc\ufdd0\ufffe");
         QTest::newRow("emoji") << QStringLiteral("👨‍👩‍👧‍👦👍🏽🏳️‍🌈");
-        QTest::newRow("spaces") << QStringLiteral("   ");
     }
     void showsAnyText() {
         QFETCH(QString, text);
