@@ -124,14 +124,11 @@ struct Program {
 };
 
 int run(int& argc, char** argv, const QByteArrayList& urls) {
-    const auto instance = makeApplicationInstance();
-    if (instance->forward(urls))
-        return exitDone;
-
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::setDesktopFileName(QStringLiteral("io.nordvex.tavrik"));
 
+    const auto instance = makeApplicationInstance();
     std::optional<Program> program;
     const bool first = instance->claim({
         .reopened = [&program] { program->delegate.applicationShouldHandleReopen(); },

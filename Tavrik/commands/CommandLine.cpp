@@ -1,10 +1,9 @@
 #include "commands/CommandLine.h"
 
 #include "base/AppVersion.h"
+#include "base/UrlScheme.h"
 #include "commands/PreferencesCommand.h"
 #include "platform/PreferenceStore.h"
-
-#include <QRegularExpression>
 
 namespace tavrik {
 
@@ -37,11 +36,6 @@ ExitStatus complain(const CommandStreams& streams, const char* what, const QByte
     return exitUsage;
 }
 
-bool isUrl(const QByteArray& argument) {
-    static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*:"));
-    return scheme.match(QString::fromLatin1(argument)).hasMatch();
-}
-
 } // namespace
 
 std::variant<ExitStatus, StartProgram>
@@ -65,7 +59,7 @@ runCommandLine(const QByteArrayList& arguments,
         }
         if (argument.startsWith('-'))
             return complain(streams, "option", argument);
-        if (!isUrl(argument))
+        if (!hasUrlScheme(argument.toStdString()))
             return complain(streams, "command", argument);
     }
     return StartProgram{arguments};

@@ -28,6 +28,7 @@
 #include "platform/x11/XEmbedTray.h"
 
 #include <QCoreApplication>
+#include <QDir>
 
 namespace tavrik {
 
@@ -51,6 +52,11 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance() {
     return std::make_unique<DBusApplicationInstance>();
 }
 
+/// What users start.
+static QString launcher() {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_LAUNCHER));
+}
+
 /// What several services stand on.
 struct Platform::Foundation {
     X11Keyboard keyboard;
@@ -62,15 +68,15 @@ Platform::Platform(MainQueue& queue)
       appearance(std::make_unique<PortalAppearance>()), days(std::make_unique<LinuxDayWatcher>()),
       hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
       keyReader(std::make_unique<X11KeyReader>()), links(std::make_unique<QtLinkOpener>()),
-      loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(),
-                                                 QCoreApplication::applicationFilePath())),
+      loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)),
       windowActivator(std::make_unique<X11WindowActivator>()) {
     folders = std::make_unique<FileManagerRevealer>(*links);
-    secureSlot = std::make_unique<SecretServiceSlot>(queue);
+    secureSlot = std::make_unique<SecretServiceSlot>(queue, QCoreApplication::applicationDirPath() +
+                                                                QStringLiteral("/tavrik-keyring"));
     auto ours = std::make_unique<QtClipboard>();
     pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard,
                                                [clipboard = ours.get()] { clipboard->offerAsSelection(); });

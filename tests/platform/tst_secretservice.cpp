@@ -160,7 +160,7 @@ private Q_SLOTS:
 
     void keepsOneItemThatOthersCanRead() {
         const QByteArray json(R"({"accessToken":"a","email":"آزمون@example.org"})");
-        SecretServiceSlot slot(m_queue);
+        SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
         slot.save("earlier");
         slot.save(json);
         QTRY_COMPARE(secretTool(QStringLiteral("lookup")), json);
@@ -175,7 +175,7 @@ private Q_SLOTS:
 
     void takesTheItemOfAnotherProgramsMaking() {
         QVERIFY(storeByAnother("not a session"));
-        SecretServiceSlot slot(m_queue);
+        SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
         Outcome outcome;
         slot.read(into(outcome));
         QTRY_COMPARE(outcome.calls, 1);
@@ -188,7 +188,7 @@ private Q_SLOTS:
     }
 
     void keepsTheOrder() {
-        SecretServiceSlot slot(m_queue);
+        SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
         Outcome first;
         Outcome second;
         slot.remove();
@@ -206,12 +206,12 @@ private Q_SLOTS:
 
     void finishesWhatWasAskedBeforeItGoes() {
         {
-            SecretServiceSlot slot(m_queue);
+            SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
             slot.save("last words");
         }
         QCOMPARE(secretTool(QStringLiteral("lookup")), QByteArray("last words"));
         {
-            SecretServiceSlot slot(m_queue);
+            SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
             slot.remove();
         }
         QCOMPARE(itemCount(), 0);
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QFETCH(bool, answered);
         QVERIFY(storeByAnother("kept"));
         QVERIFY(lockKeyring());
-        SecretServiceSlot slot(m_queue);
+        SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
         Outcome outcome;
         slot.read(into(outcome));
         QTRY_COMPARE(questions().size(), 1);
@@ -242,7 +242,7 @@ private Q_SLOTS:
     void aCancelledReadIsNotDelivered() {
         QVERIFY(storeByAnother("kept"));
         QVERIFY(lockKeyring());
-        SecretServiceSlot slot(m_queue);
+        SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
         Outcome cancelled;
         slot.read(into(cancelled));
         QTRY_COMPARE(questions().size(), 1);
@@ -281,7 +281,7 @@ private Q_SLOTS:
 
         {
             const OtherBus other(bus ? address : QByteArray());
-            SecretServiceSlot slot(m_queue);
+            SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
             Outcome outcome;
             slot.save("nowhere");
             slot.remove();
@@ -293,12 +293,11 @@ private Q_SLOTS:
         daemon.waitForFinished();
     }
 
-    // The last, since the abandoned thread goes on once the keyring does.
     void aHungKeyringHoldsUpNobody() {
         Outcome outcome;
         const HungKeyring hung;
         {
-            SecretServiceSlot slot(m_queue);
+            SecretServiceSlot slot(m_queue, KEYRING_PROGRAM);
             slot.read(into(outcome));
             slot.save("late");
         }

@@ -1,37 +1,20 @@
 #include "platform/linux/DBusApplicationInstance.h"
 
+#include "platform/linux/RunningInstance.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusError>
-#include <QDBusMessage>
 #include <QObject>
-#include <QStringDecoder>
 #include <QVariantMap>
+
+#include <vector>
 
 namespace tavrik {
 
 namespace {
 
-const auto serviceName = QStringLiteral("io.nordvex.tavrik");
-const auto objectPath = QStringLiteral("/io/nordvex/tavrik");
-const auto interfaceName = QStringLiteral("org.freedesktop.Application");
-constexpr int forwardTimeout = 1000; // milliseconds
-
-/// The bus carries only UTF-8: bytes that are none travel percent-encoded, which means the same in a URL.
-QString asText(const QByteArray& url) {
-    QStringDecoder decode(QStringDecoder::Utf8);
-    QString text = decode(url);
-    if (!decode.hasError())
-        return text;
-    QByteArray encoded;
-    for (const char byte : url) {
-        if (static_cast<unsigned char>(byte) < 0x80)
-            encoded += byte;
-        else
-            encoded += '%' + QByteArray(1, byte).toHex().toUpper();
-    }
-    return QString::fromLatin1(encoded);
-}
+const QString serviceName = QLatin1String(instanceService);
+const QString objectPath = QLatin1String(instancePath);
 
 } // namespace
 
@@ -74,27 +57,10 @@ DBusApplicationInstance::~DBusApplicationInstance() {
 }
 
 bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
-    const auto bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return false;
-    auto call =
-        QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
-                                       urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
-    if (!urls.isEmpty()) {
-        QStringList uris;
-        for (const auto& url : urls)
-            uris << asText(url);
-        call << uris;
-    }
-    call << QVariantMap{};
-    call.setAutoStartService(false);
-    const auto reply = bus.call(call, QDBus::Block, forwardTimeout);
-    if (reply.type() != QDBusMessage::ErrorMessage)
-        return true;
-    // Any other failure comes from a program that is there and does not answer: a second one would not help.
-    const auto error = QDBusError(reply).type();
-    return error != QDBusError::ServiceUnknown && error != QDBusError::Disconnected &&
-           reply.errorName() != QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
+    std::vector<const char*> texts;
+    for (const auto& url : urls)
+        texts.push_back(url.constData());
+    return askRunningInstance(texts);
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {

@@ -2,7 +2,7 @@
 
 #include "platform/linux/PulseConnection.h"
 
-#include <QFile>
+#include <QResource>
 
 #include <utility>
 
@@ -14,9 +14,11 @@ namespace {
 constexpr pa_sample_spec format{.format = PA_SAMPLE_S16LE, .rate = 44100, .channels = 1};
 constexpr qsizetype headerSize = 44;
 
+/// The samples as they lie in the program's file, not a copy.
 QByteArray samplesOf(const char* name) {
-    QFile file(QStringLiteral(":/sounds/%1.wav").arg(QLatin1String(name)));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().sliced(headerSize) : QByteArray();
+    const QResource file(QStringLiteral(":/sounds/%1.wav").arg(QLatin1String(name)));
+    return QByteArray::fromRawData(reinterpret_cast<const char*>(file.data()) + headerSize,
+                                   file.size() - headerSize);
 }
 
 // One sound on its way out. Deletes itself when the stream has ended, however it ends: played, refused, or

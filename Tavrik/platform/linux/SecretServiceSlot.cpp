@@ -1,11 +1,11 @@
 #include "platform/linux/SecretServiceSlot.h"
 
 #include "base/MainQueue.h"
-#include "platform/linux/KeyringItem.h"
 
+#include <QDeadlineTimer>
 #include <QFileInfo>
 
-#include <mutex>
+#include <chrono>
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -22,75 +22,82 @@ bool hasSessionBus() {
 
 } // namespace
 
-/// One read, which either side may outlive.
-class SecretServiceSlot::Reading : public std::enable_shared_from_this<Reading> {
-public:
-    Reading(MainQueue& queue, ReadCompletion completion)
-        : m_queue(&queue), m_completion(std::move(completion)) {}
-    Reading(const Reading&) = delete;
-    Reading& operator=(const Reading&) = delete;
-    ~Reading() { g_object_unref(m_cancellable); }
-
-    GCancellable* cancellable() const { return m_cancellable; }
-
-    void giveUp() {
-        {
-            const std::scoped_lock lock(m_mutex);
-            m_queue = nullptr;
-        }
-        g_cancellable_cancel(m_cancellable);
-    }
-
-    void deliver(const std::optional<QByteArray>& secret) {
-        const std::scoped_lock lock(m_mutex);
-        if (m_queue)
-            m_queue->post([reading = shared_from_this(), secret] { reading->complete(secret); });
-    }
-
-private:
-    void complete(const std::optional<QByteArray>& secret) {
-        {
-            const std::scoped_lock lock(m_mutex);
-            if (!std::exchange(m_queue, nullptr))
-                return;
-        }
-        m_completion(secret);
-    }
-
-    std::mutex m_mutex;
-    /// None once the read is over.
-    MainQueue* m_queue;
-    const ReadCompletion m_completion;
-    GCancellable* const m_cancellable = g_cancellable_new();
-};
-
-SecretServiceSlot::SecretServiceSlot(MainQueue& queue) : m_queue(queue), m_hasBus(hasSessionBus()) {}
+SecretServiceSlot::SecretServiceSlot(MainQueue& queue, QString program)
+    : m_queue(queue), m_program(std::move(program)), m_hasBus(hasSessionBus()) {
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+    QObject::connect(&m_process, &QProcess::finished, &m_process, [this] { ended(); });
+    // Later, since within that signal nothing can be started.
+    QObject::connect(
+        &m_process, &QProcess::errorOccurred, &m_process,
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                ended();
+        },
+        Qt::QueuedConnection);
+}
 
 SecretServiceSlot::~SecretServiceSlot() {
     cancelRead();
-    m_worker.finish(1s);
+    const QDeadlineTimer limit(1s);
+    while (m_process.state() != QProcess::NotRunning && !limit.hasExpired())
+        m_process.waitForFinished(static_cast<int>(limit.remainingTime()));
+    m_process.disconnect();
 }
 
 void SecretServiceSlot::read(ReadCompletion completion) {
-    m_reading = std::make_shared<Reading>(m_queue, std::move(completion));
-    if (!m_hasBus)
-        return m_reading->deliver(std::nullopt);
-    m_worker.post([reading = m_reading] { reading->deliver(readKeyringItem(reading->cancellable())); });
+    m_completion = std::make_shared<ReadCompletion>(std::move(completion));
+    if (m_hasBus)
+        add({.action = QStringLiteral("read"), .completion = m_completion});
+    else
+        deliver(m_completion, std::nullopt);
 }
 
 void SecretServiceSlot::cancelRead() {
-    if (const auto reading = std::exchange(m_reading, nullptr))
-        reading->giveUp();
+    m_completion = nullptr;
+    if (!m_jobs.empty())
+        m_process.closeWriteChannel();
 }
 
 void SecretServiceSlot::save(const QByteArray& secret) {
-    if (m_hasBus)
-        m_worker.post([secret] { replaceKeyringItem(secret); });
+    add({.action = QStringLiteral("replace"), .secret = secret});
 }
 
 void SecretServiceSlot::remove() {
-    if (m_hasBus)
-        m_worker.post([] { removeKeyringItem(); });
+    add({.action = QStringLiteral("remove")});
+}
+
+void SecretServiceSlot::add(Job job) {
+    if (!m_hasBus)
+        return;
+    m_jobs.push_back(std::move(job));
+    if (m_jobs.size() == 1)
+        begin();
+}
+
+void SecretServiceSlot::begin() {
+    const auto& job = m_jobs.front();
+    m_process.start(m_program, {job.action});
+    m_process.write(job.secret);
+    // A read waits for a locked keyring until this is closed.
+    if (job.completion.expired())
+        m_process.closeWriteChannel();
+}
+
+void SecretServiceSlot::ended() {
+    const bool done = m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
+    const auto output = m_process.readAllStandardOutput();
+    deliver(m_jobs.front().completion, done ? std::optional(output) : std::nullopt);
+    m_jobs.pop_front();
+    if (!m_jobs.empty())
+        begin();
+}
+
+void SecretServiceSlot::deliver(const std::weak_ptr<ReadCompletion>& completion,
+                                const std::optional<QByteArray>& secret) {
+    m_queue.post([completion, secret] {
+        if (const auto wanted = completion.lock())
+            (*wanted)(secret);
+    });
 }
 
 } // namespace tavrik

@@ -1,5 +1,6 @@
-#include "platform/linux/KeyringItem.h"
+#include "platform/linux/keyring/KeyringItem.h"
 
+#include <glib-unix.h>
 #include <libsecret/secret.h>
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace tavrik {
 namespace {
 
 struct Release {
-    void operator()(GMainContext* context) const { g_main_context_unref(context); }
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
     void operator()(GSource* source) const { g_source_unref(source); }
     void operator()(GVariant* variant) const { g_variant_unref(variant); }
@@ -29,39 +29,22 @@ struct Release {
 template<class T>
 using Owned = std::unique_ptr<T, Release>;
 
-/// Contact with the Secret Service for as long as it lives. Bound to the thread that made it.
+/// Contact with the Secret Service for as long as it lives.
 class Contact {
 public:
     Contact()
-        : m_context(g_main_context_new()),
-          m_schema(secret_schema_new("io.nordvex.tavrik", SECRET_SCHEMA_DONT_MATCH_NAME, "service",
+        : m_schema(secret_schema_new("io.nordvex.tavrik", SECRET_SCHEMA_DONT_MATCH_NAME, "service",
                                      SECRET_SCHEMA_ATTRIBUTE_STRING, "account",
                                      SECRET_SCHEMA_ATTRIBUTE_STRING, nullptr)),
           m_attributes(secret_attributes_build(m_schema.get(), "service", "io.nordvex.tavrik", "account",
                                                "supabase-session", nullptr)) {
-        g_main_context_push_thread_default(m_context.get());
         m_bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-        if (!m_bus)
-            return;
-        // Else the program would end with the bus.
-        g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
-        m_service.reset(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, nullptr));
-    }
-    Contact(const Contact&) = delete;
-    Contact& operator=(const Contact&) = delete;
-    ~Contact() {
-        m_service.reset();
-        secret_service_disconnect();
-        m_bus.reset();
-        // What was let go of is released by the loop.
-        while (g_main_context_iteration(m_context.get(), FALSE)) {
-        }
-        g_main_context_pop_thread_default(m_context.get());
+        if (m_bus)
+            m_service.reset(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr, nullptr));
     }
 
     explicit operator bool() const { return m_service != nullptr; }
 
-    GMainContext* context() const { return m_context.get(); }
     GDBusConnection* bus() const { return m_bus.get(); }
 
     Owned<SecretItem> find() const {
@@ -76,27 +59,27 @@ public:
         secret_service_clear_sync(m_service.get(), m_schema.get(), m_attributes.get(), nullptr, nullptr);
     }
 
-    void store(const QByteArray& secret) const {
-        const Owned<SecretValue> value(secret_value_new(secret.constData(), secret.size(), "text/plain"));
+    void store(const std::string& secret) const {
+        const Owned<SecretValue> value(
+            secret_value_new(secret.data(), static_cast<gssize>(secret.size()), "text/plain"));
         secret_service_store_sync(m_service.get(), m_schema.get(), m_attributes.get(),
                                   SECRET_COLLECTION_DEFAULT, "Tavrik", value.get(), nullptr, nullptr);
     }
 
 private:
-    Owned<GMainContext> m_context;
     Owned<SecretSchema> m_schema;
     Owned<GHashTable> m_attributes;
     Owned<GDBusConnection> m_bus;
     Owned<SecretService> m_service;
 };
 
-std::optional<QByteArray> secretOf(SecretItem* item) {
+std::optional<std::string> secretOf(SecretItem* item) {
     const Owned<SecretValue> secret(secret_item_get_secret(item));
     if (!secret)
         return std::nullopt;
     gsize length = 0;
     const auto* bytes = secret_value_get(secret.get(), &length);
-    return QByteArray(bytes, static_cast<qsizetype>(length));
+    return std::string(bytes, length);
 }
 
 /// Asks the user to unlock an item. The question stays until it is answered: there is a keyring in use that
@@ -151,35 +134,38 @@ gboolean raise(gpointer flag) {
     return G_SOURCE_REMOVE;
 }
 
-gboolean raiseByCancellable(GCancellable*, gpointer flag) {
+gboolean raiseByPipe(int, GIOCondition, gpointer flag) {
     return raise(flag);
 }
 
-/// Until the user has answered, the time is over, or the read has been cancelled.
-void wait(GMainContext* context, UnlockPrompt& prompt, std::chrono::milliseconds limit,
-          GCancellable* cancellable) {
+/// Until the user has answered, the time is over, or whoever holds the other end of the pipe closes it. False
+/// in the last case.
+bool wait(UnlockPrompt& prompt, std::chrono::milliseconds limit, int pipe) {
     bool over = false;
     const Owned<GSource> timer(g_timeout_source_new(static_cast<guint>(limit.count())));
     g_source_set_callback(timer.get(), raise, &over, nullptr);
-    g_source_attach(timer.get(), context);
-    const Owned<GSource> cancelled(g_cancellable_source_new(cancellable));
-    g_source_set_callback(cancelled.get(), G_SOURCE_FUNC(raiseByCancellable), &over, nullptr);
-    g_source_attach(cancelled.get(), context);
-    while (!over && !prompt.takeAnswer())
-        g_main_context_iteration(context, TRUE);
+    g_source_attach(timer.get(), nullptr);
+    bool closed = false;
+    const Owned<GSource> closing(g_unix_fd_source_new(pipe, G_IO_HUP));
+    g_source_set_callback(closing.get(), G_SOURCE_FUNC(raiseByPipe), &closed, nullptr);
+    g_source_attach(closing.get(), nullptr);
+    while (!over && !closed && !prompt.takeAnswer())
+        g_main_context_iteration(nullptr, TRUE);
     g_source_destroy(timer.get());
-    g_source_destroy(cancelled.get());
+    g_source_destroy(closing.get());
+    return !closed;
 }
 
 } // namespace
 
-std::optional<QByteArray> readKeyringItem(GCancellable* cancellable) {
+std::optional<std::string> readKeyringItem(int pipe) {
     const Contact contact;
     if (!contact)
         return std::nullopt;
     std::optional<UnlockPrompt> prompt;
     // Not every keyring announces that it was unlocked in another way, so that it has to be looked at.
-    for (auto pause = 1s; !g_cancellable_is_cancelled(cancellable); pause = std::min(2 * pause, 64s)) {
+    auto pause = 1s;
+    do {
         const auto item = contact.find();
         if (!item)
             return std::nullopt;
@@ -187,12 +173,11 @@ std::optional<QByteArray> readKeyringItem(GCancellable* cancellable) {
             return secretOf(item.get());
         if (!prompt)
             prompt.emplace(contact.bus(), g_dbus_proxy_get_object_path(G_DBUS_PROXY(item.get())));
-        wait(contact.context(), *prompt, pause, cancellable);
-    }
+    } while (wait(*prompt, std::exchange(pause, std::min(2 * pause, 64s)), pipe));
     return std::nullopt;
 }
 
-void replaceKeyringItem(const QByteArray& secret) {
+void replaceKeyringItem(const std::string& secret) {
     if (const Contact contact; contact) {
         contact.clear();
         contact.store(secret);
