@@ -9,11 +9,13 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QIcon>
+#include <QIconEngine>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -46,12 +48,34 @@ QPixmap tile(const QString& symbol, int size) {
     return pixmap;
 }
 
-QIcon symbolIcon(const QString& symbol) {
-    QIcon icon;
-    for (const int size : {16, 22, 24, 32, 48, 64})
-        icon.addPixmap(tile(symbol, size));
-    return icon;
-}
+/// Draws the tile in the sizes that are really asked for, each once.
+class TileEngine final : public QIconEngine {
+public:
+    explicit TileEngine(QString symbol) : m_symbol(std::move(symbol)) {}
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
+        const int side = std::min(size.width(), size.height());
+        auto& drawn = m_tiles[side];
+        if (drawn.isNull())
+            drawn = tile(m_symbol, side);
+        return drawn;
+    }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+        painter->drawPixmap(rect, pixmap(rect.size(), mode, state));
+    }
+
+    /// Those that a bar may choose from.
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}, {64, 64}};
+    }
+
+    QIconEngine* clone() const override { return new TileEngine(*this); }
+
+private:
+    QString m_symbol;
+    QHash<int, QPixmap> m_tiles; // by side
+};
 
 } // namespace
 
@@ -158,7 +182,7 @@ const QIcon& TrayStatusItem::icon() {
     // Kept, since a change of icon stands between a reply and its paste.
     auto& icon = m_icons[m_symbol];
     if (icon.isNull())
-        icon = symbolIcon(m_symbol);
+        icon = QIcon(new TileEngine(m_symbol));
     return icon;
 }
 
