@@ -6,12 +6,10 @@
 #include "platform/linux/DBusApplicationInstance.h"
 #include "platform/linux/FileManagerRevealer.h"
 #include "platform/linux/JsonPreferenceStore.h"
+#include "platform/linux/LazySound.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
 #include "platform/linux/PortalAppearance.h"
-#include "platform/linux/PulseConnection.h"
-#include "platform/linux/PulseMicrophone.h"
-#include "platform/linux/PulseSoundPlayer.h"
 #include "platform/linux/SecretServiceSlot.h"
 #include "platform/linux/TrayStatusItem.h"
 #include "platform/linux/UserName.h"
@@ -60,7 +58,7 @@ static QString launcher() {
 /// What several services stand on.
 struct Platform::Foundation {
     X11Keyboard keyboard;
-    std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
+    std::shared_ptr<LazySound> sound = std::make_shared<LazySound>();
 };
 
 Platform::Platform(MainQueue& queue)
@@ -69,9 +67,9 @@ Platform::Platform(MainQueue& queue)
       hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
       keyReader(std::make_unique<X11KeyReader>()), links(std::make_unique<QtLinkOpener>()),
       loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
-      microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
+      microphone(std::make_unique<LazyMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),
-      sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
+      sounds(std::make_unique<LazySoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)),
       windowActivator(std::make_unique<X11WindowActivator>()) {
     folders = std::make_unique<FileManagerRevealer>(*links);

@@ -1,7 +1,6 @@
 #include "views/LazyViews.h"
 
-#include <QCoreApplication>
-#include <QLibrary>
+#include "base/Module.h"
 
 namespace tavrik {
 
@@ -30,8 +29,9 @@ void LazyViews::showMainWindow() {
 
 Views* LazyViews::load() {
     if (!m_views) {
-        QLibrary module(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_VIEWS_MODULE));
-        if (const auto make = reinterpret_cast<MakeViews>(module.resolve("makeViews")))
+        const auto make =
+            reinterpret_cast<MakeViews>(moduleFunction(QStringLiteral("tavrik-views"), "makeViews"));
+        if (make)
             m_views.reset(make(m_parts));
     }
     return m_views.get();
