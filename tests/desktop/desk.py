@@ -42,6 +42,11 @@ def windows(*which):
     return found.stdout.split()
 
 
+def front():
+    """The name of the window in front, if there is one."""
+    return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], text=True, capture_output=True).stdout.strip()
+
+
 def screenshot(path):
     run("import", "-window", "root", str(path))
 

@@ -58,6 +58,8 @@ class Desk(unittest.TestCase):
 
     def forward(self, *arguments):
         subprocess.run([PROGRAM, *arguments], check=True, timeout=10)
+        # It takes the focus, later.
+        desk.wait_for("the window in front", lambda: desk.front() == "Tavrik")
 
     def email_is_asked_for(self):
         desk.wait_for("the question who it is", lambda: any(
