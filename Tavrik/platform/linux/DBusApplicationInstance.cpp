@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QObject>
+#include <QTimer>
 #include <QVariantMap>
 
 #include <vector>
@@ -40,7 +41,7 @@ public Q_SLOTS:
 private:
     /// The caller does not wait for a window to be built.
     void afterReply(const std::function<void()>& handle) {
-        QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, handle);
     }
 
     Handlers m_handlers;
