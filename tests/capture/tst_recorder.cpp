@@ -2,6 +2,7 @@
 #include "capture/Recorder.h"
 #include "capture/WavFile.h"
 #include "platform/Microphone.h"
+#include "support/Files.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -18,6 +19,7 @@
 #include <thread>
 
 using namespace tavrik;
+using tavrik::test::contentOf;
 
 namespace {
 
@@ -62,11 +64,6 @@ private:
     Sink m_sink;
 };
 
-QByteArray read(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QByteArray bytesOf(const std::vector<qint16>& samples) {
     return {reinterpret_cast<const char*>(samples.data()),
             static_cast<qsizetype>(samples.size() * sizeof(qint16))};
@@ -76,7 +73,8 @@ quint32 number(const QByteArray& wav, qsizetype offset) {
     return qFromLittleEndian<quint32>(wav.constData() + offset);
 }
 
-// While it lives no file of this process grows beyond `size`: the kernel cuts writes short as on a full disk.
+// While it lives no file of this process grows beyond `size`: the kernel cuts
+// writes short as on a full disk.
 class SmallDisk {
 public:
     explicit SmallDisk(rlim_t size) {
@@ -91,7 +89,8 @@ private:
     rlimit m_before{};
 };
 
-// A take without a file where there was none, which no test takes for a good one.
+// A take without a file where there was none, which no test takes for a good
+// one.
 AbstractRecorder::Take finish(AbstractRecorder& recorder) {
     return recorder.stop().value_or(AbstractRecorder::Take{});
 }
@@ -139,7 +138,7 @@ void TestRecorder::takeIsWav() {
     QCOMPARE(take.duration, 0.5);
     const auto owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
     QCOMPARE(QFileInfo(take.file).permissions(), owner);
-    const auto wav = read(take.file);
+    const auto wav = contentOf(take.file);
     const auto header = QByteArray::fromHex("52494646 a43e0000 57415645"  // RIFF, 16036, WAVE
                                             "666d7420 10000000 0100 0100" // fmt, 16, PCM, mono
                                             "803e0000 007d0000 0200 1000" // 16000, 32000, 2, 16
@@ -157,7 +156,7 @@ void TestRecorder::whatIsHeldAtStopIsKept() {
     microphone.heldAtStop = ramp(160, 1600);
     const auto take = finish(recorder);
     QCOMPARE(take.duration, 0.11);
-    QCOMPARE(read(take.file).sliced(headerSize), bytesOf(ramp(1760)));
+    QCOMPARE(contentOf(take.file).sliced(headerSize), bytesOf(ramp(1760)));
     QVERIFY(QFile::remove(take.file));
 }
 
@@ -197,7 +196,7 @@ void TestRecorder::secondStartAbandonsTheFirst() {
     const auto first = m_folder.filePath(files().value(0));
     microphone.speak(ramp(100));
     QVERIFY(recorder.start());
-    QCOMPARE(number(read(first), 40), 200u);
+    QCOMPARE(number(contentOf(first), 40), 200u);
     const auto take = finish(recorder);
     QVERIFY(take.file != first);
     QVERIFY(QFile::remove(first) && QFile::remove(take.file));
@@ -245,7 +244,7 @@ void TestRecorder::failedStartKeepsTheRunningTake() {
     QVERIFY(!recorder.start());
     microphone.speak(ramp(160, 160));
     const auto take = finish(recorder);
-    QCOMPARE(read(take.file).sliced(headerSize), bytesOf(ramp(320)));
+    QCOMPARE(contentOf(take.file).sliced(headerSize), bytesOf(ramp(320)));
     QVERIFY(QFile::remove(take.file));
     QCOMPARE(files(), {});
 }
@@ -270,7 +269,7 @@ void TestRecorder::diskFillsMidTake() {
         take = finish(recorder);
     }
     QCOMPARE(take.duration, 1.0);
-    const auto wav = read(take.file);
+    const auto wav = contentOf(take.file);
     const auto kept = static_cast<std::size_t>(room) / 2;
     QCOMPARE(wav.sliced(headerSize), bytesOf(ramp(kept)));
     QCOMPARE(number(wav, 40), kept * 2);
@@ -291,7 +290,7 @@ void TestRecorder::unfinishedFileReachesToItsEnd() {
     auto file = WavFile::create(path);
     QVERIFY(file);
     (*file)->append(ramp(160));
-    const auto wav = read(path);
+    const auto wav = contentOf(path);
     QCOMPARE(wav.sliced(headerSize), bytesOf(ramp(160)));
     QCOMPARE(number(wav, 4), 0xffffffffu);
     QCOMPARE(number(wav, 40), 0xffffffffu);
@@ -324,7 +323,8 @@ void TestRecorder::level() {
         samples[i] = static_cast<qint16>(std::lround(
             amplitude * 32767 * std::sin(2 * std::numbers::pi * 400 * static_cast<double>(i) / 16000)));
     samples.resize(samples.size() + static_cast<std::size_t>(quietSamples));
-    // In pieces that do not divide the window, as a sound server may hand them out.
+    // In pieces that do not divide the window, as a sound server may hand them
+    // out.
     for (auto piece = samples.begin(); piece != samples.end();) {
         const auto end = piece + std::min<std::ptrdiff_t>(77, samples.end() - piece);
         microphone.speak({piece, end});

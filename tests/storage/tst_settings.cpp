@@ -1,6 +1,6 @@
-#include "platform/Appearance.h"
 #include "platform/linux/JsonPreferenceStore.h"
 #include "storage/Settings.h"
+#include "support/FakePlatform.h"
 #include "support/Files.h"
 
 #include <QTemporaryDir>
@@ -9,17 +9,6 @@
 #include <optional>
 
 using namespace tavrik;
-
-namespace {
-
-class AppliedAppearance final : public Appearance {
-public:
-    void apply(AppearanceChoice choice) override { applied = choice; }
-
-    std::optional<AppearanceChoice> applied;
-};
-
-} // namespace
 
 // The readers on what a preferences file holds.
 class TestSettings : public QObject {
@@ -131,7 +120,7 @@ private Q_SLOTS:
     void appearance() {
         QFETCH(QByteArray, stored);
         QFETCH(AppearanceChoice, expected);
-        AppliedAppearance appearance;
+        fake::AppearanceLog appearance;
         withFile(R"({"appearance":)" + stored + "}").applyAppearance(appearance);
         QCOMPARE(appearance.applied, expected);
     }
