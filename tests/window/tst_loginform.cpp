@@ -96,20 +96,6 @@ private Q_SLOTS:
         QCOMPARE(screen.form.errorMessage(), u""_s);
     }
 
-    void asksForConfirmation() {
-        Screen screen;
-        screen.type(u"a@b"_s, u"secret"_s);
-        screen.form.toggleMode();
-        screen.script(200, R"({"id":"1"})");
-        screen.form.submit();
-        QTRY_VERIFY(!screen.form.isBusy());
-        QCOMPARE(screen.form.notice(), u"Check your inbox and confirm your email, then sign in."_s);
-        QVERIFY(!screen.form.isCreatingAccount());
-        QVERIFY(screen.form.isSubmittable());
-        screen.form.toggleMode();
-        QCOMPARE(screen.form.notice(), u""_s);
-    }
-
     void survivesTheScreensEnd() {
         Screen screen;
         auto form = std::make_unique<LoginForm>();
