@@ -27,8 +27,6 @@ using namespace tavrik::bench;
 
 namespace {
 
-constexpr int holdMilliseconds = 900;
-
 double now() {
     return milliseconds(Clock::now().time_since_epoch());
 }
@@ -97,7 +95,7 @@ public:
     Times dictate() {
         script();
         HotKeyHold hold;
-        QTest::qWait(holdMilliseconds);
+        speak();
         hold.release();
         return await(now());
     }
@@ -110,7 +108,7 @@ public:
         QProcess recorder;
         recorder.start(m_script, {"start", file});
         recorder.waitForStarted();
-        QTest::qWait(holdMilliseconds);
+        speak();
         Process sender;
         const double released = now();
         sender.start(m_script, {"stop", file, m_url, QString::number(recorder.processId())});

@@ -92,7 +92,7 @@ private:
 double dictate(Backend& backend) {
     backend.willTranslate();
     HotKeyHold hold;
-    QTest::qWait(900);
+    speak();
     hold.release();
     const double released = milliseconds(Clock::now().time_since_epoch());
     const double took = backend.firstByte() - released;
