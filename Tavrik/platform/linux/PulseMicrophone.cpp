@@ -13,6 +13,8 @@ namespace {
 constexpr auto startLimit = 90 * PA_USEC_PER_MSEC;
 constexpr auto stopLimit = 11 * PA_USEC_PER_MSEC;
 constexpr auto fragment = 10 * PA_USEC_PER_MSEC;
+/// Too little to wait a fragment for when the microphone stops: what a resampler holds back, for one.
+constexpr auto negligible = PA_USEC_PER_MSEC;
 
 constexpr pa_sample_spec format{.format = PA_SAMPLE_S16LE, .rate = Microphone::sampleRate, .channels = 1};
 
@@ -86,8 +88,8 @@ void PulseCapture::stop() {
         const auto onTiming = [](pa_stream* stream, int, void* self) {
             auto& capture = *static_cast<PulseCapture*>(self);
             if (const auto* timing = pa_stream_get_timing_info(stream)) {
-                const auto held = pa_usec_to_bytes(timing->source_usec, &format);
-                capture.m_spoken = timing->write_index + static_cast<qint64>(held);
+                const auto held = timing->source_usec > negligible ? timing->source_usec : 0;
+                capture.m_spoken = timing->write_index + static_cast<qint64>(pa_usec_to_bytes(held, &format));
             }
             capture.m_connection->wake();
         };
