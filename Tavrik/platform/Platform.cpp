@@ -6,6 +6,7 @@
 #include "platform/linux/DBusApplicationInstance.h"
 #include "platform/linux/FileManagerRevealer.h"
 #include "platform/linux/JsonPreferenceStore.h"
+#include "platform/linux/LargeBlocks.h"
 #include "platform/linux/LazySound.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
@@ -72,6 +73,7 @@ Platform::Platform(MainQueue& queue)
       sounds(std::make_unique<LazySoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)),
       windowActivator(std::make_unique<X11WindowActivator>()) {
+    returnLargeBlocks();
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(queue, QCoreApplication::applicationDirPath() +
                                                                 QStringLiteral("/tavrik-keyring"));
