@@ -73,7 +73,9 @@ void MessageBoxAlerts::presentNext() {
     auto& box = *m_box;
     box.setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning : QMessageBox::Information);
     box.setWindowTitle(QStringLiteral("Tavrik"));
-    box.setWindowIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
+    if (m_icon.isNull())
+        m_icon = QIcon(QStringLiteral(":/tavrik/Logo.svg"));
+    box.setWindowIcon(m_icon);
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
     box.setWindowModality(Qt::ApplicationModal);

@@ -3,6 +3,8 @@
 #include "base/MainQueue.h"
 #include "platform/Alerts.h"
 
+#include <QIcon>
+
 #include <deque>
 #include <memory>
 #include <optional>
@@ -29,6 +31,8 @@ private:
     void finish(int chosen);
 
     MainQueue& m_queue;
+    /// One for all boxes: Qt keeps what it has drawn of every single one. Loaded with the first.
+    QIcon m_icon;
     /// The first is the one on the screen.
     std::deque<Pending> m_pending;
     std::unique_ptr<QMessageBox> m_box;
