@@ -12,7 +12,6 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace tavrik {
@@ -30,9 +29,8 @@ std::vector<uint32_t> values(xcb_connection_t* connection, xcb_get_property_cook
     const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32)
         return {};
-    std::vector<uint32_t> result(reply->value_len);
-    std::memcpy(result.data(), xcb_get_property_value(reply.get()), result.size() * sizeof(uint32_t));
-    return result;
+    const auto* first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
 }
 
 /// The screen in the X server's pixels: its position is the same, its size is not.
