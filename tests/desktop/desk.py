@@ -151,8 +151,9 @@ class Editor(Process):
         wait_for("the editor's focus", self.has_focus)
 
     def has_focus(self):
-        return run("xdotool", "getwindowfocus").strip() == self.window or \
-            run("xdotool", "getactivewindow").strip() == self.window
+        # Neither can be told while the window manager is away.
+        return any(subprocess.run(["xdotool", question], text=True, capture_output=True).stdout.strip() == self.window
+                   for question in ("getwindowfocus", "getactivewindow"))
 
     def text(self):
         return Atspi.Text.get_text(self._area, 0, Atspi.Text.get_character_count(self._area))
