@@ -21,18 +21,6 @@ function(tavrik_library name)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE tavrik_options ${ARG_PRIVATE})
 endfunction()
 
-# tavrik_module(NAME SOURCES… LIBRARIES…)
-# A part of the program that is loaded when it is first needed (base/Module.h), under the target's name with dashes.
-function(tavrik_module name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
-    string(REPLACE _ - file ${name})
-    add_library(${name} MODULE ${ARG_SOURCES})
-    set_target_properties(${name} PROPERTIES
-        PREFIX "" OUTPUT_NAME ${file} LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${TAVRIK_MODULE_FOLDER})
-    target_link_libraries(${name} PRIVATE tavrik_options ${ARG_LIBRARIES})
-    install(TARGETS ${name} LIBRARY DESTINATION ${TAVRIK_MODULE_FOLDER})
-endfunction()
-
 # tavrik_qml(NAME URI FILES…)
 # Compiles views into an area's library, and registers its QML_ELEMENT types. Call qml_register_types_<URI>() before the
 # first is loaded, from qrc:/qml/<URI as a path>/.

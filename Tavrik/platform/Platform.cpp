@@ -7,10 +7,12 @@
 #include "platform/linux/FileManagerRevealer.h"
 #include "platform/linux/JsonPreferenceStore.h"
 #include "platform/linux/LargeBlocks.h"
-#include "platform/linux/LazySound.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
 #include "platform/linux/PortalAppearance.h"
+#include "platform/linux/PulseConnection.h"
+#include "platform/linux/PulseMicrophone.h"
+#include "platform/linux/PulseSoundPlayer.h"
 #include "platform/linux/SecretServiceSlot.h"
 #include "platform/linux/TrayStatusItem.h"
 #include "platform/linux/UserName.h"
@@ -59,7 +61,7 @@ static QString launcher() {
 /// What several services stand on.
 struct Platform::Foundation {
     X11Keyboard keyboard;
-    std::shared_ptr<LazySound> sound = std::make_shared<LazySound>();
+    std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
 };
 
 Platform::Platform(MainQueue& queue)
@@ -68,9 +70,9 @@ Platform::Platform(MainQueue& queue)
       hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
       keyReader(std::make_unique<X11KeyReader>()), links(std::make_unique<QtLinkOpener>()),
       loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
-      microphone(std::make_unique<LazyMicrophone>(m_foundation->sound)),
+      microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),
-      sounds(std::make_unique<LazySoundPlayer>(m_foundation->sound)),
+      sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)),
       windowActivator(std::make_unique<X11WindowActivator>()) {
     returnLargeBlocks();

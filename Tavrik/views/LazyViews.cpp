@@ -1,6 +1,7 @@
 #include "views/LazyViews.h"
 
-#include "base/Module.h"
+#include <QCoreApplication>
+#include <QLibrary>
 
 namespace tavrik {
 
@@ -29,9 +30,8 @@ void LazyViews::showMainWindow() {
 
 Views* LazyViews::load() {
     if (!m_views) {
-        const auto make =
-            reinterpret_cast<MakeViews>(moduleFunction(QStringLiteral("tavrik-views"), "makeViews"));
-        if (make)
+        QLibrary module(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_VIEWS_MODULE));
+        if (const auto make = reinterpret_cast<MakeViews>(module.resolve("makeViews")))
             m_views.reset(make(m_parts));
     }
     return m_views.get();

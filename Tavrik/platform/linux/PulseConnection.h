@@ -22,12 +22,13 @@ using PulsePointer = std::unique_ptr<T, PulseDeleter>;
 
 /// The connection to the sound server and the thread that serves it. One context is kept, so that a stream is
 /// ready in a fraction of a millisecond; a context that broke is replaced when it is next needed, and nothing
-/// runs until then. Everything but making and destroying it needs a Lock, which callbacks of libpulse have.
+/// runs until then. Made and destroyed on the main thread; everything else needs a Lock, which callbacks of
+/// libpulse have.
 class PulseConnection {
 public:
     using Ready = std::move_only_function<void(pa_context*)>;
 
-    /// Keeps the connection's thread from running callbacks. Not for that thread.
+    /// Keeps the connection's thread from running callbacks. Main thread only.
     class Lock {
     public:
         explicit Lock(PulseConnection& connection) : m_loop(connection.m_loop.get()) {
