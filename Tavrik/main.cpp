@@ -145,14 +145,17 @@ int run(int& argc, char** argv, const QByteArrayList& urls) {
     return QApplication::exec();
 }
 
-} // namespace
-
-int main(int argc, char* argv[]) {
+std::variant<ExitStatus, StartProgram> obey(const QByteArrayList& arguments) {
     QTextStream in(stdin);
     QTextStream out(stdout);
     QTextStream err(stderr);
-    const auto command =
-        runCommandLine(QByteArrayList(argv + 1, argv + argc), &makePreferenceStore, {in, out, err});
+    return runCommandLine(arguments, &makePreferenceStore, {in, out, err});
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    const auto command = obey(QByteArrayList(argv + 1, argv + argc));
     if (const auto* status = std::get_if<ExitStatus>(&command))
         return *status;
 
