@@ -16,9 +16,12 @@ struct Alert {
     Style style = Style::warning;
     /// The first is the default. Empty: one confirming button.
     QStringList buttons = {};
+    /// Whether the keyboard goes to the alert while another program has it.
+    bool activates = true;
 };
 
-/// Modal alerts. While one is open the main queue waits. Main thread only.
+/// Alerts, modal while the program has the keyboard. While one is open the main queue waits. Main thread
+/// only.
 class Alerts {
 public:
     Alerts() = default;
@@ -26,9 +29,9 @@ public:
     Alerts& operator=(const Alerts&) = delete;
     virtual ~Alerts() = default;
 
-    /// Brings the alert to the front and returns at once. `answered`, if given, gets the index of the chosen
-    /// button (closing the alert chooses the last), before anything that waited in the queue. A second alert
-    /// waits for the first.
+    /// Shows the alert over other windows and returns at once. `answered`, if given, gets the index of the
+    /// chosen button (closing the alert chooses the last), before anything that waited in the queue. A second
+    /// alert waits for the first.
     virtual void show(const Alert& alert, std::function<void(int)> answered = {}) = 0;
 };
 

@@ -73,14 +73,13 @@ void UpdateChecker::showUpToDate() {
         {.messageText = QStringLiteral("You're up to date"),
          .informativeText = QStringLiteral("Tavrik %1 is the latest version.").arg(m_currentVersion),
          .style = Alert::Style::informational,
-         .buttons = {}});
+         .activates = false});
 }
 
 void UpdateChecker::showCheckFailed() {
     m_alerts.show({.messageText = QStringLiteral("Could not check for updates"),
                    .informativeText = QStringLiteral("Check your internet connection and try again."),
-                   .style = Alert::Style::warning,
-                   .buttons = {}});
+                   .activates = false});
 }
 
 } // namespace tavrik

@@ -78,15 +78,23 @@ class Updates(unittest.TestCase):
         desk.run("xdotool", "key", key)
         desk.wait_for("the alert to close", lambda: len(self.windows()) == 1)
 
+    def does_not_interrupt(self, alert):
+        """The keys still go where the user writes; a Return would have closed the alert."""
+        before = self.editor.text()
+        desk.run("xdotool", "key", "Return", "y")
+        desk.wait_for("the keys in the editor", lambda: self.editor.text() == before + "\ny")
+        alert.dismiss()
+
     def test_asked_for(self):
+        self.editor = self.enterContext(desk.Editor())
         self.start({"version": VERSION, "url": PAGE})
         desk.wait_for("the program's own check", lambda: self.checks() == 1)
         self.ask()
-        self.tells(UP_TO_DATE, "up-to-date").dismiss()
+        self.does_not_interrupt(self.tells(UP_TO_DATE, "up-to-date"))
 
         self.announce({"version": "99.1"})
         self.ask()
-        self.tells(FAILED, "failed").dismiss()
+        self.does_not_interrupt(self.tells(FAILED, "failed"))
 
         self.announce(NEWER)
         self.ask()

@@ -1,6 +1,7 @@
 #include "platform/qt/MessageBoxAlerts.h"
 
 #include <QGridLayout>
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -78,7 +79,10 @@ void MessageBoxAlerts::presentNext() {
     box.setWindowIcon(m_icon);
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
-    box.setWindowModality(Qt::ApplicationModal);
+    const bool takesKeyboard = alert.activates || QGuiApplication::focusWindow();
+    box.setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard);
+    // A modal window asks for the keyboard as it comes up.
+    box.setWindowModality(takesKeyboard ? Qt::ApplicationModal : Qt::NonModal);
     // On top, since the program has no window the user works in that would bring the alert forward.
     box.setWindowFlag(Qt::WindowStaysOnTopHint);
     box.setAttribute(Qt::WA_QuitOnClose, false);
@@ -107,7 +111,8 @@ void MessageBoxAlerts::presentNext() {
     });
     box.show();
     box.raise();
-    box.activateWindow();
+    if (takesKeyboard)
+        box.activateWindow();
 }
 
 void MessageBoxAlerts::finish(int chosen) {
