@@ -26,15 +26,25 @@ std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView m
     return {};
 }
 
-std::expected<QJsonObject, Reply> readPost(const Request& request) {
+std::expected<void, Reply> checkPost(const Request& request) {
     if (auto checked = checkRequest(request, "POST"); !checked)
         return std::unexpected(std::move(checked.error()));
     if (!request.isJson())
         return std::unexpected(refusal(415, u"Content-Type must be application/json"_s));
+    return {};
+}
+
+std::expected<QJsonObject, Reply> readObject(const Request& request) {
     const auto document = QJsonDocument::fromJson(request.body);
     if (!document.isObject())
         return std::unexpected(refusal(400, u"Could not parse the request's body as a JSON object"_s));
     return document.object();
+}
+
+std::expected<QJsonObject, Reply> readPost(const Request& request) {
+    if (auto checked = checkPost(request); !checked)
+        return std::unexpected(std::move(checked.error()));
+    return readObject(request);
 }
 
 } // namespace tavrik::backend

@@ -34,11 +34,13 @@ TranslateFunction::TranslateFunction(const AuthService& accounts, ModelService& 
     : m_accounts(accounts), m_models(models) {}
 
 void TranslateFunction::answer(const Request& request, HttpHandler::Responder respond) {
-    const auto body = readPost(request);
-    if (!body)
-        return respond(body.error());
+    if (const auto checked = checkPost(request); !checked)
+        return respond(checked.error());
     if (!m_accounts.bearer(request))
         return respond(refusal(401, u"Invalid or expired access token"_s));
+    const auto body = readObject(request);
+    if (!body)
+        return respond(body.error());
     const auto language = body->value(u"language"_s).toString();
     if (language.isEmpty() || language.size() > longestLanguage)
         return respond(failure(400, u"language: a name is needed"_s));

@@ -57,13 +57,14 @@ export async function translate(request: Request): Promise<Response> {
   if (request.method !== "POST") return refusal(405, "Method Not Allowed");
   const type = request.headers.get("Content-Type")?.split(";")[0].trim().toLowerCase();
   if (type !== "application/json") return refusal(415, "Content-Type must be application/json");
-  const body = await readObject(request);
-  if (!body) return refusal(400, "Could not parse the request's body as a JSON object");
+  // Before the body, of which a stranger may send any amount; a user's arrives in the meantime.
   try {
     if (!await isSignedIn(request)) return refusal(401, "Invalid or expired access token");
   } catch {
     return failure(502, "The project's accounts did not answer");
   }
+  const body = await readObject(request);
+  if (!body) return refusal(400, "Could not parse the request's body as a JSON object");
 
   const { audio, language } = body;
   if (typeof language !== "string" || language === "" || language.length > longestLanguage) {
