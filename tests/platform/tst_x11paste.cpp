@@ -22,8 +22,9 @@ public:
     Window(X11Keyboard& keyboard, const QByteArray& windowClass, const QString& program,
            const QStringList& arguments) {
         m_process.start(program, arguments);
-        m_focused = QTest::qWaitFor([&] { return keyboard.circumstances().focusedWindowClass.contains(windowClass); },
-                                    std::chrono::milliseconds(20000).count());
+        m_focused =
+            QTest::qWaitFor([&] { return keyboard.circumstances().focusedWindowClass.contains(windowClass); },
+                            std::chrono::milliseconds(20000).count());
     }
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;

@@ -40,9 +40,7 @@ public Q_SLOTS:
 
 private:
     /// The caller does not wait for a window to be built.
-    void afterReply(const std::function<void()>& handle) {
-        QTimer::singleShot(0, this, handle);
-    }
+    void afterReply(const std::function<void()>& handle) { QTimer::singleShot(0, this, handle); }
 
     Handlers m_handlers;
 };
