@@ -5,8 +5,10 @@ import json
 import os
 import pathlib
 import subprocess
+import sys
 import tempfile
 import time
+import unittest
 import urllib.request
 
 import gi
@@ -15,6 +17,16 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 SHORTCUT = ("Alt_L", "space")
+# Proxies are for the world outside.
+opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+
+
+def main(*names):
+    """Runs the calling suite's tests, all or those of the names, and ends the program."""
+    result = unittest.main(argv=[sys.argv[0], *names], exit=False, verbosity=2).result
+    failed = len(result.failures) + len(result.errors)
+    print(f"Totals: {max(result.testsRun - failed, 0)} passed, {failed} failed, {len(result.skipped)} skipped")
+    sys.exit(1 if failed or not result.testsRun else 0)
 
 
 def wait_for(what, condition, seconds=10):
@@ -162,8 +174,8 @@ class Editor(Process):
 class Backend(Process):
     """The stand-in for both services."""
 
-    def __init__(self, program, port, *options):
-        super().__init__(program, "--port", str(port), "--control", *options)
+    def __init__(self, program, port, *options, env=None):
+        super().__init__(program, "--port", str(port), "--control", *options, env=env)
         self.url = self.process.stdout.readline().strip()
         if not self.url.startswith("http"):
             raise RuntimeError(f"the backend said {self.url!r}")
@@ -171,7 +183,7 @@ class Backend(Process):
     def _control(self, path, body=None, method=None):
         data = None if body is None else json.dumps(body).encode()
         request = urllib.request.Request(f"{self.url}/control/{path}", data=data, method=method)
-        with urllib.request.urlopen(request) as reply:
+        with opener.open(request) as reply:
             text = reply.read()
         return json.loads(text) if text else None
 

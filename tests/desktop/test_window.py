@@ -300,8 +300,4 @@ class MainWindow(unittest.TestCase):
         return float(desk.run("convert", f"x:{self.window.id}", "-format", "%[fx:100*p{4,600}.lightness]", "info:"))
 
 
-if __name__ == "__main__":
-    result = unittest.main(argv=sys.argv[:1], exit=False, verbosity=2).result
-    failed = len(result.failures) + len(result.errors)
-    print(f"Totals: {result.testsRun - failed} passed, {failed} failed, {len(result.skipped)} skipped")
-    sys.exit(1 if failed or not result.testsRun else 0)
+desk.main()
