@@ -27,152 +27,98 @@ class TestPreferencesCommand : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void preferences_data() {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArrayList>("arguments");
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("out");
-        QTest::addColumn<QString>("err");
-        QTest::addColumn<QByteArray>("after");
-        const QByteArray empty = "{}";
-        const auto row = [](const char* name, const QByteArray& before, const QByteArray& arguments,
-                            int status, const QString& out, const QString& err, const QByteArray& after,
-                            const QString& input = {}) {
-            QTest::addRow("%s", name)
-                << quoted(before) << arguments.split(' ') << input << status << out << err << quoted(after);
-        };
-        row("get number", "{'hotkey_keycode':50}", "get hotkey_keycode", 0, "50\n", "",
-            "{'hotkey_keycode':50}");
-        row("get false", "{'sounds_enabled':false}", "get sounds_enabled", 0, "false\n", "",
-            "{'sounds_enabled':false}");
-        row("get the default", empty, "get openrouter_model", 1, "google/gemini-2.5-flash\n", "", empty);
-        row("get a wrong type", "{'hotkey_keycode':'50'}", "get hotkey_keycode", 1, "49\n", "",
-            "{'hotkey_keycode':'50'}");
-        row("get unknown", empty, "get nonsense", 2, "",
-            "no preference \"nonsense\", only hotkey_keycode, hotkey_modifiers, "
-            "hotkey_display, "
-            "sounds_enabled, "
-            "target_language, appearance, openrouter_model, openrouter_api_key, "
-            "sidebar_collapsed\n",
-            empty);
-        row("set a text that looks like a number", empty, "set openrouter_model 5", 0, "", "",
-            "{'openrouter_model':'5'}");
-        row("set number", "{'other':[1]}", "set hotkey_modifiers 4294967295", 0, "", "",
-            "{'hotkey_modifiers':4294967295,'other':[1]}");
-        row("set Boolean", empty, "set sounds_enabled false", 0, "", "", "{'sounds_enabled':false}");
-        row("set too large", empty, "set hotkey_keycode 4294967296", 2, "",
-            "hotkey_keycode takes a whole number", empty);
-        row("set fraction", empty, "set hotkey_keycode 1.5", 2, "", "not \"1.5\"", empty);
-        row("set no Boolean", empty, "set sounds_enabled 1", 2, "", "sounds_enabled takes true or false",
-            empty);
-        row("set without value", empty, "set sounds_enabled", 2, "", "Usage:", empty);
-        row("set from input", empty, "set openrouter_api_key -", 0, "", "", "{'openrouter_api_key':'sk-1'}",
-            "sk-1\nmore\n");
-        row("set from input without a newline", empty, "set hotkey_keycode -", 0, "", "",
-            "{'hotkey_keycode':7}", "7");
-        row("set from no input", empty, "set openrouter_api_key -", 2, "", "no value", empty);
-        row("set the key as an argument", empty, "set openrouter_api_key sk-1", 2, "",
-            "openrouter_api_key -\n", empty);
-        row("unset", "{'openrouter_api_key':'sk-1','x':1}", "unset openrouter_api_key", 0, "", "", "{'x':1}");
-        row("unset unknown", "{'x':1}", "unset x", 2, "", "no preference \"x\"", "{'x':1}");
-        row("list",
-            "{'openrouter_api_key':'sk-1','x':{'y':[1]},'hotkey_keycode':true,'"
-            "target_language':'\\u001b[31m'"
-            "}",
-            "list", 0,
-            "hotkey_keycode = 49 (default; what is stored is of another type)\n"
-            "hotkey_modifiers = 2048 (default)\n"
-            "hotkey_display = \"⌥ Space\" (default)\n"
-            "sounds_enabled = true (default)\n"
-            "target_language = \"\\u001b[31m\"\n"
-            "appearance = \"system\" (default)\n"
-            "openrouter_model = \"google/gemini-2.5-flash\" (default)\n"
-            "openrouter_api_key = ********\n"
-            "sidebar_collapsed = false (default)\n"
-            "x = {\"y\":[1]} (not a preference of this version)\n",
-            "",
-            "{'openrouter_api_key':'sk-1','x':{'y':[1]},'hotkey_keycode':true,'"
-            "target_language':'\\u001b[31m'"
-            "}");
-        row("unknown action", empty, "frobnicate appearance", 2, "", "Usage:", empty);
-        row("too many words", empty, "get appearance now", 2, "", "Usage:", empty);
+    void gets() {
+        const std::tuple<QByteArray, QByteArray, ExitStatus, QString> rows[]{
+            {"{'hotkey_keycode':50}", "hotkey_keycode", exitDone, "50\n"},
+            {"{'hotkey_keycode':'50'}", "hotkey_keycode", exitNot, "49\n"},
+            {"{}", "openrouter_model", exitNot, "google/gemini-2.5-flash\n"}};
+        for (const auto& [content, key, status, out] : rows) {
+            const auto outcome = preferences({"get", key}, content);
+            QCOMPARE(outcome.out, out);
+            QCOMPARE(std::get<ExitStatus>(outcome.result), status);
+        }
     }
-    void preferences() {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArrayList, arguments);
-        QFETCH(QString, input);
-        QFETCH(int, status);
-        QFETCH(QString, out);
-        QFETCH(QString, err);
-        QFETCH(QByteArray, after);
-        const QTemporaryDir folder;
-        const auto path = folder.filePath("preferences.json");
-        QVERIFY(test::writeFile(path, before));
-        arguments.prepend("preferences");
-        const auto outcome = run(arguments, path, input);
-        QCOMPARE(std::get<ExitStatus>(outcome.result), status);
-        QCOMPARE(outcome.out, out);
-        QVERIFY2(outcome.err.contains(err) && outcome.err.isEmpty() == err.isEmpty(),
-                 qPrintable(outcome.err));
-        QVERIFY(!outcome.err.contains("sk-1"));
-        QCOMPARE(QJsonDocument::fromJson(test::contentOf(path)), QJsonDocument::fromJson(after));
+
+    void lists() {
+        const auto outcome = preferences({"list"}, "{'openrouter_api_key':'sk-1','x':{'y':[1]},"
+                                                   "'hotkey_keycode':true,'target_language':'\\u001b[31m'}");
+        QCOMPARE(outcome.out, QString("hotkey_keycode = 49 (default; what is stored is of another type)\n"
+                                      "hotkey_modifiers = 2048 (default)\n"
+                                      "hotkey_display = \"⌥ Space\" (default)\n"
+                                      "sounds_enabled = true (default)\n"
+                                      "target_language = \"\\u001b[31m\"\n"
+                                      "appearance = \"system\" (default)\n"
+                                      "openrouter_model = \"google/gemini-2.5-flash\" (default)\n"
+                                      "openrouter_api_key = ********\n"
+                                      "sidebar_collapsed = false (default)\n"
+                                      "x = {\"y\":[1]} (not a preference of this version)\n"));
+    }
+
+    void changes() {
+        const std::tuple<QByteArray, QByteArrayList, QByteArray> rows[]{
+            {"{}", {"set", "openrouter_model", "5"}, "{'openrouter_model':'5'}"},
+            {"{'x':[1]}",
+             {"set", "hotkey_modifiers", "4294967295"},
+             "{'hotkey_modifiers':4294967295,'x':[1]}"},
+            {"{}", {"set", "sounds_enabled", "false"}, "{'sounds_enabled':false}"},
+            {"{}", {"set", "openrouter_api_key", "-"}, "{'openrouter_api_key':'sk-1'}"},
+            {"{'openrouter_api_key':'sk-1','x':1}", {"unset", "openrouter_api_key"}, "{'x':1}"}};
+        for (const auto& [before, arguments, after] : rows) {
+            const auto outcome = preferences(arguments, before, "sk-1\nmore\n");
+            QCOMPARE(std::get<ExitStatus>(outcome.result), exitDone);
+            QCOMPARE(outcome.out + outcome.err, QString());
+            QCOMPARE(QJsonDocument::fromJson(test::contentOf(m_file)),
+                     QJsonDocument::fromJson(quoted(after)));
+        }
+    }
+
+    void refuses() {
+        const std::pair<QByteArray, QString> rows[]{
+            {"get nonsense", "no preference \"nonsense\", only hotkey_keycode, hotkey_modifiers, "},
+            {"set hotkey_keycode 4294967296", "hotkey_keycode takes a whole number"},
+            {"set hotkey_keycode 1.5", "not \"1.5\""},
+            {"set sounds_enabled 1", "sounds_enabled takes true or false"},
+            {"set sounds_enabled", "Usage:"},
+            {"set target_language -", "no value"},
+            {"set openrouter_api_key sk-1", "openrouter_api_key -\n"},
+            {"frobnicate appearance", "Usage:"},
+            {"get appearance now", "Usage:"}};
+        for (const auto& [arguments, err] : rows) {
+            const auto outcome = preferences(arguments.split(' '), "{}");
+            QVERIFY2(outcome.err.contains(err), qPrintable(outcome.err));
+            QVERIFY(!outcome.err.contains("sk-1"));
+            QCOMPARE(std::get<ExitStatus>(outcome.result), exitUsage);
+            QCOMPARE(test::contentOf(m_file), "{}");
+        }
     }
 
     void saysWhenItCannotWrite() {
-        const QTemporaryDir folder;
-        const auto file = folder.filePath("file");
-        QVERIFY(test::writeFile(file, "x"));
+        QVERIFY(test::writeFile(m_file, "x"));
         for (const QByteArrayList& arguments : {QByteArrayList{"preferences", "set", "appearance", "dark"},
                                                 {"preferences", "unset", "appearance"}}) {
-            const auto outcome = run(arguments, file + "/below/preferences.json");
+            const auto outcome = run(arguments, m_file + "/below/preferences.json");
             QCOMPARE(std::get<ExitStatus>(outcome.result), exitNot);
             QVERIFY(outcome.err.contains("could not be written"));
         }
     }
 
-    void startsTheProgram_data() {
-        QTest::addColumn<QByteArrayList>("arguments");
-        QTest::newRow("nothing") << QByteArrayList{};
-        QTest::newRow("URL") << QByteArrayList{"tavrik://auth-callback#access_token=%zz\xff"};
-        QTest::newRow("two URLs") << QByteArrayList{"TAVRIK:a", "file:///x"};
-    }
-    void startsTheProgram() {
-        QFETCH(QByteArrayList, arguments);
-        const auto outcome = run(arguments, {});
-        QCOMPARE(std::get<StartProgram>(outcome.result).urls, arguments);
-        QVERIFY(outcome.out.isEmpty() && outcome.err.isEmpty());
-    }
-
-    void answers_data() {
-        QTest::addColumn<QByteArrayList>("arguments");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("out");
-        QTest::addColumn<QString>("err");
-        QTest::newRow("help") << QByteArrayList{"--help"} << 0 << "preferences set openrouter_api_key -"
-                              << "";
-        QTest::newRow("version") << QByteArrayList{"--version"} << 0 << "Tavrik " << "";
-        QTest::newRow("unknown option") << QByteArrayList{"--frobnicate"} << 2 << "" << "\"--frobnicate\"";
-        QTest::newRow("unknown command") << QByteArrayList{"record"} << 2 << "" << "\"record\"";
-        QTest::newRow("path") << QByteArrayList{"./a:b"} << 2 << "" << "\"./a:b\"";
-        QTest::newRow("empty") << QByteArrayList{""} << 2 << "" << "\"\"";
-        QTest::newRow("preferences alone") << QByteArrayList{"preferences"} << 2 << "" << "Usage:";
-    }
-    void answers() {
-        QFETCH(QByteArrayList, arguments);
-        QFETCH(int, status);
-        QFETCH(QString, out);
-        QFETCH(QString, err);
-        const QTemporaryDir folder;
-        const auto outcome = run(arguments, folder.filePath("preferences.json"));
-        QCOMPARE(std::get<ExitStatus>(outcome.result), status);
-        QVERIFY2(outcome.out.contains(out) && outcome.out.isEmpty() == out.isEmpty(),
-                 qPrintable(outcome.out));
-        QVERIFY2(outcome.err.contains(err) && outcome.err.isEmpty() == err.isEmpty(),
-                 qPrintable(outcome.err));
+    void startsTheProgramOnlyForUrls() {
+        const QByteArrayList urls{"TAVRIK:a", "file:///x"};
+        QCOMPARE(std::get<StartProgram>(run(urls, {}).result).urls, urls);
+        for (const auto* const argument : {"--frobnicate", "record", "./a:b", ""}) {
+            const auto outcome = run({argument}, {});
+            QCOMPARE(std::get<ExitStatus>(outcome.result), exitUsage);
+            QVERIFY(outcome.out.isEmpty() && outcome.err.contains(QString("\"%1\"").arg(argument)));
+        }
     }
 
 private:
+    Outcome preferences(const QByteArrayList& arguments, const QByteArray& content,
+                        const QString& input = {}) const {
+        test::writeFile(m_file, quoted(content));
+        return run(QByteArrayList{"preferences"} + arguments, m_file, input);
+    }
+
     static Outcome run(const QByteArrayList& arguments, const QString& path, QString input = {}) {
         Outcome outcome;
         QTextStream in(&input, QIODevice::ReadOnly);
@@ -182,6 +128,9 @@ private:
             arguments, [&path] { return std::make_unique<JsonPreferenceStore>(path); }, {in, out, err});
         return outcome;
     }
+
+    const QTemporaryDir m_folder;
+    const QString m_file = m_folder.filePath("preferences.json");
 };
 
 QTEST_GUILESS_MAIN(TestPreferencesCommand)
