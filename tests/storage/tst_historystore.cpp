@@ -24,8 +24,6 @@ using namespace tavrik::test;
 
 namespace {
 
-constexpr auto noOneElse = 0077;
-
 // Everything in the folder but the history itself, hidden files too.
 QStringList othersIn(const QString& folder) {
     auto names =
@@ -67,15 +65,16 @@ private Q_SLOTS:
 
     void sortsNewestFirstAndStably() {
         const QDateTime day(QDate(2025, 3, 1), QTime(12, 0), Qt::UTC);
-        const auto text = [](const Transcription& r) {
-            return r.text;
-        };
-        write({dictation("old", day.addDays(-1)), dictation("a", day), dictation("b", day),
-               dictation("new", day.addDays(1)), dictation("c", day)});
+        QList records{dictation("old", day.addDays(-1))};
+        for (char text = 'a'; text <= 'z'; ++text)
+            records.append(dictation(QByteArray(1, text), day));
+        records.append(dictation("new", day.addDays(1)));
+        write(records);
+        QByteArray texts;
         const HistoryStore store(m_folder);
-        QByteArrayList texts;
-        std::ranges::transform(store.items(), std::back_inserter(texts), text);
-        QCOMPARE(texts, (QByteArrayList{"new", "a", "b", "c", "old"}));
+        for (const auto& record : store.items())
+            texts += record.text;
+        QCOMPARE(texts, QByteArray("newabcdefghijklmnopqrstuvwxyzold"));
     }
 
     // Front insertion keeps its place, whatever the clock said.
@@ -119,40 +118,25 @@ private Q_SLOTS:
         QCOMPARE(contentOf(m_file), document(expected));
     }
 
-    void removingWhatIsNotThereChangesNothing() {
-        HistoryStore store(m_folder);
-        connect(&store, &HistoryStore::aboutToRemove, this, [] { QFAIL("announced"); });
-        store.remove(QUuid::createUuid());
-        QVERIFY(!QFile::exists(m_file));
-    }
-
-    void keepsAsideWhatItCannotDecode_data() {
-        QTest::addColumn<QByteArray>("content");
-        const auto good = document(numberedRecords(200));
-        QTest::newRow("one bad record among many") << QByteArray(good).replace("\"150\"", "150");
-        QTest::newRow("truncated") << good.first(good.size() / 2);
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("no JSON") << QByteArray(1000, '\xff');
-    }
     void keepsAsideWhatItCannotDecode() {
-        QFETCH(QByteArray, content);
-        // Twice, most likely within one second: the second must not take the first one's name.
-        for (int kept = 1; kept <= 2; ++kept) {
+        const auto oneBadRecord = document(numberedRecords(200)).replace("\"150\"", "150");
+        // One after the other, most likely within one second: none must take the other's name.
+        for (const auto& content : {oneBadRecord, QByteArray()}) {
+            const auto before = othersIn(m_folder);
             writeRaw(content);
             HistoryStore store(m_folder);
             QCOMPARE(store.items().size(), 0);
-            QCOMPARE(othersIn(m_folder).size(), kept - 1);
+            QCOMPARE(othersIn(m_folder), before);
             QCOMPARE(contentOf(m_file), content);
             store.insertFirst(dictation("new", QDateTime::currentDateTimeUtc()));
             QTRY_VERIFY(contentOf(m_file) == document(store.items()));
-            const auto others = othersIn(m_folder);
-            QCOMPARE(others.size(), kept);
-            for (const auto& name : others) {
-                QVERIFY2(name.startsWith("history (unreadable ") && name.endsWith(").json"),
-                         qPrintable(name));
-                QCOMPARE(contentOf(QDir(m_folder).filePath(name)), content);
-                QCOMPARE(modeOf(QDir(m_folder).filePath(name)) & noOneElse, mode_t{0});
-            }
+            auto added = othersIn(m_folder);
+            added.removeIf([&](const auto& name) { return before.contains(name); });
+            QCOMPARE(added.size(), 1);
+            QVERIFY2(added[0].startsWith("history (unreadable ") && added[0].endsWith(").json"),
+                     qPrintable(added[0]));
+            QCOMPARE(contentOf(QDir(m_folder).filePath(added[0])), content);
+            QCOMPARE(modeOf(QDir(m_folder).filePath(added[0])), mode_t{0600});
         }
     }
 
@@ -165,28 +149,21 @@ private Q_SLOTS:
         QCOMPARE(modeOf(m_folder), mode_t{0700});
     }
 
-    void followsASymbolicLink_data() {
-        QTest::addColumn<bool>("readable");
-        QTest::newRow("readable") << true;
-        QTest::newRow("not readable") << false;
-    }
+    // What cannot be read is kept aside where the file really is.
     void followsASymbolicLink() {
-        QFETCH(bool, readable);
-        const auto synced = m_temporary->filePath("synced");
-        QVERIFY(QDir().mkpath(synced) && QDir().mkpath(m_folder));
-        const auto target = synced + "/dictations.json";
-        const auto before = readable ? document(numberedRecords(1)) : QByteArray("[broken");
-        QVERIFY(writeFile(target, before) && QFile::link(target, m_file));
+        const QTemporaryDir synced;
+        const auto target = synced.filePath("dictations.json");
+        QVERIFY(writeFile(target, "[broken"));
+        QVERIFY(QDir().mkpath(m_folder) && QFile::link(target, m_file));
         {
             HistoryStore store(m_folder);
             store.insertFirst(dictation("new", QDateTime::currentDateTimeUtc()));
         }
         QVERIFY(QFileInfo(m_file).isSymLink());
-        QCOMPARE(decodeHistory(contentOf(target)).value_or(QList<Transcription>()).size(), readable ? 2 : 1);
-        const auto aside = QDir(synced).entryList({"dictations (unreadable *).json"});
-        QCOMPARE(aside.size(), readable ? 0 : 1);
-        if (!readable)
-            QCOMPARE(contentOf(synced + '/' + aside.first()), before);
+        QCOMPARE(decodeHistory(contentOf(target)).value_or(QList<Transcription>()).size(), 1);
+        const auto aside = QDir(synced.path()).entryList({"dictations (unreadable *).json"});
+        QCOMPARE(aside.size(), 1);
+        QCOMPARE(contentOf(synced.filePath(aside.first())), "[broken");
     }
 
     void isNotHeldUpByAPipeInItsPlace() {
@@ -198,14 +175,6 @@ private Q_SLOTS:
             store.insertFirst(dictation("new", QDateTime::currentDateTimeUtc()));
         }
         QCOMPARE(HistoryStore(m_folder).items().size(), 1);
-    }
-
-    void keepsItsListWhereNothingCanBeWritten() {
-        QVERIFY(QDir().mkpath(QFileInfo(m_folder).path()));
-        QVERIFY(writeFile(m_folder, "a file where the folder should be"));
-        HistoryStore store(m_folder);
-        store.insertFirst(dictation("only here", QDateTime::currentDateTimeUtc()));
-        QCOMPARE(store.items().size(), 1);
     }
 
     void triesAgainWithTheNextChange() {
@@ -286,53 +255,35 @@ private Q_SLOTS:
         QCOMPARE(HistoryStore(m_folder).items(), expected);
     }
 
-    void wordsPerMinute_data() {
-        QTest::addColumn<QList<double>>("durations");
-        QTest::addColumn<int>("words");
-        QTest::addColumn<qint64>("expected");
-        QTest::newRow("one second") << QList<double>{0.5, 0.5} << 100 << qint64{0};
-        QTest::newRow("just over a second") << QList<double>{1.0, 1e-9} << 100 << qint64{6000};
-        QTest::newRow("two and a half up") << QList<double>{24} << 1 << qint64{3};
-        QTest::newRow("just under a half") << QList<double>{120.001} << 1 << qint64{0};
-        QTest::newRow("negative") << QList<double>{-60} << 10 << qint64{0};
-        QTest::newRow("endless") << QList<double>{1e308, 1e308} << 10 << qint64{0};
-    }
     void wordsPerMinute() {
-        QFETCH(QList<double>, durations);
-        QFETCH(int, words);
-        QFETCH(qint64, expected);
-        HistoryStore store(m_folder);
+        const std::tuple<QList<double>, int, qint64> rows[]{{{0.5, 0.5}, 100, 0}, {{1.0, 1e-9}, 100, 6000},
+                                                            {{24}, 1, 3},         {{120.001}, 1, 0},
+                                                            {{-60}, 10, 0},       {{1e308, 1e308}, 10, 0}};
         const auto now = QDateTime::currentDateTimeUtc();
-        for (const double duration : durations)
-            store.insertFirst(dictation("", now, duration));
-        if (words > 0)
+        for (const auto& [durations, words, expected] : rows) {
+            const QTemporaryDir folder;
+            HistoryStore store(folder.path());
+            for (const double duration : durations)
+                store.insertFirst(dictation("", now, duration));
             store.insertFirst(dictation(QByteArray("word\u00a0").repeated(words), now, 0));
-        QCOMPARE(store.totalWords(), words);
-        QCOMPARE(store.wordsPerMinute(), expected);
+            QCOMPARE(store.totalWords(), words);
+            QCOMPARE(store.wordsPerMinute(), expected);
+        }
     }
 
     void daysFollowTheTimeZone() {
         const auto before = qgetenv("TZ");
-        const bool wasSet = qEnvironmentVariableIsSet("TZ");
-        const auto restore = qScopeGuard([&] {
-            if (wasSet)
-                qputenv("TZ", before);
-            else
-                qunsetenv("TZ");
-            tzset();
-        });
+        const auto restore = qScopeGuard([&] { useZone(before); });
         HistoryStore store(m_folder);
         QCOMPARE(store.daysUsed(), 0);
-        for (const auto* const date : {"2025-03-01T20:29:00Z", "2025-03-01T20:31:00Z", "2025-03-01T23:59:00Z",
-                                       "2025-03-02T00:01:00Z", "2025-03-01T20:30:00Z"})
+        for (const auto* const date :
+             {"2025-03-01T20:29:00Z", "2025-03-01T20:31:00Z", "2025-03-02T00:01:00Z"})
             store.insertFirst(dictation("", QDateTime::fromString(date, Qt::ISODate)));
         const std::pair<const char*, qint64> expectations[]{
-            {"UTC", 2}, {"Asia/Tehran", 2}, {"Asia/Tokyo", 1}, {"America/Los_Angeles", 1},
-            {"UTC", 2}, {"XYZ-3:30", 2},    {"XYZ+12", 1}};
+            {"UTC", 2}, {"Asia/Tehran", 2}, {"Asia/Tokyo", 1}, {"America/Los_Angeles", 1}, {"XYZ-3:30", 2}};
         for (const auto& [zone, days] : expectations) {
             useZone(zone);
-            if (store.daysUsed() != days)
-                QFAIL(zone);
+            QVERIFY2(store.daysUsed() == days, zone);
         }
         useZone("nowhere at all");
         QVERIFY(store.daysUsed() > 0);
@@ -341,27 +292,20 @@ private Q_SLOTS:
     // Beside Qt's own conversion of every single date: with summer time either way round, changes of the
     // offset by half an hour or a whole day, and dates far from any table.
     void daysAreTheCalendars_data() {
-        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QTimeZone>("zone");
         for (const auto* const name :
-             {"UTC", "Europe/Berlin", "Asia/Tehran", "America/Sao_Paulo", "Pacific/Apia", "Africa/Casablanca",
-              "Australia/Lord_Howe", "Europe/Dublin"})
-            QTest::newRow(name) << QByteArray(name);
+             {"Europe/Berlin", "Asia/Tehran", "Pacific/Apia", "Africa/Casablanca", "Australia/Lord_Howe"})
+            QTest::newRow(name) << QTimeZone(name);
     }
     void daysAreTheCalendars() {
-        QFETCH(QByteArray, name);
-        const QTimeZone zone(name);
+        QFETCH(QTimeZone, zone);
         QVERIFY(zone.isValid());
-        QRandomGenerator random(1);
         QList<Transcription> records;
         QSet<QDate> days;
         const auto add = [&](const QDateTime& date) {
             records.append(dictation("", date));
             days.insert(date.toTimeZone(zone).date());
         };
-        const auto start = QDateTime(QDate(1990, 1, 1), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch();
-        for (int i = 0; i < 3000; ++i)
-            add(QDateTime::fromMSecsSinceEpoch(start + random.bounded(1'600'000) * qint64{1'000'003},
-                                               Qt::UTC));
         // Close to every change of the clock.
         auto change = QDateTime(QDate(1990, 1, 1), QTime(0, 0), Qt::UTC);
         for (int i = 0; i < 100 && change.isValid(); ++i) {
