@@ -1,14 +1,14 @@
 // From the last sample written to the last byte of the request at a server on this machine, for the program's
 // own translator and for curl sending a body made beforehand.
 
+#include "BackendProcess.h"
 #include "Measure.h"
-#include "backend/BackendProcess.h"
+#include "account/Account.h"
 #include "backend/Wav.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "storage/Settings.h"
 #include "support/FakePlatform.h"
-#include "support/SignedOutAccount.h"
 #include "translation/Translator.h"
 
 #include <QCoreApplication>
@@ -28,6 +28,13 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int rounds = 25;
+
+/// The account of a user who has never signed in.
+class SignedOutAccount : public Account {
+public:
+    bool isSignedIn() const override { return false; }
+    void withValidAccessToken(Completion<QString>) override {}
+};
 const QString chatPath = QStringLiteral("/api/v1/chat/completions");
 
 /// The server, and what it says about the requests it got.
@@ -61,7 +68,7 @@ private:
         return object;
     }
 
-    test::BackendProcess m_backend{{QStringLiteral("--control")}};
+    BackendProcess m_backend{{QStringLiteral("--control")}};
     MainQueue m_queue;
     HttpClient m_http;
 };
