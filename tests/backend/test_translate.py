@@ -3,23 +3,25 @@
 usage: test_translate.py TAVRIK-BACKEND PUBLIC-KEY [DENO FUNCTION-FOLDER]
 """
 
-import contextlib
 import json
 import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 import unittest
 import urllib.error
 import urllib.request
 
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "desktop"))
+import desk  # noqa: E402
+
 BACKEND, PUBLIC_KEY = sys.argv[1:3]
 DENO, FUNCTION = sys.argv[3:5] if len(sys.argv) > 4 else (None, None)
+OWNER = {"OPENROUTER_API_KEY": "sk-owner"}
 SKIPPED = 77
 TABLE = json.loads(pathlib.Path(__file__).with_name("translate.json").read_text())
 COMPLETIONS = "/api/v1/chat/completions"
-# Proxies are for the world outside.
-opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
 
 def ask(url, method="GET", headers=None, body=None):
@@ -28,49 +30,37 @@ def ask(url, method="GET", headers=None, body=None):
     if body is not None and not request.has_header("Content-type"):
         request.add_header("Content-type", "")
     try:
-        with opener.open(request, timeout=60) as reply:
+        with desk.opener.open(request, timeout=60) as reply:
             return reply.status, reply.read()
     except urllib.error.HTTPError as error:
         with error:
             return error.code, error.read()
 
 
-@contextlib.contextmanager
-def program(*command, env=None, text=None):
-    """A program that says where it listens; the URL."""
-    process = subprocess.Popen(command, env={**os.environ, **(env or {})}, stdout=subprocess.PIPE, text=True,
-                               stdin=subprocess.PIPE if text else subprocess.DEVNULL)
-    try:
-        if text:
-            process.stdin.write(text)
-            process.stdin.close()
-        line = process.stdout.readline()
-        if "http://" not in line:
-            raise RuntimeError(f"{command[0]} said {line!r}")
-        yield line[line.index("http://"):].strip().rstrip("/")
-    finally:
-        process.terminate()
-        process.wait()
-        process.stdout.close()
+class Deno(desk.Process):
+    """The deployed function, for a project and a service of models."""
+
+    def __init__(self, project, models):
+        subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
+        self._entry = tempfile.NamedTemporaryFile(suffix=".ts")
+        self._entry.write(f'''
+            import {{ translate }} from {json.dumps(pathlib.Path(FUNCTION, "translate.ts").as_uri())};
+            const onListen = ({{ port }}) => console.log(`http://127.0.0.1:${{port}}`);
+            Deno.serve({{ hostname: "127.0.0.1", port: 0, onListen }}, translate);'''.encode())
+        self._entry.flush()
+        super().__init__(DENO, "run", "--no-lock", "--no-remote", "--allow-net=127.0.0.1", "--allow-env",
+                         self._entry.name, env={"SUPABASE_URL": project, "OPENROUTER_URL": models, **OWNER})
+        self.url = next(line.strip() for line in self.process.stdout if line.startswith("http"))
 
 
 class Translate(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        start = cls.enterClassContext
-        cls.models = start(program(BACKEND, "--port", "0", "--control"))
-        project = start(program(BACKEND, "--port", "0", "--upstream", cls.models,
-                                env={"OPENROUTER_API_KEY": "sk-owner"}))
+        cls.models = cls.enterClassContext(desk.Backend(BACKEND, 0))
+        project = cls.enterClassContext(desk.Backend(BACKEND, 0, "--upstream", cls.models.url, env=OWNER)).url
         cls.function = f"{project}/functions/v1/translate"
         if DENO:
-            subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
-            entry = pathlib.Path(FUNCTION, "translate.ts").as_uri()
-            cls.function = start(program(
-                DENO, "run", "--no-lock", "--no-remote", "--allow-net=127.0.0.1", "--allow-env", "-",
-                env={"SUPABASE_URL": project, "OPENROUTER_URL": cls.models, "OPENROUTER_API_KEY": "sk-owner"},
-                text=f"import {{ translate }} from {json.dumps(entry)};\n"
-                     'const onListen = ({ port }) => console.log(`http://127.0.0.1:${port}`);\n'
-                     'Deno.serve({ hostname: "127.0.0.1", port: 0, onListen }, translate);\n'))
+            cls.function = cls.enterClassContext(Deno(project, cls.models.url)).url
         status, session = ask(f"{project}/auth/v1/signup", "POST",
                               {"apikey": PUBLIC_KEY, "Content-Type": "application/json"},
                               b'{"email": "someone@example.org", "password": "correct horse"}')
@@ -89,28 +79,22 @@ class Translate(unittest.TestCase):
         status, answer = ask(self.function, row.get("method", "POST"), headers, body and body.encode())
         return [status, json.loads(answer)]
 
-    def forget_requests(self):
-        ask(f"{self.models}/control/requests", "DELETE")
-
-    def model_requests(self):
-        return json.loads(ask(f"{self.models}/control/requests")[1])["requests"]
-
     def test_refuses_without_asking_the_model(self):
-        self.forget_requests()
+        self.models.forget()
         for name, row in TABLE["refused"].items():
             with self.subTest(name):
                 self.assertEqual(self.translate(row), row["answer"])
-        self.assertEqual(self.model_requests(), [])
+        self.assertEqual(self.models.requests(), [])
 
     def test_translates_with_the_model(self):
         for name, row in TABLE["translated"].items():
             with self.subTest(name):
                 reply = {"ending": "reset"} if row["model"] is None else dict(zip(("status", "body"), row["model"]))
-                self.forget_requests()
-                ask(f"{self.models}/control/replies", "POST", body=json.dumps([{"path": COMPLETIONS, **reply}]).encode())
+                self.models.forget()
+                self.models.script({"path": COMPLETIONS, **reply})
                 self.assertEqual(self.translate(row), row["answer"])
-                self.assertEqual(json.loads(ask(f"{self.models}/control/body")[1]), TABLE["asked"])
-                request, = self.model_requests()
+                self.assertEqual(json.loads(ask(f"{self.models.url}/control/body")[1]), TABLE["asked"])
+                request, = self.models.requests()
                 headers = {name.lower(): value for name, value in request["headers"].items()}
                 self.assertEqual(headers["authorization"], "Bearer sk-owner")
                 self.assertNotIn("apikey", headers)
@@ -120,7 +104,4 @@ if __name__ == "__main__":
     if len(sys.argv) > 4 and not os.access(DENO, os.X_OK):
         print(f"SKIPPED: there is no {DENO}; scripts/deno installs it")
         sys.exit(SKIPPED)
-    result = unittest.main(argv=sys.argv[:1], exit=False, verbosity=2).result
-    failed = len(result.failures) + len(result.errors)
-    print(f"Totals: {max(result.testsRun - failed, 0)} passed, {failed} failed, {len(result.skipped)} skipped")
-    sys.exit(1 if failed or not result.testsRun else 0)
+    desk.main()
