@@ -41,7 +41,7 @@ Reply notFound() {
 } // namespace
 
 StandIn::StandIn(Options options)
-    : m_controllable(options.controllable), m_host(std::move(options.host)),
+    : m_controllable(options.controllable), m_hosts(std::move(options.hosts)),
       m_models(m_http, std::move(options.upstream)), m_accounts(std::move(options.accounts)),
       m_manifest(std::move(options.releaseManifest)) {
     addRoutes();
@@ -80,8 +80,8 @@ void StandIn::answer(const Request& request, Responder respond) {
 }
 
 bool StandIn::isOurs(const QByteArray& host) const {
-    const auto name = host.split(':').front();
-    return name == "127.0.0.1" || name == "localhost" || (!m_host.isEmpty() && name == m_host);
+    const auto name = QString::fromLatin1(host.split(':').front());
+    return name == u"127.0.0.1" || name == u"localhost" || m_hosts.contains(name);
 }
 
 void StandIn::addRoutes() {

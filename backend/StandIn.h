@@ -22,8 +22,8 @@ public:
     struct Options {
         ModelService::Options upstream = {};
         AuthService::Options accounts = {};
-        /// A name by which it may be asked for, besides this machine's own.
-        QByteArray host = {};
+        /// Names by which it may be asked for, besides this machine's own.
+        QStringList hosts = {};
         /// Announces the latest release; empty or missing: there is nothing newer.
         QString releaseManifest = {};
         /// Serve /control, and keep the latest requests for it: speech and keys among them.
@@ -56,7 +56,7 @@ private:
     Reply requestList() const;
 
     const bool m_controllable;
-    const QByteArray m_host;
+    const QStringList m_hosts;
     MainQueue m_queue;
     HttpClient m_http{m_queue};
     ModelService m_models;

@@ -93,7 +93,8 @@ int main(int argc, char** argv) {
     const QCommandLineOption confirmEmail(
         u"confirm-email"_s, u"New accounts are confirmed by a link, which the page /mail shows."_s);
     const QCommandLineOption host(
-        u"host"_s, u"Answer to this name as well, where it leads to this machine."_s, u"name"_s);
+        u"host"_s, u"Answer to this name as well, where it leads to this machine. May be given again."_s,
+        u"name"_s);
     const QCommandLineOption certificate(u"tls-certificate"_s, u"Serve HTTPS with this chain, as PEM."_s,
                                          u"file"_s);
     const QCommandLineOption key(u"tls-key"_s, u"The certificate's private key, as PEM."_s, u"file"_s);
@@ -114,7 +115,7 @@ int main(int argc, char** argv) {
         .accounts = {.users = std::move(*users),
                      .tokenLifetime = lifetime,
                      .confirmsEmail = arguments.isSet(confirmEmail)},
-        .host = arguments.value(host).toLatin1(),
+        .hosts = arguments.values(host),
         .releaseManifest = folder.isEmpty() ? QString() : folder + u"/releases/version.json"_s,
         .controllable = arguments.isSet(control),
     });

@@ -1,6 +1,6 @@
 """Accounts with the installed program: the browser's callback, the keyring, the backend.
 
-usage: test_accounts.py TAVRIK TAVRIK-BACKEND PORT PUBLIC-KEY Keyring|NoKeyring
+usage: test_accounts.py TAVRIK TAVRIK-BACKEND PORT PUBLIC-KEY Keyring|NoKeyring [THE BACKEND'S OPTIONS...]
 """
 
 import json
@@ -12,7 +12,7 @@ import urllib.request
 
 import desk
 
-PROGRAM, BACKEND, PORT, PUBLIC_KEY = sys.argv[1:5]
+PROGRAM, BACKEND, PORT, PUBLIC_KEY, CASES, *OPTIONS = sys.argv[1:]
 SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 REFERENCE_DATE = 978307200
 TRANSLATE = "/functions/v1/translate"
@@ -43,7 +43,7 @@ class Desk(unittest.TestCase):
 
     def open(self, *options):
         """The stand-in with these options, and somebody's session there."""
-        self.backend = self.enterContext(desk.Backend(BACKEND, PORT, *options))
+        self.backend = self.enterContext(desk.Backend(BACKEND, PORT, *OPTIONS, *options))
         self.editor = self.enterContext(desk.Editor())
         self.session = self.ask("auth/v1/signup", email="someone@example.org", password="correct horse")
 
@@ -177,7 +177,7 @@ class NoKeyring(Desk):
 
 
 if __name__ == "__main__":
-    result = unittest.main(argv=[sys.argv[0], sys.argv[5]], exit=False, verbosity=2).result
+    result = unittest.main(argv=[sys.argv[0], CASES], exit=False, verbosity=2).result
     failed = len(result.failures) + len(result.errors)
     print(f"Totals: {result.testsRun - failed} passed, {failed} failed, {len(result.skipped)} skipped")
     sys.exit(1 if failed or not result.testsRun else 0)
