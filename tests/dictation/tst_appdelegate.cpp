@@ -148,40 +148,77 @@ struct Desk {
                                                              journal << "quit";
                                                          }});
 
-    /// One word of a test's script.
-    void play(const QString& event) {
-        if (event == "press")
-            app->startRecording();
-        else if (event == "release")
-            app->stopAndTranslate();
-        else if (event == "cancel")
-            app->cancelRecording();
-        else if (event == "confirm")
-            hud.confirm();
-        else if (event == "cross")
-            hud.cancel();
-        else if (event == "text")
-            translator.answer("Hello");
-        else if (event == "spaces")
-            translator.answer("  ");
-        else if (event == "empty")
-            translator.answer(QString());
-        else if (event == "fail")
-            translator.answer(std::unexpected(Error{"<b>boom</b>"}));
-        else if (event == "broken")
-            recorder.broken = true;
-        else if (event == "lost")
-            recorder.lost = true;
-        else if (event == "found")
-            recorder.lost = false;
-        else if (event == "quiet")
-            preferences.values["sounds_enabled"] = false;
-        else if (event == "tap")
-            recorder.duration = 0.4;
-        else if (event == "gone")
-            app.reset();
-        else
-            QFAIL(qPrintable(event));
+    /// What a test's script may say.
+    const QMap<QString, std::function<void()>> events{
+        {"press",
+         [this] {
+             app->startRecording();
+         }},
+        {"release",
+         [this] {
+             app->stopAndTranslate();
+         }},
+        {"cancel",
+         [this] {
+             app->cancelRecording();
+         }},
+        {"confirm",
+         [this] {
+             hud.confirm();
+         }},
+        {"cross",
+         [this] {
+             hud.cancel();
+         }},
+        {"text",
+         [this] {
+             translator.answer("Hello");
+         }},
+        {"spaces",
+         [this] {
+             translator.answer("  ");
+         }},
+        {"empty",
+         [this] {
+             translator.answer(QString());
+         }},
+        {"fail",
+         [this] {
+             translator.answer(std::unexpected(Error{"<b>boom</b>"}));
+         }},
+        {"refuse",
+         [this] {
+             translator.immediate = Error{"sign in first"};
+         }},
+        {"broken",
+         [this] {
+             recorder.broken = true;
+         }},
+        {"lost",
+         [this] {
+             recorder.lost = true;
+         }},
+        {"found",
+         [this] {
+             recorder.lost = false;
+         }},
+        {"quiet",
+         [this] {
+             preferences.values["sounds_enabled"] = false;
+         }},
+        {"tap",
+         [this] {
+             recorder.duration = 0.4;
+         }},
+        {"gone",
+         [this] {
+             app.reset();
+         }},
+    };
+
+    void play(const QString& script) {
+        for (const auto& event : script.split(u' '))
+            events[event]();
     }
 
     QStringList audioFiles() const { return QDir(folder.path()).entryList({"*.wav"}); }
@@ -215,13 +252,10 @@ private Q_SLOTS:
         row("idle: failed start without sounds", "quiet broken press",
             "alert Tavrik: Could not start recording: no microphone", 0, 0);
 
-        row("recording", "press", recording, 0, 1);
         row("recording: press", "press press", recording, 0, 1);
         row("recording: confirm, then the real release", "press confirm release", processing, 0, 1);
         row("recording: cross, then the real release", "press cross release", recording + idle, 0, 0);
-        row("recording: cancel, late text", "press cancel text", recording + idle, 0, 0);
         row("recording: tap of exactly 0.4 s", "tap press release", recording + idle, 0, 0);
-        row("recording: stop yields nothing", "press lost release", recording, 0, 1);
         row("recording: stop yields nothing, release again", "press lost release found release", processing,
             0, 1);
         row("recording: cancel yields nothing", "press lost cancel", recording + idle, 0, 1);
@@ -239,8 +273,9 @@ private Q_SLOTS:
             0, 0);
         row("processing: failure", "press release fail",
             processing + idle + ", Basso, alert Tavrik: <b>boom</b>", 0, 0);
+        row("processing: refused at once", "refuse press release",
+            processing + idle + ", Basso, alert Tavrik: sign in first", 0, 0);
         row("processing: owner gone, late text", "press release gone text", processing, 0, 0);
-        row("processing: a second text", "press release text text", pasted, 1, 0);
         row("twice", "press release text press release text", pasted + ", " + pasted, 2, 0);
     }
 
@@ -248,8 +283,7 @@ private Q_SLOTS:
         QFETCH(QString, events);
         QFETCH(QString, journal);
         Desk desk;
-        for (const auto& event : events.split(u' '))
-            desk.play(event);
+        desk.play(events);
         QCOMPARE(desk.journal.join(", "), journal);
         QTEST(int(desk.history.items().size()), "records");
         QTEST(int(desk.audioFiles().size()), "files");
@@ -258,10 +292,8 @@ private Q_SLOTS:
     void level_data() {
         QTest::addColumn<float>("power");
         QTest::addColumn<float>("level");
-        QTest::newRow("full scale") << 0.0F << 1.0F;
         QTest::newRow("above full scale") << 3.0F << 1.0F;
         QTest::newRow("half way") << -25.0F << 0.5F;
-        QTest::newRow("below") << -160.0F << 0.0F;
         QTest::newRow("silence") << -INFINITY << 0.0F;
         QTest::newRow("not a number") << NAN << 0.0F;
     }
@@ -300,8 +332,7 @@ private Q_SLOTS:
         Desk desk;
         desk.recorder.duration = 3.25;
         const auto before = QDateTime::currentDateTimeUtc();
-        for (const auto* event : {"press", "release", "text", "press", "release", "spaces"})
-            desk.play(QString::fromLatin1(event));
+        desk.play("press release text press release spaces");
         QCOMPARE(desk.history.items().size(), 2);
         const auto& newest = desk.history.items().first();
         QCOMPARE(newest.text, QByteArray("  "));
@@ -309,16 +340,6 @@ private Q_SLOTS:
         QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
         QVERIFY(newest.id != desk.history.items().last().id);
         QCOMPARE(desk.translator.prepared, 2);
-    }
-
-    void synchronousFailureOfTheTranslator() {
-        Desk desk;
-        desk.translator.immediate = Error{"Sign in first: menubar icon → Open Tavrik."};
-        desk.play("press");
-        desk.play("release");
-        QCOMPARE(desk.journal.last(), "alert Tavrik: Sign in first: menubar icon → Open Tavrik.");
-        QVERIFY(desk.journal.contains("no panel"));
-        QVERIFY(desk.audioFiles().isEmpty());
     }
 
     void hotKeyFollowsThePreferences() {
@@ -344,18 +365,6 @@ private Q_SLOTS:
         QTRY_VERIFY(desk.journal.contains("translate"));
     }
 
-    void hotKeyIsNotReplacedUnderAHold() {
-        Desk desk;
-        desk.app->applicationDidFinishLaunching();
-        desk.play("press");
-        desk.journal.clear();
-        desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
-        desk.preferences.changed();
-        QVERIFY(desk.journal.isEmpty());
-        desk.play("cancel");
-        QCOMPARE(desk.journal.last(), "register 49 4096");
-    }
-
     void hotKeyIsReleasedForRecording() {
         Desk desk;
         desk.app->applicationDidFinishLaunching();
@@ -373,13 +382,14 @@ private Q_SLOTS:
         QCOMPARE(desk.app->hotKeyStatus(), HotKeyBackend::Status::registered);
 
         // A recording ends before its key is let go of.
-        desk.journal.clear();
         desk.play("press");
+        desk.journal.clear();
         desk.app->releaseHotKey();
-        desk.app->hotKeyChanged();
-        QVERIFY(!desk.journal.contains("unregister"));
+        desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
+        desk.preferences.changed();
+        QVERIFY(desk.journal.isEmpty());
         desk.play("cancel");
-        QCOMPARE(desk.journal.last(), "register 97 2048");
+        QCOMPARE(desk.journal.last(), "register 97 4096");
     }
 
     void firstRun_data() {
