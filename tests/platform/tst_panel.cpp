@@ -3,95 +3,24 @@
 #include "platform/XKeys.h"
 #include "platform/x11/Struts.h"
 #include "platform/x11/X11PanelHost.h"
-#include "platform/x11/Xcb.h"
 #include "quick/ViewEngine.h"
+#include "support/AccessibleTree.h"
 
 #include <QApplication>
 #include <QFile>
 #include <QPainter>
-#include <QQuickWindow>
+#include <QQuickItem>
+#include <QQuickView>
 #include <QRasterWindow>
 #include <QScreen>
-#include <QTemporaryDir>
 #include <QTest>
 
+#include <cmath>
 #include <csignal>
 
 using namespace tavrik;
 
 namespace {
-
-/// What the window manager and the X server say.
-class Desktop {
-public:
-    xcb_window_t focused() const {
-        const XcbPointer<xcb_get_input_focus_reply_t> reply(
-            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
-        return reply->focus;
-    }
-
-    /// Those with an entry in task bars.
-    std::vector<xcb_window_t> managed() const {
-        const auto property = xcbAtom(m_connection, "_NET_CLIENT_LIST");
-        const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            m_connection, xcb_get_property(m_connection, 0, m_root, property, XCB_ATOM_WINDOW, 0, 1000),
-            nullptr));
-        const auto* first = static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
-        return {first, first + reply->value_len};
-    }
-
-    xcb_window_t topmost() const {
-        const XcbPointer<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
-        const auto count = xcb_query_tree_children_length(tree.get());
-        for (int i = count - 1; i >= 0; --i) {
-            const auto window = xcb_query_tree_children(tree.get())[i];
-            const XcbPointer<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-                m_connection, xcb_get_window_attributes(m_connection, window), nullptr));
-            if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
-                attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT)
-                return window;
-        }
-        return XCB_WINDOW_NONE;
-    }
-
-private:
-    xcb_connection_t* m_connection = applicationConnection();
-    xcb_window_t m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-};
-
-/// A program of its own that has the keyboard, and writes every key into a file.
-class Editor {
-public:
-    Editor(Desktop& desktop, const QString& geometry) {
-        const auto before = desktop.managed().size();
-        m_process.start(QStringLiteral("xterm"),
-                        {QStringLiteral("-geometry"), geometry, QStringLiteral("-e"), QStringLiteral("sh"),
-                         QStringLiteral("-c"),
-                         QStringLiteral("stty raw -echo; exec cat > '%1'").arg(file())});
-        m_ready = QTest::qWaitFor([&] { return desktop.managed().size() > before && QFile::exists(file()); },
-                                  20000);
-    }
-    Editor(const Editor&) = delete;
-    Editor& operator=(const Editor&) = delete;
-    ~Editor() {
-        m_process.terminate();
-        m_process.waitForFinished();
-    }
-
-    bool isReady() const { return m_ready; }
-    QByteArray typed() const {
-        QFile opened(file());
-        return opened.open(QIODevice::ReadOnly) ? opened.readAll() : QByteArray();
-    }
-
-private:
-    QString file() const { return m_folder.filePath(QStringLiteral("typed")); }
-
-    QTemporaryDir m_folder;
-    QProcess m_process;
-    bool m_ready = false;
-};
 
 /// Counts the clicks on what lies below the panel.
 class Ground : public QRasterWindow {
@@ -128,24 +57,34 @@ private Q_SLOTS:
     void cleanup();
     void strutsAreTakenFromTheirOwnScreen_data();
     void strutsAreTakenFromTheirOwnScreen();
-    void theEditorKeepsTheKeyboard();
+    void showStartsAnew();
+    void samplingEnds_data();
+    void samplingEnds();
+    void barsReachTheirHeights_data();
+    void barsReachTheirHeights();
+    void buttonsAreAccessible();
     void clicksArriveAndPassThrough();
-    void windowManagersLeaveItAlone();
     void itComesWhereTheUserTypes();
     void withoutACompositor();
 
 private:
-    void show() {
-        m_hud->show([] { return 0.3F; }, [this] { m_pressed << QStringLiteral("cancel"); },
-                    [this] { m_pressed << QStringLiteral("confirm"); });
+    void show(float level = 0.3F) {
+        m_hud->show(
+            [this, level] {
+                ++m_samples;
+                return level;
+            },
+            [this] { m_pressed << QStringLiteral("cancel"); },
+            [this] { m_pressed << QStringLiteral("confirm"); });
     }
-    QWindow* panel() {
+    QQuickView* panel() {
         for (auto* window : QGuiApplication::topLevelWindows()) {
-            if (qobject_cast<QQuickWindow*>(window))
-                return window;
+            if (auto* view = qobject_cast<QQuickView*>(window))
+                return view;
         }
         return nullptr;
     }
+    HUDModel* model() { return panel()->rootObject()->property("model").value<HUDModel*>(); }
     QColor pixel(const QPoint& where) {
         return QGuiApplication::primaryScreen()
             ->grabWindow(0, where.x(), where.y(), 1, 1)
@@ -153,16 +92,17 @@ private:
             .pixelColor(0, 0);
     }
 
-    Desktop m_desktop;
     MainQueue m_queue;
     X11PanelHost m_host;
     ViewEngine m_engine;
     std::optional<RecordingHUD> m_hud;
+    int m_samples = 0;
     QStringList m_pressed;
 };
 
 void TestPanel::init() {
     m_hud.emplace(m_host, m_queue, m_engine);
+    m_samples = 0;
     m_pressed.clear();
 }
 
@@ -183,12 +123,8 @@ void TestPanel::strutsAreTakenFromTheirOwnScreen_data() {
     const QList<int> leftOfRight{1980, 0, 0, 0, 176, 1199, 0, 0, 0, 0, 0, 0};
     const QList<int> rightOfLeft{0, 1340, 0, 0, 0, 0, 0, 1079, 0, 0, 0, 0};
     using Struts = QList<QList<int>>;
-    QTest::newRow("none") << left << Struts() << left;
     QTest::newRow("bottom") << right << Struts{bottomRight} << QRect(1920, 176, 1280, 976);
-    QTest::newRow("bottom of the other") << left << Struts{bottomRight} << left;
     QTest::newRow("bottom of the shorter") << left << Struts{bottomLeft} << QRect(0, 0, 1920, 1040);
-    QTest::newRow("top") << right << Struts{topBoth} << QRect(1920, 206, 1280, 994);
-    QTest::newRow("between, from the left") << right << Struts{leftOfRight} << QRect(1980, 176, 1220, 1024);
     QTest::newRow("between, seen from the left") << left << Struts{leftOfRight} << left;
     QTest::newRow("between, from the right") << left << Struts{rightOfLeft} << QRect(0, 0, 1860, 1080);
     QTest::newRow("several") << right << Struts{bottomRight, topBoth, leftOfRight}
@@ -206,35 +142,87 @@ void TestPanel::strutsAreTakenFromTheirOwnScreen() {
     QCOMPARE(freeArea(screen, {3200, 1200}, raw), expected);
 }
 
-void TestPanel::theEditorKeepsTheKeyboard() {
-    const Editor editor(m_desktop, QStringLiteral("40x10+100+100"));
-    QVERIFY(editor.isReady());
-    const auto focused = m_desktop.focused();
-    XKeys keys;
-    const auto type = [&] {
-        keys.press(keyS);
-        keys.release(keyS);
-    };
-    type();
-    QTRY_COMPARE(editor.typed(), "s");
-
-    show();
-    QVERIFY(QTest::qWaitForWindowExposed(panel()));
-    type();
-    QTRY_COMPARE(editor.typed(), "ss");
-    click(cancelButton);
-    QTRY_COMPARE(m_pressed.size(), 1);
-    QCOMPARE(m_desktop.focused(), focused);
-    type();
-    QTRY_COMPARE(editor.typed(), "sss");
+void TestPanel::showStartsAnew() {
     m_hud->setProcessing();
     m_hud->hide();
-    type();
-    QTRY_COMPARE(editor.typed(), "ssss");
-    QCOMPARE(m_desktop.focused(), focused);
+    QVERIFY(!panel());
+    show(0.2F);
+    QTRY_COMPARE(model()->levels(), QList<double>(14, 0.2F * 2.2));
+    m_hud->setProcessing();
+    m_hud->hide();
+    const int before = m_samples;
+    show(0.9F);
+    QVERIFY(!model()->isProcessing());
+    QCOMPARE(model()->levels(), QList<double>(14, 0.0));
+    QTRY_VERIFY(m_samples > before);
+    QVERIFY(panel()->isVisible());
+    QCOMPARE(model()->levels().last(), 1.0);
+}
+
+void TestPanel::samplingEnds_data() {
+    QTest::addColumn<bool>("hidden");
+    QTest::newRow("processing") << false;
+    QTest::newRow("hidden") << true;
+}
+
+void TestPanel::samplingEnds() {
+    QFETCH(bool, hidden);
+    show();
+    QTRY_VERIFY(m_samples > 1);
+    hidden ? m_hud->hide() : m_hud->setProcessing();
+    const int before = m_samples;
+    QTest::qWait(200);
+    QCOMPARE(m_samples, before);
+    QCOMPARE(panel()->isVisible(), !hidden);
+}
+
+void TestPanel::barsReachTheirHeights_data() {
+    QTest::addColumn<float>("level");
+    QTest::addColumn<double>("height");
+    // The ends of a capsule take a little from its middle column.
+    QTest::newRow("dot") << 0.0F << 2.5;
+    QTest::newRow("some") << 0.2F << 7.04;
+}
+
+void TestPanel::barsReachTheirHeights() {
+    QFETCH(float, level);
+    QFETCH(double, height);
+    show(level);
+    QVERIFY(QTest::qWaitForWindowExposed(panel()));
+    // The first bar stands 5 from the left of the meter's 84; its second column is wholly inside.
+    const auto inside = panel()->rootObject()->property("pillRect").toRectF().toRect();
+    const int column = inside.x() + 7 + 22 + 9 + 5 + 1;
+    const auto drawn = [&] {
+        const auto image = panel()->grabWindow();
+        const double dark = image.pixelColor(column, inside.y() + 4).redF();
+        const double light = dark + 0.92 * (1 - dark);
+        double sum = 0;
+        for (int y = inside.top() + 6; y < inside.bottom() - 6; ++y)
+            sum += (image.pixelColor(column, y).redF() - dark) / (light - dark);
+        return sum;
+    };
+    QTRY_VERIFY2(std::abs(drawn() - height) < 0.4, qPrintable(QString::number(drawn())));
+}
+
+void TestPanel::buttonsAreAccessible() {
+    show();
+    QVERIFY(QTest::qWaitForWindowExposed(panel()));
+    const test::AccessibleTree tree(*panel());
+    {
+        const MainQueue::Hold alert(m_queue);
+        tree.press(QStringLiteral("Cancel"));
+        tree.press(QStringLiteral("Finish and paste"));
+        QCoreApplication::processEvents();
+        QVERIFY(m_pressed.isEmpty());
+    }
+    QTRY_COMPARE(m_pressed, (QStringList{QStringLiteral("cancel"), QStringLiteral("confirm")}));
 }
 
 void TestPanel::clicksArriveAndPassThrough() {
+    const auto focus = [] {
+        return output(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")});
+    };
+    const auto before = focus();
     Ground ground;
     ground.show();
     QVERIFY(QTest::qWaitForWindowExposed(&ground));
@@ -260,27 +248,17 @@ void TestPanel::clicksArriveAndPassThrough() {
     QCOMPARE(m_pressed.last(), QStringLiteral("cancel"));
     QCOMPARE(ground.clicks, passed);
 
-    // Shown again, it takes clicks again, and only where it did.
+    // Shown again, it is above the rest and takes clicks again, and only where it did.
     m_hud->hide();
+    QTRY_VERIFY(!panel()->isVisible());
+    ground.raise();
     show();
+    QCoreApplication::processEvents(); // sends it
     click(cancelButton);
     QTRY_COMPARE(m_pressed.size(), 3);
     click(QPoint(640, pill.top() - 10));
     QTRY_COMPARE(ground.clicks, passed + 1);
-}
-
-void TestPanel::windowManagersLeaveItAlone() {
-    show();
-    QVERIFY(QTest::qWaitForWindowExposed(panel()));
-    const auto id = static_cast<xcb_window_t>(panel()->winId());
-    m_hud->hide();
-    const Editor editor(m_desktop, QStringLiteral("300x80+0+0"));
-    QVERIFY(editor.isReady());
-    show();
-    QTRY_COMPARE(m_desktop.topmost(), id);
-    const auto managed = m_desktop.managed();
-    QVERIFY(!managed.empty());
-    QCOMPARE(std::ranges::count(managed, id), 0);
+    QCOMPARE(focus(), before);
 }
 
 void TestPanel::itComesWhereTheUserTypes() {
@@ -295,8 +273,13 @@ void TestPanel::itComesWhereTheUserTypes() {
               QStringLiteral("640/100x800/100+640+0"), QStringLiteral("none")});
     QTRY_COMPARE(QGuiApplication::screens().size(), 2);
     {
-        const Editor editor(m_desktop, QStringLiteral("40x10+100+100"));
-        QVERIFY(editor.isReady());
+        QProcess editor;
+        const auto close = qScopeGuard([&] {
+            editor.terminate();
+            editor.waitForFinished();
+        });
+        editor.start(QStringLiteral("xterm"), {QStringLiteral("-geometry"), QStringLiteral("40x10+100+100")});
+        QTRY_COMPARE(m_host.visibleFrame()->left(), 0);
         show();
         // The pointer is on the other screen.
         QCOMPARE(panel()->geometry().center().x(), 319);

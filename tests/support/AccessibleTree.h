@@ -5,26 +5,40 @@
 #include <QQuickWindow>
 #include <QTest>
 
+#include <algorithm>
+
 namespace tavrik::test {
 
-/// A window as assistive technology meets it: named objects that are showing, and what can be done with them.
+/// A window as assistive technology meets it: objects that are showing, and what can be done with them.
 class AccessibleTree {
 public:
+    using Found = QList<QAccessibleInterface*>;
+
     explicit AccessibleTree(QQuickWindow& window) : m_window(window) { QAccessible::setActive(true); }
 
     /// The first object of this name that shows, a control that can be used rather than anything else; null
     /// if there is none.
     QAccessibleInterface* find(const QString& name) const {
-        auto* root = QAccessible::queryAccessibleInterface(&m_window);
-        auto* control = find(root, name, &isUsable);
-        return control ? control : find(root, name, [](QAccessibleInterface*) { return true; });
+        Found found;
+        collect(root(), [&](auto* object) { return object->text(QAccessible::Name) == name; }, found);
+        const auto usable = std::ranges::find_if(found, &isUsable);
+        return usable != found.end() ? *usable : found.value(0);
     }
-    bool shows(const QString& name) const { return find(name) != nullptr; }
 
-    bool isChecked(const QString& name) const {
-        const auto* object = find(name);
-        return object && object->state().checked;
+    /// All that show, from top to bottom; of this name, if it is not null.
+    Found all(QAccessible::Role role, const QString& name = {}) const {
+        Found found;
+        collect(
+            root(),
+            [&](auto* object) {
+                return object->role() == role && (name.isNull() || object->text(QAccessible::Name) == name);
+            },
+            found);
+        std::ranges::stable_sort(found, {}, [](auto* object) { return object->rect().top(); });
+        return found;
     }
+
+    bool shows(const QString& name) const { return find(name) != nullptr; }
     bool isEnabled(const QString& name) const {
         auto* object = find(name);
         return object && isUsable(object);
@@ -37,17 +51,23 @@ public:
     }
 
     /// Where the object is, in the window.
-    QPoint middle(const QString& name) const {
+    QPoint middle(QAccessibleInterface* object) const {
         // Lays everything out.
         m_window.grabWindow();
-        const auto* object = find(name);
         return object ? m_window.mapFromGlobal(object->rect().center()) : QPoint();
+    }
+
+    void click(QAccessibleInterface* object) const {
+        QVERIFY(object);
+        const auto place = middle(object);
+        QTest::mouseMove(&m_window, place);
+        QTest::mouseClick(&m_window, Qt::LeftButton, {}, place);
     }
 
     /// Clicks a control, once it can be used.
     void click(const QString& name) const {
         QVERIFY2(QTest::qWaitFor([&] { return isEnabled(name); }), qPrintable(name));
-        QTest::mouseClick(&m_window, Qt::LeftButton, {}, middle(name));
+        click(find(name));
     }
 
     /// What a screen reader does in place of a click.
@@ -57,6 +77,8 @@ public:
     }
 
 private:
+    QAccessibleInterface* root() const { return QAccessible::queryAccessibleInterface(&m_window); }
+
     /// A disabled control, and a text that is none, are focusable to Qt Quick.
     static bool isUsable(QAccessibleInterface* object) {
         const auto* item = qobject_cast<QQuickItem*>(object->object());
@@ -64,16 +86,13 @@ private:
                object->role() != QAccessible::StaticText && object->role() != QAccessible::Heading;
     }
 
-    static QAccessibleInterface* find(QAccessibleInterface* object, const QString& name, auto suits) {
+    static void collect(QAccessibleInterface* object, const auto& suits, Found& found) {
         if (!object || object->state().invisible)
-            return nullptr;
-        if (object->text(QAccessible::Name) == name && suits(object))
-            return object;
-        for (int i = 0; i < object->childCount(); ++i) {
-            if (auto* found = find(object->child(i), name, suits))
-                return found;
-        }
-        return nullptr;
+            return;
+        if (suits(object))
+            found << object;
+        for (int i = 0; i < object->childCount(); ++i)
+            collect(object->child(i), suits, found);
     }
 
     QQuickWindow& m_window;

@@ -37,11 +37,10 @@ public:
     void reveal(const QString&) override {}
 };
 
-class HeldLoginItem : public LoginItem {
+class NoLoginItem : public LoginItem {
 public:
-    bool isEnabled() const override { return enabled; }
-    void setEnabled(bool wanted) override { enabled = wanted; }
-    bool enabled = false;
+    bool isEnabled() const override { return false; }
+    void setEnabled(bool) override {}
 };
 
 /// Nobody is signed in, and the window was never shown.
@@ -57,7 +56,7 @@ struct WindowDesk {
     CalledDays days;
     fake::Links links;
     NoFolders folders;
-    HeldLoginItem loginItem;
+    NoLoginItem loginItem;
     X11WindowActivator activator;
     X11KeyReader keys;
     OwnerLog hotKey;
