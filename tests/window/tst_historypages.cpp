@@ -73,23 +73,6 @@ private Q_SLOTS:
         QCOMPARE(shown(*anew.all()), shown(*desk->pages.all()));
     }
 
-    void searches() {
-        const QDate today(2025, 3, 7);
-        desk->dictate("Hello from yesterday", {today.addDays(-1), QTime(9, 0)});
-        desk->dictate("something else", {today, QTime(9, 0)});
-        desk->dictate("hello there", {today, QTime(10, 0)});
-        auto& all = *desk->pages.all();
-        all.setQuery(QStringLiteral("HELLO"));
-        desk->pages.today()->setQuery(QStringLiteral("HELLO"));
-        QCOMPARE(shown(all), (QStringList{"[Today] hello there;", "[Yesterday] Hello from yesterday;"}));
-        QCOMPARE(shown(*desk->pages.today()), (QStringList{"hello there;"}));
-
-        all.setQuery(QStringLiteral("9:00"));
-        QVERIFY(all.isEmpty());
-        all.setQuery({});
-        QCOMPARE(all.rowCount(), 3);
-    }
-
     // So long a history is searched piece by piece.
     void searchesOnWhileTheHistoryChanges() {
         QList<Transcription> records;
@@ -188,17 +171,6 @@ private Q_SLOTS:
         QCOMPARE(shownFigures(), "120 total words, 80 wpm, 1 day");
         desk->dictate(QByteArray("word ").repeated(1114), desk->now, 1);
         QVERIFY(shownFigures().startsWith("1.2K total words") && shownFigures().endsWith("2 days"));
-    }
-
-    void firstName() {
-        const std::pair<const char*, const char*> names[]{
-            {"Sara Ahmadi", "Sara"}, {"  سارا احمدی", "سارا"}, {"", ""}};
-        for (const auto& [full, first] : names) {
-            CalledDays otherDays;
-            auto collaborators = desk->collaborators(otherDays);
-            collaborators.fullUserName = QString::fromUtf8(full);
-            QCOMPARE(HistoryPages(collaborators).firstName(), QString::fromUtf8(first));
-        }
     }
 
     // Whatever happens in whatever order, the rows are those that come out when

@@ -21,30 +21,20 @@ private Q_SLOTS:
                             const char* locale = "en_US") {
             QTest::newRow(name) << locale << QString::fromUtf8(text) << QString::fromUtf8(query) << found;
         };
-        row("case of the query", "hello there", "HELLO", true);
-        row("inside a word", "unbelievable", "believ", true);
-        row("absent", "hello there", "xyz", false);
         row("spaces count", "hello  there", "hello there", false);
-        row("last byte", "abcdefghijklmnopqrstuvwxyz0123456789!", "9!", true);
         row("sharp s for two", "Straße", "STRASSE", true);
-        row("two for sharp s", "STRASSE", "straße", true);
         row("composed for decomposed", "cafe\u0301 au lait", "CAFÉ", true);
-        row("decomposed for composed", "Café au lait", "cafe\u0301", true);
         row("an accent is a difference", "résumé", "resume", false);
         row("ligature", "ﬁnally", "final", true);
         row("final sigma", "ΟΔΟΣ", "οδος", true);
         row("Arabic ye for the Persian", "می‌خواهم ببینی", "ببيني", true);
-        row("Persian ye for the Arabic", "ببيني", "ببینی", true);
         row("ye without dots", "على", "علی", true);
         row("Arabic kaf for the Persian", "کتاب", "كتاب", true);
-        row("Persian kaf for the Arabic", "كتاب", "کتاب", true);
         row("without the non-joiner", "می‌خواهم", "میخواهم", true);
-        row("with the non-joiner", "میخواهم", "می‌خواهم", true);
         row("capital I elsewhere", "ISTANBUL", "istanbul", true);
         row("Turkish: dotless for I", "ISPARTA", "ısparta", true, "tr_TR");
         row("Turkish: I is not i", "ISPARTA", "isparta", false, "tr_TR");
         row("Turkish: dotted for İ", "İstanbul", "istanbul", true, "tr_TR");
-        row("Turkish: i for İ", "istanbul", "İSTANBUL", true, "tr_TR");
     }
 
     void finds() {

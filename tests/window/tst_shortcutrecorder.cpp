@@ -94,10 +94,8 @@ private Q_SLOTS:
         QTest::addColumn<quint32>("modifiers");
         QTest::addColumn<QString>("characters");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("arrow") << 123U << command + option << "" << "⌥⌘ ←";
         QTest::newRow("all in order") << 126U << command + shift + option + control << "" << "⌃⌥⇧⌘ ↑";
         QTest::newRow("return") << 36U << command << "\r" << "⌘ Return";
-        QTest::newRow("tab") << 48U << control + option << "\t" << "⌃⌥ Tab";
         QTest::newRow("backspace") << 51U << option << "\b" << "⌥ Delete";
         QTest::newRow("no characters") << 96U << option << "" << "⌥ Key 96";
         QTest::newRow("Persian") << 40U << command << "ن" << "⌘ ن";
@@ -117,7 +115,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("stored");
         QTest::addColumn<bool>("stillRecording");
         QTest::newRow("option") << 0U << option << true << false;
-        QTest::newRow("command") << 0U << command << true << false;
         QTest::newRow("with shift") << 0U << control + shift << true << false;
         QTest::newRow("plain") << 0U << 0U << false << true;
         QTest::newRow("shift alone") << 0U << shift << false << true;

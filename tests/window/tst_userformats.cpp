@@ -14,11 +14,9 @@ private Q_SLOTS:
         QTest::addColumn<std::string>("locale");
         QTest::addColumn<qint64>("number");
         QTest::addColumn<QString>("text");
-        QTest::newRow("none") << std::string("en_US") << qint64{0} << "0";
         QTest::newRow("as it is") << std::string("en_US") << qint64{950} << "950";
         QTest::newRow("a thousand") << std::string("en_US") << qint64{1234} << "1.2K";
         QTest::newRow("two digits suffice") << std::string("en_US") << qint64{12345} << "12K";
-        QTest::newRow("millions") << std::string("en_US") << qint64{3000000} << "3M";
         QTest::newRow("Persian") << std::string("fa_IR") << qint64{1234} << "۱٫۲ هزار";
     }
     void compact() {
@@ -34,13 +32,8 @@ private Q_SLOTS:
         QTest::addColumn<QDate>("day");
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("caption");
-        QTest::newRow("today") << std::string("en_US") << QDate(2025, 3, 7) << "Today" << "TODAY";
         QTest::newRow("yesterday") << std::string("de_DE") << QDate(2025, 3, 6) << "Yesterday" << "YESTERDAY";
-        QTest::newRow("earlier") << std::string("en_US") << QDate(2025, 3, 4) << "Mar 4, 2025"
-                                 << "MAR 4, 2025";
         QTest::newRow("later") << std::string("en_US") << QDate(2025, 3, 8) << "Mar 8, 2025" << "MAR 8, 2025";
-        QTest::newRow("German") << std::string("de_DE") << QDate(2025, 3, 4) << "4. März 2025"
-                                << "4. MÄRZ 2025";
         QTest::newRow("Turkish") << std::string("tr_TR") << QDate(2024, 4, 4) << "4 Nis 2024" << "4 NİS 2024";
         QTest::newRow("Persian calendar")
             << std::string("fa_IR") << QDate(2025, 3, 4) << "۱۴ اسفند ۱۴۰۳" << "۱۴ اسفند ۱۴۰۳";
@@ -53,19 +46,6 @@ private Q_SLOTS:
         const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
         QCOMPARE(formats.dayTitle(day, QDate(2025, 3, 7)), title);
         QCOMPARE(formats.caption(title), caption);
-    }
-
-    void time_data() {
-        QTest::addColumn<QTime>("time");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("evening") << QTime(21, 5) << "9:05 PM";
-        QTest::newRow("noon") << QTime(12, 0) << "12:00 PM";
-        QTest::newRow("midnight") << QTime(0, 30) << "12:30 AM";
-    }
-    void time() {
-        QFETCH(QTime, time);
-        QFETCH(QString, text);
-        QCOMPARE(UserFormats::time(time), text);
     }
 
     void locale_data() {
