@@ -29,29 +29,23 @@ class TestAlerts : public QObject {
 private Q_SLOTS:
     void answersWithTheButton_data();
     void answersWithTheButton();
-    void theQueueWaitsForTheAnswer();
-    void oneAfterTheOther();
-    void anAnswerMayAskAgain();
-    void foreignTextStaysPlain_data();
+    void oneAfterTheOtherWhileTheQueueWaits();
     void foreignTextStaysPlain();
     void longTextFitsTheScreen_data();
     void longTextFitsTheScreen();
     void closingItDoesNotQuit();
-    void goingAwayWhileOpen();
 };
 
 void TestAlerts::answersWithTheButton_data() {
     QTest::addColumn<QStringList>("buttons");
     QTest::addColumn<int>("press");
     QTest::addColumn<int>("answer");
-    const QStringList three{QStringLiteral("Get it && go"), QStringLiteral("Later"), QStringLiteral("Never")};
+    const QStringList three{QStringLiteral("Get it"), QStringLiteral("Later && more"),
+                            QStringLiteral("Never")};
     constexpr int closeIt = -1;
     constexpr int pressReturn = -2;
     QTest::newRow("single, close") << QStringList() << closeIt << 0;
-    QTest::newRow("single, Return") << QStringList() << pressReturn << 0;
-    QTest::newRow("first") << three << 0 << 0;
     QTest::newRow("second") << three << 1 << 1;
-    QTest::newRow("third") << three << 2 << 2;
     QTest::newRow("close") << three << closeIt << 2;
     QTest::newRow("Return") << three << pressReturn << 0;
 }
@@ -82,61 +76,31 @@ void TestAlerts::answersWithTheButton() {
     QVERIFY(!box());
 }
 
-void TestAlerts::theQueueWaitsForTheAnswer() {
+void TestAlerts::oneAfterTheOtherWhileTheQueueWaits() {
     MainQueue queue;
     MessageBoxAlerts alerts(queue);
     QStringList order;
-    alerts.show(alert(QStringLiteral("Text")), [&](int) { order << QStringLiteral("answer"); });
+    const QString first = QStringLiteral("first");
+    const QString second = QStringLiteral("second");
+    const QString third = QStringLiteral("from an answer");
+    alerts.show(alert(first), [&](int) { order << first; });
+    alerts.show(alert(second), [&](int) {
+        order << second;
+        alerts.show(alert(third), [&](int) { order << third; });
+    });
     queue.post([&] { order << QStringLiteral("job"); });
-    QTest::qWait(50);
-    QVERIFY(order.isEmpty());
-    box()->close();
-    QTRY_COMPARE(order, (QStringList{QStringLiteral("answer"), QStringLiteral("job")}));
-}
-
-void TestAlerts::oneAfterTheOther() {
-    MainQueue queue;
-    MessageBoxAlerts alerts(queue);
-    bool ran = false;
-    QStringList answered;
-    for (const auto& text : {QStringLiteral("first"), QStringLiteral("second")})
-        alerts.show(alert(text), [&, text](int) { answered << text; });
-    queue.post([&] { ran = true; });
-    QCOMPARE(box()->findChild<QTextEdit*>()->toPlainText(), QStringLiteral("first"));
-    box()->close();
-    QCOMPARE(answered, QStringList{QStringLiteral("first")});
-    QTest::qWait(50);
-    QVERIFY(!ran);
-    QCOMPARE(box()->findChild<QTextEdit*>()->toPlainText(), QStringLiteral("second"));
-    box()->close();
-    QTRY_VERIFY(ran);
-    QCOMPARE(answered.size(), 2);
-}
-
-void TestAlerts::anAnswerMayAskAgain() {
-    MainQueue queue;
-    MessageBoxAlerts alerts(queue);
-    alerts.show(alert(QStringLiteral("first")),
-                [&](int) { alerts.show(alert(QStringLiteral("from the answer"))); });
-    box()->close();
-    QCOMPARE(box()->findChild<QTextEdit*>()->toPlainText(), QStringLiteral("from the answer"));
-    box()->close();
-    bool ran = false;
-    queue.post([&] { ran = true; });
-    QTRY_VERIFY(ran);
-}
-
-void TestAlerts::foreignTextStaysPlain_data() {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("tags") << QStringLiteral(
-        "<b>bold</b> <img src='file:///etc/hostname'> <a href='x'>link</a>");
-    QTest::newRow("document") << QStringLiteral("<html><body>all of it</body></html>");
-    QTest::newRow("entities") << QStringLiteral("&lt;p&gt; & more");
-    QTest::newRow("lines") << QStringLiteral("one\ntwo\n\nfour");
+    for (const auto& text : {first, second, third}) {
+        QCOMPARE(box()->findChild<QTextEdit*>()->toPlainText(), text);
+        QTest::qWait(50);
+        box()->close();
+        QCOMPARE(order.last(), text);
+    }
+    QTRY_COMPARE(order, QStringList({first, second, third, QStringLiteral("job")}));
 }
 
 void TestAlerts::foreignTextStaysPlain() {
-    QFETCH(QString, text);
+    const auto text =
+        QStringLiteral("<b>bold</b> <img src='file:///etc/hostname'>\n&lt;p&gt; & <a href='x'>link</a>");
     MainQueue queue;
     MessageBoxAlerts alerts(queue);
     alerts.show({.messageText = text, .informativeText = text});
@@ -153,9 +117,7 @@ void TestAlerts::foreignTextStaysPlain() {
 void TestAlerts::longTextFitsTheScreen_data() {
     QTest::addColumn<QString>("text");
     QTest::newRow("5,000 characters, no space") << QString(5000, u'x');
-    QTest::newRow("5,000 wide characters") << QString(5000, u'漢');
     QTest::newRow("500 lines") << QStringLiteral("line\n").repeated(500);
-    QTest::newRow("short") << QStringLiteral("Sign in first: menubar icon → Open Tavrik.");
     QTest::newRow("three lines") << QStringLiteral("words that go on ").repeated(9);
 }
 
@@ -189,21 +151,6 @@ void TestAlerts::closingItDoesNotQuit() {
     box()->close();
     QTest::qWait(50);
     QCOMPARE(closed.count(), 0);
-}
-
-void TestAlerts::goingAwayWhileOpen() {
-    MainQueue queue;
-    bool answered = false;
-    {
-        MessageBoxAlerts alerts(queue);
-        alerts.show(alert(QStringLiteral("Text")), [&](int) { answered = true; });
-        alerts.show(alert(QStringLiteral("Text")), [&](int) { answered = true; });
-    }
-    QVERIFY(!box());
-    bool ran = false;
-    queue.post([&] { ran = true; });
-    QTRY_VERIFY(ran);
-    QVERIFY(!answered);
 }
 
 QTEST_MAIN(TestAlerts)

@@ -91,15 +91,10 @@ void TestAppearance::choiceAndDesktop_data() {
     constexpr uint none = 0;
     constexpr uint preferDark = 1;
     constexpr uint preferLight = 2;
-    constexpr uint unknown = 7;
     QTest::newRow("light on dark") << AppearanceChoice::light << preferDark << false;
-    QTest::newRow("light on light") << AppearanceChoice::light << preferLight << false;
     QTest::newRow("dark on light") << AppearanceChoice::dark << preferLight << true;
-    QTest::newRow("dark on none") << AppearanceChoice::dark << none << true;
     QTest::newRow("system, dark") << AppearanceChoice::system << preferDark << true;
-    QTest::newRow("system, light") << AppearanceChoice::system << preferLight << false;
     QTest::newRow("system, none") << AppearanceChoice::system << none << false;
-    QTest::newRow("system, unknown") << AppearanceChoice::system << unknown << false;
 }
 
 void TestAppearance::choiceAndDesktop() {

@@ -122,9 +122,7 @@ void TestTray::shortcutsWorkInTheMenu_data() {
     QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QStringList>("chosen");
     QTest::newRow("open") << Qt::Key_O << QStringList{QStringLiteral("open")};
-    QTest::newRow("quit") << Qt::Key_Q << QStringList{QStringLiteral("quit")};
     QTest::newRow("disabled") << Qt::Key_N << QStringList();
-    QTest::newRow("none") << Qt::Key_X << QStringList();
 }
 
 void TestTray::shortcutsWorkInTheMenu() {

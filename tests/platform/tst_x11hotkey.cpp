@@ -30,13 +30,11 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void keyCodesNameTheRightKeys_data();
     void keyCodesNameTheRightKeys();
     void keyCodesAreDistinct();
     void combinationsFire_data();
     void combinationsFire();
     void onlyTheExactModifiersFire();
-    void theModifierMayGoFirst();
     void aHeldKeyIsOnePressAndOneRelease();
     void locksAndLayoutsDoNotMatter_data();
     void locksAndLayoutsDoNotMatter();
@@ -92,63 +90,28 @@ void TestX11HotKey::cleanup() {
     m_keys.reset();
 }
 
-void TestX11HotKey::keyCodesNameTheRightKeys_data() {
-    QTest::addColumn<quint32>("mac");
-    QTest::addColumn<quint32>("keysym");
-    const auto row = [](const char* name, quint32 mac, quint32 keysym) {
-        QTest::newRow(name) << mac << keysym;
-    };
-    constexpr quint32 letters[] = {0x00, 0x0b, 0x08, 0x02, 0x0e, 0x03, 0x05, 0x04, 0x22,
-                                   0x26, 0x28, 0x25, 0x2e, 0x2d, 0x1f, 0x23, 0x0c, 0x0f,
-                                   0x01, 0x11, 0x20, 0x09, 0x0d, 0x07, 0x10, 0x06};
-    for (quint32 i = 0; i < std::size(letters); ++i)
-        QTest::addRow("%c", 'a' + i) << letters[i] << XK_a + i;
-    constexpr quint32 digits[] = {0x1d, 0x12, 0x13, 0x14, 0x15, 0x17, 0x16, 0x1a, 0x1c, 0x19};
-    for (quint32 i = 0; i < std::size(digits); ++i)
-        QTest::addRow("%u", i) << digits[i] << XK_0 + i;
-    constexpr quint32 functions[] = {0x7a, 0x78, 0x63, 0x76, 0x60, 0x61, 0x62, 0x64, 0x65, 0x6d, 0x67, 0x6f};
-    for (quint32 i = 0; i < std::size(functions); ++i)
-        QTest::addRow("F%u", i + 1) << functions[i] << XK_F1 + i;
-    row("space", 49, XK_space);
-    row("return", 36, XK_Return);
-    row("tab", 48, XK_Tab);
-    row("backspace", 51, XK_BackSpace);
-    row("escape", 53, XK_Escape);
-    row("forward delete", 117, XK_Delete);
-    row("help", 114, XK_Insert);
-    row("home", 115, XK_Home);
-    row("page down", 121, XK_Next);
-    row("left", 123, XK_Left);
-    row("right", 124, XK_Right);
-    row("down", 125, XK_Down);
-    row("up", 126, XK_Up);
-    row("grave", 50, XK_grave);
-    row("minus", 27, XK_minus);
-    row("equal", 24, XK_equal);
-    row("left bracket", 33, XK_bracketleft);
-    row("right bracket", 30, XK_bracketright);
-    row("backslash", 42, XK_backslash);
-    row("semicolon", 41, XK_semicolon);
-    row("quote", 39, XK_apostrophe);
-    row("comma", 43, XK_comma);
-    row("period", 47, XK_period);
-    row("slash", 44, XK_slash);
-    row("the ISO key", 10, XK_less);
-    row("keypad 5", 0x57, XK_KP_Begin);
-    row("keypad enter", 0x4c, XK_KP_Enter);
-    row("keypad plus", 0x45, XK_KP_Add);
-    row("keypad clear", 0x47, XK_Num_Lock);
-    row("menu", 0x6e, XK_Menu);
-    row("right option", 61, XK_Alt_R);
-    row("right command", 54, XK_Super_R);
-}
-
 void TestX11HotKey::keyCodesNameTheRightKeys() {
-    QFETCH(quint32, mac);
-    QFETCH(quint32, keysym);
-    const auto expected = m_keyboard->keymap().keyFor(keysym, 0);
-    QVERIFY(expected);
-    QCOMPARE(evdevKeyCode(mac).value_or(0) + 8, int{expected.value_or(0)});
+    QList<std::pair<quint32, quint32>> keys{
+        {49, XK_space},      {36, XK_Return},     {48, XK_Tab},         {51, XK_BackSpace},
+        {53, XK_Escape},     {117, XK_Delete},    {123, XK_Left},       {124, XK_Right},
+        {125, XK_Down},      {126, XK_Up},        {50, XK_grave},       {10, XK_less},
+        {27, XK_minus},      {24, XK_equal},      {33, XK_bracketleft}, {30, XK_bracketright},
+        {42, XK_backslash},  {41, XK_semicolon},  {39, XK_apostrophe},  {43, XK_comma},
+        {47, XK_period},     {44, XK_slash},      {114, XK_Insert},     {0x4c, XK_KP_Enter},
+        {0x57, XK_KP_Begin}, {0x47, XK_Num_Lock}, {0x6e, XK_Menu},
+    };
+    const auto row = [&keys](quint32 first, std::initializer_list<quint32> codes) {
+        for (const quint32 code : codes)
+            keys.emplace_back(code, first++);
+    };
+    row(XK_a, {0x00, 0x0b, 0x08, 0x02, 0x0e, 0x03, 0x05, 0x04, 0x22, 0x26, 0x28, 0x25, 0x2e,
+               0x2d, 0x1f, 0x23, 0x0c, 0x0f, 0x01, 0x11, 0x20, 0x09, 0x0d, 0x07, 0x10, 0x06});
+    row(XK_0, {0x1d, 0x12, 0x13, 0x14, 0x15, 0x17, 0x16, 0x1a, 0x1c, 0x19});
+    row(XK_F1, {0x7a, 0x78, 0x63, 0x76, 0x60, 0x61, 0x62, 0x64, 0x65, 0x6d, 0x67, 0x6f});
+    for (const auto& [code, keysym] : std::as_const(keys)) {
+        const auto key = m_keyboard->keymap().keyFor(keysym, 0);
+        QVERIFY2(key && evdevKeyCode(code).value_or(0) + 8 == *key, qPrintable(QString::number(code)));
+    }
 }
 
 void TestX11HotKey::keyCodesAreDistinct() {
@@ -167,8 +130,6 @@ void TestX11HotKey::combinationsFire_data() {
     QTest::addColumn<quint32>("modifiers");
     QTest::addColumn<QList<int>>("held");
     QTest::addColumn<int>("key");
-    QTest::newRow("Option+Space") << 49u << KeyCombination::option << QList<int>{keyAlt} << int{keySpace};
-    QTest::newRow("Command+Space") << 49u << KeyCombination::command << QList<int>{keySuper} << int{keySpace};
     QTest::newRow("F5") << 96u << 0u << QList<int>{} << 71;
     QTest::newRow("Control+Shift+V") << 9u << (KeyCombination::control | KeyCombination::shift)
                                      << QList<int>{keyControl, keyShift} << int{keyV};
@@ -208,18 +169,6 @@ void TestX11HotKey::onlyTheExactModifiersFire() {
     QCOMPARE(m_log, m_once);
 }
 
-void TestX11HotKey::theModifierMayGoFirst() {
-    const auto registration = add(altSpace);
-    m_keys->press(keyAlt);
-    m_keys->press(keySpace);
-    m_keys->release(keyAlt);
-    QTRY_COMPARE(m_log, QStringList{"press"});
-    m_keys->release(keySpace);
-    QTRY_COMPARE(m_log, m_once);
-    hold(keyAlt, keySpace);
-    QTRY_COMPARE(m_log, m_once + m_once);
-}
-
 void TestX11HotKey::aHeldKeyIsOnePressAndOneRelease() {
     output("xset", {"r", "rate", "150", "60"});
     const auto registration = add(altSpace);
@@ -235,18 +184,17 @@ void TestX11HotKey::aHeldKeyIsOnePressAndOneRelease() {
     m_keys->release(keySpace);
     QTRY_COMPARE(m_log.size(), 2);
     QCOMPARE(m_log, m_once);
+    hold(keyAlt, keySpace);
+    QTRY_COMPARE(m_log, m_once + m_once);
 }
 
 void TestX11HotKey::locksAndLayoutsDoNotMatter_data() {
     QTest::addColumn<QString>("layout");
     QTest::addColumn<int>("group");
     QTest::addColumn<int>("locks");
-    QTest::newRow("CapsLock") << "us" << 0 << int{XCB_MOD_MASK_LOCK};
-    QTest::newRow("NumLock") << "us" << 0 << int{XCB_MOD_MASK_2};
     QTest::newRow("both locks") << "us" << 0 << (XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2);
     QTest::newRow("Persian as the second layout") << "us,ir" << 1 << 0;
     QTest::newRow("Persian alone, both locks") << "ir" << 0 << (XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2);
-    QTest::newRow("French") << "fr" << 0 << 0;
 }
 
 void TestX11HotKey::locksAndLayoutsDoNotMatter() {
@@ -285,7 +233,6 @@ void TestX11HotKey::aTakenCombinationLeavesNothingBehind_data() {
     QTest::addColumn<int>("others");
     QTest::newRow("plain") << int{XCB_MOD_MASK_1};
     QTest::newRow("with CapsLock only") << (XCB_MOD_MASK_1 | XCB_MOD_MASK_LOCK);
-    QTest::newRow("with NumLock only") << (XCB_MOD_MASK_1 | XCB_MOD_MASK_2);
 }
 
 void TestX11HotKey::aTakenCombinationLeavesNothingBehind() {
