@@ -149,76 +149,33 @@ struct Desk {
                                                          }});
 
     /// What a test's script may say.
-    const QMap<QString, std::function<void()>> events{
-        {"press",
-         [this] {
-             app->startRecording();
-         }},
-        {"release",
-         [this] {
-             app->stopAndTranslate();
-         }},
-        {"cancel",
-         [this] {
-             app->cancelRecording();
-         }},
-        {"confirm",
-         [this] {
-             hud.confirm();
-         }},
-        {"cross",
-         [this] {
-             hud.cancel();
-         }},
-        {"text",
-         [this] {
-             translator.answer("Hello");
-         }},
-        {"spaces",
-         [this] {
-             translator.answer("  ");
-         }},
-        {"empty",
-         [this] {
-             translator.answer(QString());
-         }},
-        {"fail",
-         [this] {
-             translator.answer(std::unexpected(Error{"<b>boom</b>"}));
-         }},
-        {"refuse",
-         [this] {
-             translator.immediate = Error{"sign in first"};
-         }},
-        {"broken",
-         [this] {
-             recorder.broken = true;
-         }},
-        {"lost",
-         [this] {
-             recorder.lost = true;
-         }},
-        {"found",
-         [this] {
-             recorder.lost = false;
-         }},
-        {"quiet",
-         [this] {
-             preferences.values["sounds_enabled"] = false;
-         }},
-        {"tap",
-         [this] {
-             recorder.duration = 0.4;
-         }},
-        {"gone",
-         [this] {
-             app.reset();
-         }},
-    };
+    QMap<QString, std::function<void()>> events;
+
+    Desk() {
+        const auto on = [this](const char* event, std::function<void()> action) {
+            events[event] = std::move(action);
+        };
+        on("press", [this] { app->startRecording(); });
+        on("release", [this] { app->stopAndTranslate(); });
+        on("cancel", [this] { app->cancelRecording(); });
+        on("confirm", [this] { hud.confirm(); });
+        on("cross", [this] { hud.cancel(); });
+        on("text", [this] { translator.answer("Hello"); });
+        on("spaces", [this] { translator.answer("  "); });
+        on("empty", [this] { translator.answer(QString()); });
+        on("fail", [this] { translator.answer(std::unexpected(Error{"<b>boom</b>"})); });
+        on("refuse", [this] { translator.immediate = Error{"sign in first"}; });
+        on("broken", [this] { recorder.broken = true; });
+        on("lost", [this] { recorder.lost = true; });
+        on("found", [this] { recorder.lost = false; });
+        on("quiet", [this] { preferences.values["sounds_enabled"] = false; });
+        on("tap", [this] { recorder.duration = 0.4; });
+        on("gone", [this] { app.reset(); });
+    }
 
     void play(const QString& script) {
         for (const auto& event : script.split(u' '))
-            events[event]();
+            events.value(event)();
     }
 
     QStringList audioFiles() const { return QDir(folder.path()).entryList({"*.wav"}); }
