@@ -53,16 +53,14 @@ class TestTray : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void anyClickOpensTheMenu_data();
-    void anyClickOpensTheMenu();
-    void shortcutsWorkInTheMenu_data();
+    void aClickOpensTheMenu();
     void shortcutsWorkInTheMenu();
     void theSymbolIsShown();
 
 private:
     // One for all, as in the program: the bar takes its time to embed an icon.
     std::optional<TrayStatusItem> m_item;
-    QStringList m_chosen;
+    int m_opened = 0;
 };
 
 void TestTray::initTestCase() {
@@ -77,63 +75,39 @@ void TestTray::initTestCase() {
          .keyEquivalent = QStringLiteral("o"),
          .action =
              [this] {
-                 m_chosen << QStringLiteral("open");
+                 ++m_opened;
              }},
         {.title = QStringLiteral("Not yet"), .keyEquivalent = QStringLiteral("n")},
-        {.title = QStringLiteral("Quit"),
-         .keyEquivalent = QStringLiteral("q"),
-         .action =
-             [this] {
-                 m_chosen << QStringLiteral("quit");
-             }},
     });
 }
 
 void TestTray::init() {
-    m_chosen.clear();
     // Off the icon, so that no tooltip lies over it.
     output(QStringLiteral("xdotool"),
            {QStringLiteral("mousemove"), QStringLiteral("300"), QStringLiteral("400")});
 }
 
-void TestTray::anyClickOpensTheMenu_data() {
-    QTest::addColumn<QString>("button");
-    QTest::newRow("left") << QStringLiteral("1");
-    QTest::newRow("right") << QStringLiteral("3");
-}
-
-void TestTray::anyClickOpensTheMenu() {
-    QFETCH(QString, button);
-    QVERIFY(menuOpensOn(button));
+void TestTray::aClickOpensTheMenu() {
+    QVERIFY(menuOpensOn(QStringLiteral("1")));
     QStringList rows;
     for (const auto* action : openMenu()->actions())
         rows << (action->isSeparator() ? QStringLiteral("-") : action->text()) +
                     (action->isEnabled() ? QString() : QStringLiteral(" (disabled)"));
     QCOMPARE(rows, (QStringList{QStringLiteral("Hold A && B (disabled)"), QStringLiteral("-"),
-                                QStringLiteral("Open"), QStringLiteral("Not yet (disabled)"),
-                                QStringLiteral("Quit")}));
+                                QStringLiteral("Open"), QStringLiteral("Not yet (disabled)")}));
     QTest::mouseClick(openMenu(), Qt::LeftButton, {},
-                      openMenu()->actionGeometry(openMenu()->actions().constLast()).center());
-    QCOMPARE(m_chosen, QStringList{QStringLiteral("quit")});
+                      openMenu()->actionGeometry(openMenu()->actions().at(2)).center());
+    QCOMPARE(m_opened, 1);
     QTRY_VERIFY(!openMenu());
 }
 
-void TestTray::shortcutsWorkInTheMenu_data() {
-    QTest::addColumn<Qt::Key>("key");
-    QTest::addColumn<QStringList>("chosen");
-    QTest::newRow("open") << Qt::Key_O << QStringList{QStringLiteral("open")};
-    QTest::newRow("disabled") << Qt::Key_N << QStringList();
-}
-
 void TestTray::shortcutsWorkInTheMenu() {
-    QFETCH(Qt::Key, key);
-    QFETCH(QStringList, chosen);
     QVERIFY(menuOpensOn(QStringLiteral("3")));
-    QTest::keyClick(openMenu(), key, Qt::ControlModifier);
-    QCOMPARE(m_chosen, chosen);
-    QCOMPARE(openMenu() == nullptr, !chosen.isEmpty());
-    if (openMenu())
-        openMenu()->close();
+    QTest::keyClick(openMenu(), Qt::Key_N, Qt::ControlModifier);
+    QVERIFY(openMenu());
+    QTest::keyClick(openMenu(), Qt::Key_O, Qt::ControlModifier);
+    QCOMPARE(m_opened, 2);
+    QVERIFY(!openMenu());
 }
 
 void TestTray::theSymbolIsShown() {

@@ -3,6 +3,7 @@
 #include "window/WindowDesk.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QTest>
 
 using namespace tavrik;
@@ -11,6 +12,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const auto defaultShortcut = u"Shortcut: ⌥ Space"_s;
+const auto recording = u"Shortcut: Press keys…"_s;
 
 /// The window, and hands at the keyboard.
 struct Desk : test::WindowDesk {
@@ -31,6 +33,12 @@ struct Desk : test::WindowDesk {
             QTest::keyClick(&window(), character);
     }
     void key(Qt::Key key) { QTest::keyClick(&window(), key); }
+
+    void recordShortcut() {
+        tree().click(u"Settings"_s);
+        tree().click(defaultShortcut);
+        QTRY_VERIFY(tree().shows(recording));
+    }
 };
 
 } // namespace
@@ -168,6 +176,8 @@ private Q_SLOTS:
         QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
         QTest::newRow("control, option and tab")
             << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
+        QTest::newRow("control, shift and v")
+            << QList<int>{keyControl, keyShift} << int(keyV) << 9 << 4608 << u"⌃⇧ V"_s;
     }
 
     // By hands, on the real server; another program has grabbed the very
@@ -179,15 +189,13 @@ private Q_SLOTS:
         const auto tree = desk.tree();
         XKeys otherProgram;
         QVERIFY(otherProgram.grab(static_cast<quint8>(key), XCB_MOD_MASK_ANY));
-        tree.click(u"Settings"_s);
-        tree.click(defaultShortcut);
-        QTRY_VERIFY(tree.shows(u"Shortcut: Press keys…"_s));
+        desk.recordShortcut();
         QCOMPARE(desk.hotKey.released, 1);
 
         for (const int modifier : held)
             desk.hands.press(static_cast<quint8>(modifier));
         desk.hands.press(static_cast<quint8>(key));
-        QTRY_VERIFY(!tree.shows(u"Shortcut: Press keys…"_s));
+        QTRY_VERIFY(!tree.shows(recording));
         QCOMPARE(desk.hotKey.changed, 0);
         desk.hands.release(static_cast<quint8>(key));
         for (const int modifier : held)
@@ -200,14 +208,46 @@ private Q_SLOTS:
         QVERIFY(tree.shows(u"How Tavrik looks."_s));
     }
 
-    void closingTheSheetEndsTheRecording() {
+    void whatIsNoShortcutIsNotRecorded() {
+        Desk desk;
+        desk.recordShortcut();
+        desk.hands.press(keyV);
+        desk.hands.release(keyV);
+        desk.hands.chord(keyShift, keyV);
+        desk.hands.press(keyControl);
+        desk.hands.release(keyControl);
+        desk.hands.chord(keyAlt, keyEscape);
+        QTRY_COMPARE(desk.hotKey.changed, 1);
+        QVERIFY(!desk.preferences.values.contains("hotkey_keycode"));
+        QVERIFY(desk.tree().shows(defaultShortcut));
+    }
+
+    void aRecordedKeyIsKeptUntilItComesUp() {
+        Desk desk;
+        desk.recordShortcut();
+        desk.hands.press(keyAlt);
+        desk.hands.press(keySpace);
+        QTRY_VERIFY(desk.tree().shows(defaultShortcut));
+
+        // Its modifier may come up first, and it repeats; a second key is not for anybody either.
+        desk.hands.release(keyAlt);
+        QKeyEvent repeat(QEvent::KeyRelease, 0, {}, keySpace, 0, 0, {}, true);
+        QCoreApplication::sendEvent(&desk.window(), &repeat);
+        desk.hands.chord(keyControl, keyV);
+        QTest::qWait(50);
+        QCOMPARE(desk.hotKey.changed, 0);
+        desk.hands.release(keySpace);
+        QTRY_COMPARE(desk.hotKey.changed, 1);
+        QCOMPARE(desk.hotKey.released, 1);
+        QCOMPARE(desk.preferences.values["hotkey_keycode"].toInt(), 49);
+    }
+
+    void leavingEndsTheRecording() {
         Desk desk;
         const auto tree = desk.tree();
         for (const auto& away : {u"Close"_s, u"Account"_s}) {
             const int before = desk.hotKey.changed;
-            tree.click(u"Settings"_s);
-            tree.click(defaultShortcut);
-            QTRY_COMPARE(desk.hotKey.released, before + 1);
+            desk.recordShortcut();
             tree.click(away);
             QTRY_COMPARE(desk.hotKey.changed, before + 1);
         }
@@ -217,6 +257,26 @@ private Q_SLOTS:
         QTRY_COMPARE(desk.hotKey.released, 3);
         desk.window().close();
         QTRY_COMPARE(desk.hotKey.changed, 3);
+        desk.controller.show();
+        tree.click(defaultShortcut);
+        QTRY_COMPARE(desk.hotKey.released, 4);
+        QWindow other;
+        other.show();
+        other.requestActivate();
+        QTRY_COMPARE(desk.hotKey.changed, 4);
+    }
+
+    void warnsOfAShortcutThatIsTaken() {
+        Desk desk;
+        desk.hotKey.status = HotKeyBackend::Status::taken;
+        desk.tree().click(u"Settings"_s);
+        const auto warning = u"Another program holds ⌥ Space. Click the shortcut and press another one."_s;
+        QTRY_VERIFY(desk.tree().shows(warning));
+        desk.tree().click(defaultShortcut);
+        desk.hotKey.status = HotKeyBackend::Status::registered;
+        desk.hands.press(keyEscape);
+        desk.hands.release(keyEscape);
+        QTRY_VERIFY(!desk.tree().shows(warning));
     }
 };
 

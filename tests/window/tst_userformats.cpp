@@ -1,5 +1,7 @@
-// Numbers and days as a locale writes them, and which locale that is.
+// Numbers and days as a locale writes them, which locale that is, and shortcuts.
 
+#include "platform/KeyReader.h"
+#include "window/ShortcutText.h"
 #include "window/UserFormats.h"
 
 #include <QTest>
@@ -46,6 +48,24 @@ private Q_SLOTS:
         const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
         QCOMPARE(formats.dayTitle(day, QDate(2025, 3, 7)), title);
         QCOMPARE(formats.caption(title), caption);
+    }
+
+    void shortcut_data() {
+        QTest::addColumn<quint32>("code");
+        QTest::addColumn<QString>("characters");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("arrow") << 126U << "" << "⌃⌥⇧⌘ ↑";
+        QTest::newRow("backspace") << 51U << "\b" << "⌃⌥⇧⌘ Delete";
+        QTest::newRow("no characters") << 96U << "" << "⌃⌥⇧⌘ Key 96";
+        QTest::newRow("Persian") << 40U << "ن" << "⌃⌥⇧⌘ ن";
+        QTest::newRow("grows") << 27U << "ß" << "⌃⌥⇧⌘ SS";
+    }
+    void shortcut() {
+        QFETCH(quint32, code);
+        QFETCH(QString, characters);
+        constexpr auto all = KeyCombination::control + KeyCombination::option + KeyCombination::shift +
+                             KeyCombination::command;
+        QTEST(shortcutText({{code, all}, characters}), "text");
     }
 
     void locale_data() {
