@@ -1,6 +1,7 @@
 #include "account/AuthReplies.h"
 #include "account/AuthStore.h"
 #include "backend/LocalService.h"
+#include "backend/RequestChecks.h"
 #include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "support/FakeSecureSlot.h"
@@ -18,6 +19,8 @@ namespace {
 
 constexpr auto signInPath = "/auth/v1/token";
 constexpr auto userPath = "/auth/v1/user";
+const auto address = u"typed@example.org"_s;
+const auto password = u" correct horse "_s;
 
 /// A reply with tokens, of the given name and seconds to live.
 QByteArray tokens(const QByteArray& name, int lifetime = 3600) {
@@ -79,10 +82,12 @@ struct SettingOf {
     }
 
     Result<void> signIn() {
-        return outcome<void>([&](auto completion) { store.signIn(u"e"_s, u"p"_s, std::move(completion)); });
+        return outcome<void>(
+            [&](auto completion) { store.signIn(address, password, std::move(completion)); });
     }
     Result<bool> signUp() {
-        return outcome<bool>([&](auto completion) { store.signUp(u"e"_s, u"p"_s, std::move(completion)); });
+        return outcome<bool>(
+            [&](auto completion) { store.signUp(address, password, std::move(completion)); });
     }
     Result<QString> token() {
         return outcome<QString>([&](auto completion) { store.withValidAccessToken(std::move(completion)); });
@@ -101,7 +106,7 @@ struct SettingOf {
     MainQueue queue;
     HttpClient http{queue};
     fake::Slot slot;
-    AuthStore store{slot, http, queue, {service.url(), "anonymous"}};
+    AuthStore store{slot, http, queue, {service.url(), publicKey()}};
 };
 
 using Setting = SettingOf<test::LocalService>;
@@ -117,17 +122,28 @@ class AuthStoreTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void theServiceTakesWhatItIsSent() {
+        Setting setting;
+        QVERIFY(setting.signUp());
+        setting.store.signOut();
+        QVERIFY(setting.signIn());
+        setting.settle();
+        QCOMPARE(setting.store.session()->email, address);
+        QCOMPARE(setting.service.requests().last().body,
+                 R"({"email":"typed@example.org","password":" correct horse "})");
+    }
+
     void tokenReplies() {
         const std::tuple<QByteArray, double, QString> rows[]{
-            {"", 3600, u"typed@example.org"_s},
-            {R"(,"expires_in":90.5)", 90.5, u"typed@example.org"_s},
-            {R"(,"expires_in":"7200","user":{"email":1})", 3600, u"typed@example.org"_s},
+            {"", 3600, address},
+            {R"(,"expires_in":90.5)", 90.5, address},
+            {R"(,"expires_in":"7200","user":{"email":1})", 3600, address},
             {R"(,"user":{"email":"server@example.org"})", 3600, u"server@example.org"_s}};
         for (const auto& [members, lifetime, email] : rows) {
             const auto reply = authReplyObject(R"({"access_token":"a","refresh_token":"r")" + members + "}");
             const AuthSession::Time now = std::chrono::system_clock::now();
             const AuthSession expected{u"a"_s, u"r"_s, now + AuthSession::Seconds(lifetime), email};
-            QVERIFY2(authReplySession(reply, u"typed@example.org"_s, now) == expected, members.constData());
+            QVERIFY2(authReplySession(reply, address, now) == expected, members.constData());
         }
     }
 

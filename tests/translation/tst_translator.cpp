@@ -275,6 +275,11 @@ private Q_SLOTS:
             translator.translate(m_file, [&](const auto&) { done = true; });
             QTRY_VERIFY(done);
             QCOMPARE(backend.connectionCount(), toBackend);
+            // By the time another is answered, a connection nobody uses would be there as well.
+            bool answered = false;
+            http.send({.method = "GET", .url = backend.url(), .headers = {}, .body = {}},
+                      [&](const auto&) { answered = true; });
+            QTRY_VERIFY(answered);
             QCOMPARE(openRouter.connectionCount(), toOpenRouter);
         }
     }
