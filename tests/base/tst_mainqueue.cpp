@@ -73,6 +73,7 @@ private Q_SLOTS:
         bool elsewhere = false;
         {
             std::vector<std::jthread> workers;
+            workers.reserve(seen.size());
             for (auto& list : seen) {
                 workers.emplace_back([&queue, &list, &elsewhere] {
                     for (int job = 0; job < jobs; ++job)

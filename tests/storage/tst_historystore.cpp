@@ -235,6 +235,7 @@ private Q_SLOTS:
                 QCOMPARE(records.at(i).text.toLongLong(), saved - i);
         }
         QVERIFY2(saved > 2000 && interrupted > 0, "no save was interrupted, or none was finished");
+        QVERIFY(writeFile(m_folder + "/.history.json.unfinished-abcdef", "of a save long ago"));
         QCOMPARE(HistoryStore(m_folder).items().size(), saved);
         QCOMPARE(othersIn(m_folder), QStringList());
     }
