@@ -2,6 +2,7 @@
 
 #include <QGridLayout>
 #include <QGuiApplication>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -17,6 +18,7 @@ namespace tavrik {
 
 namespace {
 
+constexpr QSize logoSize{48, 48};
 constexpr double narrowestText = 240;
 constexpr double widestText = 420;
 
@@ -72,13 +74,21 @@ void MessageBoxAlerts::presentNext() {
     const auto& alert = m_pending.front().alert;
     m_box = std::make_unique<QMessageBox>();
     auto& box = *m_box;
-    box.setIcon(alert.style == Alert::Style::warning ? QMessageBox::Warning : QMessageBox::Information);
     box.setWindowTitle(QStringLiteral("Tavrik"));
     if (m_icon.isNull())
         m_icon = QIcon(QStringLiteral(":/tavrik/Logo.svg"));
     box.setWindowIcon(m_icon);
+    if (alert.style == Alert::Style::warning)
+        box.setIcon(QMessageBox::Warning);
+    else
+        box.setIconPixmap(m_icon.pixmap(logoSize, box.devicePixelRatio()));
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
+    if (auto* heading = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+        auto font = heading->font();
+        font.setBold(true);
+        heading->setFont(font);
+    }
     const bool takesKeyboard = alert.activates || QGuiApplication::focusWindow();
     box.setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard);
     // A modal window asks for the keyboard as it comes up.
@@ -101,6 +111,8 @@ void MessageBoxAlerts::presentNext() {
                                  buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
     if (buttons.isEmpty())
         buttons += box.addButton(QMessageBox::Ok);
+    // Some styles draw one on the standard button alone.
+    buttons.front()->setIcon({});
     box.setDefaultButton(static_cast<QPushButton*>(buttons.front()));
     box.setEscapeButton(buttons.back());
 
