@@ -97,6 +97,7 @@ HotKeyBackend::Status AppDelegate::hotKeyStatus() const {
 }
 
 void AppDelegate::preferencesChanged() {
+    m_parts.settings.applyAppearance(m_parts.appearance);
     // Whoever has made us release it will tell us.
     if (!m_hotKey)
         return;

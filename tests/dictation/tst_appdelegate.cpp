@@ -299,13 +299,14 @@ private Q_SLOTS:
         QCOMPARE(desk.translator.prepared, 2);
     }
 
-    void hotKeyFollowsThePreferences() {
+    void followsThePreferences() {
         Desk desk;
         desk.app->applicationDidFinishLaunching();
         desk.journal.clear();
 
-        desk.preferences.values["target_language"] = "German";
+        desk.preferences.values["appearance"] = "light";
         desk.preferences.changed();
+        QCOMPARE(desk.appearance.applied, AppearanceChoice::light);
         QVERIFY(desk.journal.isEmpty());
 
         desk.preferences.values["hotkey_keycode"] = qlonglong{97};
