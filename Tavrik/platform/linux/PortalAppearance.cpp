@@ -63,6 +63,8 @@ QPalette makePalette(bool dark) {
 PortalAppearance::PortalAppearance()
     : m_desktopPaletteIsDark(isDark(QApplication::palette())), m_desktopToolTips(QToolTip::palette()) {
     auto bus = QDBusConnection::sessionBus();
+    // A slot whose types are not all known by name is not connected.
+    qRegisterMetaType<QDBusVariant>();
     // Without a service name, so that nothing has to be asked about its owner first.
     bus.connect({}, path, interface, QStringLiteral("SettingChanged"), this,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
