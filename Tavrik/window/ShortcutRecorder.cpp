@@ -74,7 +74,7 @@ void ShortcutRecorder::begin() {
         // A window that is closed loses the focus without a word.
         connect(m_window, &QWindow::visibleChanged, this, &ShortcutRecorder::cancel);
     }
-    Q_EMIT recordingChanged();
+    Q_EMIT changed();
 }
 
 bool ShortcutRecorder::eventFilter(QObject* watched, QEvent* event) {
@@ -118,8 +118,7 @@ void ShortcutRecorder::keyPressed(const QKeyEvent& event) {
 void ShortcutRecorder::awaitRelease(const QKeyEvent& event) {
     m_phase = Phase::awaitingRelease;
     m_lastKey = event.nativeScanCode();
-    Q_EMIT recordingChanged();
-    Q_EMIT displayChanged();
+    Q_EMIT changed();
 }
 
 void ShortcutRecorder::end() {
@@ -130,8 +129,7 @@ void ShortcutRecorder::end() {
         m_window->disconnect(this);
     }
     m_with.hotKey.hotKeyChanged();
-    Q_EMIT recordingChanged();
-    Q_EMIT displayChanged();
+    Q_EMIT changed();
 }
 
 } // namespace tavrik

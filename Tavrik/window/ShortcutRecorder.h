@@ -20,9 +20,9 @@ class ShortcutRecorder : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Views are given it.")
-    Q_PROPERTY(bool recording READ isRecording NOTIFY recordingChanged)
-    Q_PROPERTY(QString display READ display NOTIFY displayChanged)
-    Q_PROPERTY(QString warning READ warning NOTIFY displayChanged)
+    Q_PROPERTY(bool recording READ isRecording NOTIFY changed)
+    Q_PROPERTY(QString display READ display NOTIFY changed)
+    Q_PROPERTY(QString warning READ warning NOTIFY changed)
 
 public:
     struct Collaborators {
@@ -47,13 +47,12 @@ public:
     Q_INVOKABLE void cancel();
 
     /// What is shown may be out of date: the preferences can change elsewhere.
-    Q_INVOKABLE void refresh() { Q_EMIT displayChanged(); }
+    Q_INVOKABLE void refresh() { Q_EMIT changed(); }
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 Q_SIGNALS:
-    void recordingChanged();
-    void displayChanged();
+    void changed();
 
 private:
     /// After the last key has gone down it is still ours until it comes up: it repeats, and would begin a

@@ -273,6 +273,7 @@ private Q_SLOTS:
         const auto warning = u"Another program holds ⌥ Space. Click the shortcut and press another one."_s;
         QTRY_VERIFY(desk.tree().shows(warning));
         desk.tree().click(defaultShortcut);
+        QTRY_VERIFY(!desk.tree().shows(warning));
         desk.hotKey.status = HotKeyBackend::Status::registered;
         desk.hands.press(keyEscape);
         desk.hands.release(keyEscape);
