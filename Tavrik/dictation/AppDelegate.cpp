@@ -46,6 +46,7 @@ struct AppDelegate::AudioFile {
 AppDelegate::AppDelegate(Parts parts, QObject* parent) : QObject(parent), m_parts(std::move(parts)) {}
 
 AppDelegate::~AppDelegate() {
+    // Nobody is left to press the new one.
     m_hotKeyIsStale = false;
     cancelRecording();
 }
