@@ -1,13 +1,13 @@
 // The process entry: picks the platform, builds the parts, runs the loop.
 
 #include "account/AuthStore.h"
+#include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "base/AppVersion.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "capture/Paster.h"
 #include "capture/Recorder.h"
-#include "commands/CommandLine.h"
-#include "dictation/AppDelegate.h"
+#include "history/HistoryStore.h"
 #include "platform/Alerts.h"
 #include "platform/Appearance.h"
 #include "platform/ApplicationInstance.h"
@@ -27,12 +27,12 @@
 #include "platform/SoundPlayer.h"
 #include "platform/StatusItem.h"
 #include "platform/WindowActivator.h"
-#include "storage/HistoryStore.h"
-#include "storage/Settings.h"
-#include "translation/OpenRouter.h"
+#include "preferences/Settings.h"
+#include "services/HttpClient.h"
+#include "services/OpenRouter.h"
 #include "translation/Translator.h"
+#include "ui/shell/LazyViews.h"
 #include "updates/UpdateChecker.h"
-#include "views/LazyViews.h"
 
 #include <QApplication>
 

@@ -5,12 +5,12 @@
 
 namespace tavrik::bench {
 
-/// The stand-in's program, running for as long as this lives.
+/// The mock server's program, running for as long as this lives.
 class BackendProcess {
 public:
     explicit BackendProcess(const QStringList& arguments = {}) {
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QStringLiteral(TAVRIK_BACKEND_PROGRAM),
+        m_process.start(QStringLiteral(TAVRIK_MOCK_SERVER_PROGRAM),
                         QStringList{QStringLiteral("--port"), QStringLiteral("0")} + arguments);
         while (!m_process.canReadLine() && m_process.waitForReadyRead())
             ;

@@ -25,7 +25,7 @@ struct Process : QProcess {
     }
 };
 
-/// The stand-in, once it listens. Its URL.
+/// The mock server, once it listens. Its URL.
 inline QString startBackend(QProcess& process, const QString& program, const QStringList& arguments) {
     process.start(program, arguments);
     if (!process.waitForReadyRead())

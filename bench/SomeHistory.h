@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/Transcription.h"
+#include "history/Transcription.h"
 
 #include <QList>
 

@@ -5,9 +5,9 @@
 #include "Measure.h"
 #include "SomeHistory.h"
 #include "base/PrivateFiles.h"
-#include "storage/HistoryArchive.h"
-#include "storage/HistoryFile.h"
-#include "storage/HistoryStore.h"
+#include "history/HistoryArchive.h"
+#include "history/HistoryFile.h"
+#include "history/HistoryStore.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -3,9 +3,9 @@
 
 #include "Measure.h"
 #include "base/MainQueue.h"
-#include "capture/RecordingHUD.h"
 #include "platform/x11/X11PanelHost.h"
-#include "quick/ViewEngine.h"
+#include "ui/hud/RecordingHUD.h"
+#include "ui/shell/ViewEngine.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

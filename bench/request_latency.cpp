@@ -4,10 +4,10 @@
 #include "BackendProcess.h"
 #include "Measure.h"
 #include "account/Account.h"
-#include "backend/Wav.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
-#include "storage/Settings.h"
+#include "mock-server/Wav.h"
+#include "preferences/Settings.h"
+#include "services/HttpClient.h"
 #include "support/FakePlatform.h"
 #include "translation/Translator.h"
 

@@ -3,8 +3,8 @@
 
 #include "Measure.h"
 #include "SomeHistory.h"
-#include "window/HistoryDesk.h"
-#include "window/PageView.h"
+#include "ui/HistoryDesk.h"
+#include "ui/PageView.h"
 
 #include <QApplication>
 #include <QEventLoop>

@@ -3,7 +3,7 @@
 
 #include "Measure.h"
 #include "SomeHistory.h"
-#include "window/WindowDesk.h"
+#include "ui/WindowDesk.h"
 
 #include <QApplication>
 #include <QEventLoop>

@@ -23,7 +23,7 @@ endfunction()
 
 # tavrik_qml(NAME URI FILES…)
 # Compiles views into an area's library, and registers its QML_ELEMENT types. Call qml_register_types_<URI>() before the
-# first is loaded, from qrc:/qml/<URI as a path>/.
+# first is loaded, from qrc:/qml/<URI as a path>/<path of the file>.
 function(tavrik_qml name uri)
     string(REPLACE . / path ${uri})
     qt_add_qml_module(${name}

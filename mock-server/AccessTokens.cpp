@@ -1,7 +1,7 @@
-#include "backend/AccessTokens.h"
+#include "mock-server/AccessTokens.h"
 
-#include "backend/Passwords.h"
-#include "backend/UserStore.h"
+#include "mock-server/Passwords.h"
+#include "mock-server/UserStore.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
-#include "backend/AuthService.h"
+#include "mock-server/AuthService.h"
 
-#include "backend/Passwords.h"
-#include "backend/RequestChecks.h"
+#include "mock-server/Passwords.h"
+#include "mock-server/RequestChecks.h"
 
 #include <QDateTime>
 #include <QJsonObject>

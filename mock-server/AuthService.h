@@ -1,15 +1,15 @@
 #pragma once
 
-#include "backend/AccessTokens.h"
-#include "backend/HttpMessage.h"
-#include "backend/UserStore.h"
+#include "mock-server/AccessTokens.h"
+#include "mock-server/HttpMessage.h"
+#include "mock-server/UserStore.h"
 
 #include <QMap>
 
 namespace tavrik::backend {
 
-/// The accounts of the stand-in: sign-up, sign-in, refresh, the user, and the two steps that need a browser
-/// or a mailbox.
+/// The accounts of the mock server: sign-up, sign-in, refresh, the user, and the two steps that need a
+/// browser or a mailbox.
 class AuthService {
 public:
     struct Options {

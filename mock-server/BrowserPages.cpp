@@ -1,8 +1,8 @@
-#include "backend/BrowserPages.h"
+#include "mock-server/BrowserPages.h"
 
-#include "backend/AuthService.h"
-#include "backend/Passwords.h"
-#include "backend/RequestChecks.h"
+#include "mock-server/AuthService.h"
+#include "mock-server/Passwords.h"
+#include "mock-server/RequestChecks.h"
 
 #include <QJsonObject>
 #include <QUrlQuery>
@@ -18,7 +18,7 @@ constexpr int mostForms = 100;
 Reply page(int status, const QString& title, const QString& body) {
     const auto html =
         u"<!DOCTYPE html><html lang=\"en\"><head><meta charset=\"utf-8\"><title>%1</title></head>"
-        u"<body><h1>%1</h1>%2<p>This is a stand-in on your own machine.</p></body></html>"_s;
+        u"<body><h1>%1</h1>%2<p>This is a mock server on your own machine.</p></body></html>"_s;
     return {status,
             {{"Content-Type", "text/html; charset=utf-8"},
              {"Cache-Control", "no-store"},

@@ -1,9 +1,9 @@
-#include "backend/ChatCompletions.h"
+#include "mock-server/ChatCompletions.h"
 
-#include "backend/ModelService.h"
-#include "backend/OfflineAnswer.h"
-#include "backend/WavFile.h"
-#include "base/HttpClient.h"
+#include "mock-server/ModelService.h"
+#include "mock-server/OfflineAnswer.h"
+#include "mock-server/WavFile.h"
+#include "services/HttpClient.h"
 
 #include <QDateTime>
 #include <QJsonArray>

@@ -1,4 +1,4 @@
-#include "backend/HttpConnection.h"
+#include "mock-server/HttpConnection.h"
 
 #include <QPointer>
 #include <QTcpSocket>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "backend/HttpMessage.h"
-#include "backend/ScriptedReply.h"
+#include "mock-server/HttpMessage.h"
+#include "mock-server/ScriptedReply.h"
 
 #include <functional>
 #include <optional>

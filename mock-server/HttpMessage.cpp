@@ -1,4 +1,4 @@
-#include "backend/HttpMessage.h"
+#include "mock-server/HttpMessage.h"
 
 #include <QJsonDocument>
 

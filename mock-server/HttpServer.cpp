@@ -1,6 +1,6 @@
-#include "backend/HttpServer.h"
+#include "mock-server/HttpServer.h"
 
-#include "backend/HttpConnection.h"
+#include "mock-server/HttpConnection.h"
 
 #include <QTcpSocket>
 

@@ -1,6 +1,6 @@
-#include "backend/ModelService.h"
+#include "mock-server/ModelService.h"
 
-#include "base/HttpClient.h"
+#include "services/HttpClient.h"
 
 #include <utility>
 

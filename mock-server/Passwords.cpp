@@ -1,4 +1,4 @@
-#include "backend/Passwords.h"
+#include "mock-server/Passwords.h"
 
 #include <QRandomGenerator>
 

@@ -1,8 +1,8 @@
-#include "backend/ReleaseManifest.h"
+#include "mock-server/ReleaseManifest.h"
 
-#include "backend/RequestChecks.h"
 #include "base/AppVersion.h"
 #include "base/PrivateFiles.h"
+#include "mock-server/RequestChecks.h"
 
 #include <utility>
 

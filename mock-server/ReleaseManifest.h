@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backend/HttpMessage.h"
+#include "mock-server/HttpMessage.h"
 
 namespace tavrik::backend {
 

@@ -1,4 +1,4 @@
-#include "backend/RequestChecks.h"
+#include "mock-server/RequestChecks.h"
 
 #include <QJsonDocument>
 

@@ -1,4 +1,4 @@
-#include "backend/ScriptedReply.h"
+#include "mock-server/ScriptedReply.h"
 
 #include <QHash>
 #include <QJsonDocument>

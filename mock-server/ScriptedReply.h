@@ -1,7 +1,7 @@
 #pragma once
 
-#include "backend/HttpMessage.h"
 #include "base/Result.h"
+#include "mock-server/HttpMessage.h"
 
 #include <QJsonArray>
 

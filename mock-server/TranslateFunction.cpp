@@ -1,10 +1,10 @@
-#include "backend/TranslateFunction.h"
+#include "mock-server/TranslateFunction.h"
 
-#include "backend/AuthService.h"
-#include "backend/ModelService.h"
-#include "backend/OfflineAnswer.h"
-#include "backend/RequestChecks.h"
-#include "backend/WavFile.h"
+#include "mock-server/AuthService.h"
+#include "mock-server/ModelService.h"
+#include "mock-server/OfflineAnswer.h"
+#include "mock-server/RequestChecks.h"
+#include "mock-server/WavFile.h"
 #include "translation/Replies.h"
 #include "translation/RequestBody.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backend/HttpHandler.h"
+#include "mock-server/HttpHandler.h"
 
 namespace tavrik::backend {
 

@@ -1,8 +1,8 @@
-#include "backend/UserStore.h"
+#include "mock-server/UserStore.h"
 
-#include "backend/Passwords.h"
 #include "base/FileReplacement.h"
 #include "base/PrivateFiles.h"
+#include "mock-server/Passwords.h"
 
 #include <QCryptographicHash>
 #include <QDir>

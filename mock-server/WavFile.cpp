@@ -1,4 +1,4 @@
-#include "backend/WavFile.h"
+#include "mock-server/WavFile.h"
 
 #include <QtEndian>
 

@@ -1,5 +1,5 @@
-#include "backend/HttpServer.h"
-#include "backend/StandIn.h"
+#include "mock-server/HttpServer.h"
+#include "mock-server/MockServer.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -34,7 +34,7 @@ int endSignals() {
 }
 
 int fail(const QString& message) {
-    QTextStream(stderr) << "tavrik-backend: " << message << '\n';
+    QTextStream(stderr) << "tavrik-mock-server: " << message << '\n';
     return EXIT_FAILURE;
 }
 
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
 
     QCommandLineParser arguments;
     arguments.setApplicationDescription(
-        u"A stand-in for the services Tavrik talks to, on this machine only. With OPENROUTER_API_KEY in its "
+        u"A mock of the services Tavrik talks to, on this machine only. With OPENROUTER_API_KEY in its "
         u"environment it passes recordings on to the real service; without, it answers with what it "
         u"received."_s);
     arguments.addHelpOption();
@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
     auto users = folder.isEmpty() ? Result<UserStore>(UserStore()) : UserStore::open(folder);
     if (!users)
         return fail(users.error().description);
-    StandIn standIn({
+    MockServer standIn({
         .upstream = {.url = QUrl(arguments.value(upstream)), .key = qgetenv("OPENROUTER_API_KEY")},
         .accounts = {.users = std::move(*users),
                      .tokenLifetime = lifetime,

@@ -2,7 +2,7 @@
 
 #include "account/Account.h"
 #include "account/AuthSession.h"
-#include "account/Supabase.h"
+#include "services/Supabase.h"
 
 #include <QObject>
 

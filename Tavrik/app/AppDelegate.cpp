@@ -1,13 +1,13 @@
-#include "dictation/AppDelegate.h"
+#include "app/AppDelegate.h"
 
 #include "base/MainQueue.h"
 #include "capture/AbstractPaster.h"
 #include "capture/AbstractRecordingHUD.h"
+#include "history/HistoryStore.h"
 #include "platform/Alerts.h"
 #include "platform/SoundPlayer.h"
 #include "platform/StatusItem.h"
-#include "storage/HistoryStore.h"
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
 #include "translation/AbstractTranslator.h"
 
 #include <QFile>

@@ -2,13 +2,13 @@
 // AppDelegate.cpp.
 
 #include "account/Account.h"
+#include "app/AppDelegate.h"
 #include "base/MainQueue.h"
-#include "dictation/AppDelegate.h"
 #include "platform/Microphone.h"
 #include "platform/PasteKeys.h"
 #include "platform/PreferenceStore.h"
 #include "platform/StatusItem.h"
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
 
 #include <QPointer>
 

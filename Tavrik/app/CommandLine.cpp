@@ -1,9 +1,9 @@
-#include "commands/CommandLine.h"
+#include "app/CommandLine.h"
 
 #include "base/AppVersion.h"
 #include "base/UrlScheme.h"
-#include "commands/PreferencesCommand.h"
 #include "platform/PreferenceStore.h"
+#include "preferences/PreferencesCommand.h"
 
 namespace tavrik {
 

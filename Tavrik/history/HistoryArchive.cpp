@@ -1,9 +1,9 @@
-#include "storage/HistoryArchive.h"
+#include "history/HistoryArchive.h"
 
 #include "base/FileReplacement.h"
 #include "base/PrivateFiles.h"
-#include "storage/HistoryFile.h"
-#include "storage/WordCount.h"
+#include "history/HistoryFile.h"
+#include "history/WordCount.h"
 
 #include <QFileInfo>
 

@@ -1,6 +1,6 @@
-#include "storage/HistoryFile.h"
+#include "history/HistoryFile.h"
 
-#include "storage/ByteBlock.h"
+#include "history/ByteBlock.h"
 
 // What could throw does not compile.
 #define SIMDJSON_EXCEPTIONS 0

@@ -1,7 +1,7 @@
-#include "storage/HistoryStore.h"
+#include "history/HistoryStore.h"
 
-#include "storage/LocalDays.h"
-#include "storage/WordCount.h"
+#include "history/LocalDays.h"
+#include "history/WordCount.h"
 
 #include <QTimeZone>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "storage/HistoryArchive.h"
-#include "storage/Transcription.h"
+#include "history/HistoryArchive.h"
+#include "history/Transcription.h"
 
 #include <QList>
 #include <QObject>

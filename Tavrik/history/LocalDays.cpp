@@ -1,4 +1,4 @@
-#include "storage/LocalDays.h"
+#include "history/LocalDays.h"
 
 #include <algorithm>
 #include <chrono>

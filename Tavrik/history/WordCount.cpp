@@ -1,6 +1,6 @@
-#include "storage/WordCount.h"
+#include "history/WordCount.h"
 
-#include "storage/ByteBlock.h"
+#include "history/ByteBlock.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>

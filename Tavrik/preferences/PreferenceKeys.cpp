@@ -1,4 +1,4 @@
-#include "storage/PreferenceKeys.h"
+#include "preferences/PreferenceKeys.h"
 
 #include <cmath>
 #include <limits>

@@ -1,7 +1,7 @@
-#include "commands/PreferencesCommand.h"
+#include "preferences/PreferencesCommand.h"
 
 #include "platform/PreferenceStore.h"
-#include "storage/PreferenceKeys.h"
+#include "preferences/PreferenceKeys.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands/CommandStreams.h"
+#include "base/CommandStreams.h"
 
 #include <QStringList>
 

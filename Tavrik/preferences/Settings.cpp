@@ -1,8 +1,8 @@
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
 
 #include "platform/Appearance.h"
 #include "platform/PreferenceStore.h"
-#include "storage/PreferenceKeys.h"
+#include "preferences/PreferenceKeys.h"
 
 namespace tavrik {
 

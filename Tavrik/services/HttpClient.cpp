@@ -1,4 +1,4 @@
-#include "base/HttpClient.h"
+#include "services/HttpClient.h"
 
 #include "base/MainQueue.h"
 

@@ -1,4 +1,4 @@
-#include "translation/OpenRouter.h"
+#include "services/OpenRouter.h"
 
 namespace tavrik {
 

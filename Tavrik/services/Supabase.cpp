@@ -1,4 +1,4 @@
-#include "account/Supabase.h"
+#include "services/Supabase.h"
 
 #include <QUrlQuery>
 

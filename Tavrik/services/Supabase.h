@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/HttpClient.h"
+#include "services/HttpClient.h"
 
 namespace tavrik {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/HttpClient.h"
 #include "base/Result.h"
+#include "services/HttpClient.h"
 
 #include <QString>
 

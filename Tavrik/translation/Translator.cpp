@@ -1,9 +1,9 @@
 #include "translation/Translator.h"
 
 #include "account/Account.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
+#include "services/HttpClient.h"
 #include "translation/Replies.h"
 #include "translation/RequestBody.h"
 #include "translation/TranslatorError.h"

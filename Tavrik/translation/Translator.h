@@ -1,6 +1,6 @@
 #pragma once
 
-#include "account/Supabase.h"
+#include "services/Supabase.h"
 #include "translation/AbstractTranslator.h"
 
 #include <QObject>

@@ -1,8 +1,8 @@
 #include "updates/UpdateChecker.h"
 
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
 #include "platform/Alerts.h"
+#include "services/HttpClient.h"
 #include "updates/Release.h"
 #include "updates/ReleaseVersion.h"
 

@@ -1,9 +1,9 @@
 #include "account/AuthReplies.h"
 #include "account/AuthStore.h"
-#include "backend/LocalService.h"
-#include "backend/RequestChecks.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
+#include "mock-server/LocalService.h"
+#include "mock-server/RequestChecks.h"
+#include "services/HttpClient.h"
 #include "support/FakeSecureSlot.h"
 
 #include <QTcpServer>

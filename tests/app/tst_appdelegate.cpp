@@ -1,10 +1,10 @@
 #include "account/Account.h"
+#include "app/AppDelegate.h"
 #include "base/MainQueue.h"
 #include "capture/AbstractPaster.h"
 #include "capture/AbstractRecordingHUD.h"
-#include "dictation/AppDelegate.h"
-#include "storage/HistoryStore.h"
-#include "storage/Settings.h"
+#include "history/HistoryStore.h"
+#include "preferences/Settings.h"
 #include "support/FakePlatform.h"
 #include "translation/AbstractTranslator.h"
 

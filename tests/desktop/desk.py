@@ -172,7 +172,7 @@ class Editor(Process):
 
 
 class Backend(Process):
-    """The stand-in for both services."""
+    """The mock server for both services."""
 
     def __init__(self, program, port, *options, env=None):
         super().__init__(program, "--port", str(port), "--control", *options, env=env)

@@ -26,7 +26,7 @@ def main(program, backend, port, folder, *options):
     sentence = desk.voice("سلام، امروز هوا خیلی خوب است و ما به پارک می‌رویم")
     desk.set_preference(program, "openrouter_api_key", "sk-rehearsal")
     with desk.Backend(backend, port, *options) as service, desk.Editor() as editor, desk.Tavrik(program) as tavrik:
-        tell(f"the stand-in for the services listens on {service.url}")
+        tell(f"the mock server for the services listens on {service.url}")
         tell("an editor has the keyboard focus; Tavrik is in the tray")
         picture("1-ready.png")
 

@@ -38,7 +38,7 @@ def completion(text):
 
 
 class Replies:
-    """What the service may do. Each is a script for the stand-in and the text that must arrive, if any."""
+    """What the service may do. Each is a script for the mock server and the text that must arrive, if any."""
 
     def __init__(self, rng):
         self._rng = rng

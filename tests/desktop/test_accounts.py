@@ -42,7 +42,7 @@ class Desk(unittest.TestCase):
         desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
 
     def open(self, *options):
-        """The stand-in with these options, and somebody's session there."""
+        """The mock server with these options, and somebody's session there."""
         self.backend = self.enterContext(desk.Backend(BACKEND, PORT, *OPTIONS, *options))
         self.editor = self.enterContext(desk.Editor())
         self.session = self.ask("auth/v1/signup", email="someone@example.org", password="correct horse")
@@ -65,7 +65,7 @@ class Desk(unittest.TestCase):
         desk.wait_for("the question who it is", lambda: any(
             request["path"] == "/auth/v1/user" for request in self.backend.requests()))
 
-    def dictation(self, text="Offline stand-in"):
+    def dictation(self, text="Offline mock server"):
         """The requests that one dictation makes."""
         before = len(self.backend.requests())
         pasted = self.editor.text().count(text)

@@ -40,7 +40,7 @@ class Dictation(unittest.TestCase):
     def test_speech_becomes_text_in_the_editor(self):
         before = len(self.tavrik.history())
         self.dictate()
-        self.arrives("Offline stand-in")
+        self.arrives("Offline mock server")
         text = self.editor.text()
         self.assertRegex(text, r"[2-9]\.\d seconds")
         self.assertIn("English", text)
@@ -70,7 +70,7 @@ class Dictation(unittest.TestCase):
         alert.dismiss()
         self.editor.focus()
         self.dictate()
-        self.arrives("Offline stand-in")
+        self.arrives("Offline mock server")
         self.assertEqual(self.dictations(), requests + 1)
         desk.wait_for("the record", lambda: len(self.tavrik.history()) == before + 1)
 

@@ -1,4 +1,4 @@
-#include "storage/HistoryFile.h"
+#include "history/HistoryFile.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "platform/linux/JsonPreferenceStore.h"
-#include "storage/PreferenceKeys.h"
-#include "storage/Settings.h"
+#include "preferences/PreferenceKeys.h"
+#include "preferences/Settings.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/HistoryFile.h"
+#include "history/HistoryFile.h"
 
 namespace tavrik::test {
 

@@ -1,6 +1,6 @@
 // Adds numbered records to the history in a folder until it is killed.
 
-#include "storage/HistoryStore.h"
+#include "history/HistoryStore.h"
 
 #include <QCoreApplication>
 #include <QThread>

@@ -1,6 +1,6 @@
-#include "storage/HistoryFile.h"
-#include "storage/HistoryTestData.h"
-#include "storage/WordCount.h"
+#include "history/HistoryFile.h"
+#include "history/HistoryTestData.h"
+#include "history/WordCount.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

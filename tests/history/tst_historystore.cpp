@@ -1,6 +1,6 @@
-#include "storage/HistoryStore.h"
-#include "storage/HistoryTestData.h"
-#include "storage/LocalDays.h"
+#include "history/HistoryStore.h"
+#include "history/HistoryTestData.h"
+#include "history/LocalDays.h"
 #include "support/Files.h"
 
 #include <QDir>

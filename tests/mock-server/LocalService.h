@@ -1,13 +1,13 @@
 #pragma once
 
-#include "backend/HttpServer.h"
-#include "backend/StandIn.h"
+#include "mock-server/HttpServer.h"
+#include "mock-server/MockServer.h"
 
 #include <QTcpServer>
 
 namespace tavrik::test {
 
-/// The stand-in within the test's own process, on a port of its own.
+/// The mock server within the test's own process, on a port of its own.
 class LocalService {
 public:
     explicit LocalService(std::unique_ptr<QTcpServer> listener = std::make_unique<QTcpServer>())
@@ -26,7 +26,7 @@ public:
     }
 
 private:
-    backend::StandIn m_standIn{{.upstream = {}, .controllable = true}};
+    backend::MockServer m_standIn{{.upstream = {}, .controllable = true}};
     backend::HttpServer m_server;
 };
 

@@ -1,4 +1,4 @@
-"""The translate function, asked everything in translate.json: the stand-in's own, or the one that is deployed.
+"""The translate function, asked everything in translate.json: the mock server's own, or the one that is deployed.
 
 usage: test_translate.py TAVRIK-BACKEND PUBLIC-KEY [DENO FUNCTION-FOLDER]
 """

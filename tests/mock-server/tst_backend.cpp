@@ -1,8 +1,8 @@
-#include "backend/Passwords.h"
-#include "backend/RequestChecks.h"
-#include "backend/StandIn.h"
-#include "backend/Wav.h"
-#include "backend/WavFile.h"
+#include "mock-server/MockServer.h"
+#include "mock-server/Passwords.h"
+#include "mock-server/RequestChecks.h"
+#include "mock-server/Wav.h"
+#include "mock-server/WavFile.h"
 #include "support/Files.h"
 
 #include <QTemporaryDir>
@@ -44,12 +44,12 @@ private Q_SLOTS:
             {400, path, {host, key, json}, chatBody(wav(0.1).toBase64(), "mp3")},
             {400, path, {host, key, json}, chatBody("!!!!")},
             {400, path, {host, key, json}, chatBody(QByteArray("hello").toBase64())},
-            {421, path, {{"Host", "stand-in.example"}, key, json}, good},
+            {421, path, {{"Host", "mock-server.example"}, key, json}, good},
             {404, "/control/requests", {host}, ""},
             {401, "/auth/v1/signup", {host, json}, "{}"},
             {401, "/auth/v1/signup", {host, json, {"apikey", "eyJ"}}, "{}"},
             {400, "/auth/v1/signup", {host, json, {"apikey", publicKey()}}, "{}"}};
-        StandIn standIn({});
+        MockServer standIn({});
         for (const auto& [expected, target, headers, body] : rows) {
             Request request;
             request.method = "POST";

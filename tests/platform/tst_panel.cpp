@@ -1,10 +1,10 @@
 #include "base/MainQueue.h"
-#include "capture/RecordingHUD.h"
 #include "platform/XKeys.h"
 #include "platform/x11/Struts.h"
 #include "platform/x11/X11PanelHost.h"
-#include "quick/ViewEngine.h"
 #include "support/AccessibleTree.h"
+#include "ui/hud/RecordingHUD.h"
+#include "ui/shell/ViewEngine.h"
 
 #include <QApplication>
 #include <QFile>

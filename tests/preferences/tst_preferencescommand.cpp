@@ -1,4 +1,4 @@
-#include "commands/CommandLine.h"
+#include "app/CommandLine.h"
 #include "platform/linux/JsonPreferenceStore.h"
 #include "support/Files.h"
 

@@ -1,5 +1,5 @@
 #include "platform/linux/JsonPreferenceStore.h"
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
 #include "support/FakePlatform.h"
 #include "support/Files.h"
 

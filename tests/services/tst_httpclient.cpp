@@ -1,6 +1,6 @@
-#include "backend/LocalService.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
+#include "mock-server/LocalService.h"
+#include "services/HttpClient.h"
 #include "support/Tls.h"
 
 #include <QEventLoop>

@@ -3,11 +3,11 @@
 // A history in a folder of its own and everything its pages need, with a clock that the test sets.
 
 #include "base/MainQueue.h"
+#include "history/HistoryFile.h"
+#include "history/HistoryStore.h"
 #include "platform/Clipboard.h"
 #include "platform/DayWatcher.h"
-#include "storage/HistoryFile.h"
-#include "storage/HistoryStore.h"
-#include "window/HistoryPages.h"
+#include "ui/history/HistoryPages.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "quick/ViewEngine.h"
+#include "ui/shell/ViewEngine.h"
 
 #include <QQuickItem>
 #include <QQuickView>
 #include <QVariant>
 
-void qml_register_types_Tavrik_Window();
+void qml_register_types_Tavrik();
 
 namespace tavrik::test {
 
@@ -16,11 +16,11 @@ public:
     PageView(const QString& name, HistoryPages& pages, QSize size = {720, 640})
         : QQuickView(new ViewEngine, nullptr) {
         engine()->setParent(this);
-        qml_register_types_Tavrik_Window();
+        qml_register_types_Tavrik();
         setResizeMode(SizeRootObjectToView);
         resize(size);
         setInitialProperties({{QStringLiteral("pages"), QVariant::fromValue(&pages)}});
-        setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Window/%1.qml").arg(name)));
+        setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/%1.qml").arg(name)));
     }
 
     /// The first item of a C++ type, or null.

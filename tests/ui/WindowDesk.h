@@ -3,20 +3,20 @@
 // The main window on a real desktop, over services that only remember what was asked of them.
 
 #include "account/AuthStore.h"
-#include "backend/LocalService.h"
-#include "base/HttpClient.h"
 #include "capture/AbstractHotKeyOwner.h"
+#include "mock-server/LocalService.h"
 #include "platform/FolderRevealer.h"
 #include "platform/LoginItem.h"
 #include "platform/x11/X11KeyReader.h"
 #include "platform/x11/X11WindowActivator.h"
-#include "quick/ViewEngine.h"
-#include "storage/Settings.h"
+#include "preferences/Settings.h"
+#include "services/HttpClient.h"
 #include "support/FakeLinks.h"
 #include "support/FakePlatform.h"
 #include "support/FakeSecureSlot.h"
-#include "window/HistoryDesk.h"
-#include "window/MainWindow.h"
+#include "ui/HistoryDesk.h"
+#include "ui/shell/MainWindow.h"
+#include "ui/shell/ViewEngine.h"
 
 #include <QQuickWindow>
 

@@ -1,10 +1,10 @@
 #include "account/AuthStore.h"
-#include "backend/LocalService.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
+#include "mock-server/LocalService.h"
+#include "services/HttpClient.h"
 #include "support/FakeLinks.h"
 #include "support/FakeSecureSlot.h"
-#include "window/LoginForm.h"
+#include "ui/account/LoginForm.h"
 
 #include <QTest>
 

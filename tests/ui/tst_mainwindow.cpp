@@ -1,6 +1,6 @@
 #include "platform/XKeys.h"
 #include "support/AccessibleTree.h"
-#include "window/WindowDesk.h"
+#include "ui/WindowDesk.h"
 
 #include <QApplication>
 #include <QKeyEvent>

@@ -30,14 +30,14 @@ private Q_SLOTS:
 
     void saysWhyThereIsNothing() {
         desk->dictate("two words", desk->now.addDays(-2), 60);
-        open("HomeView");
+        open("home/HomeView");
         QCOMPARE(shownRows(), QStringList());
         QVERIFY(tree().shows("Nothing yet today. Hold ⌥ Space, speak Persian, release — the English "
                              "text lands here."));
         desk->dictate("now", desk->now);
         QTRY_COMPARE(shownRows(), QStringList{"now"});
 
-        open("HistoryView");
+        open("history/HistoryView");
         tree().click("Search");
         type("<b>");
         QTRY_VERIFY(tree().shows("No matches for “<b>”."));
@@ -52,7 +52,7 @@ private Q_SLOTS:
         desk->dictate("by the screen reader", desk->now);
         desk->dictate("by the keyboard", desk->now);
         desk->dictate("by the mouse", desk->now);
-        open("HistoryView");
+        open("history/HistoryView");
         const auto copies = tree().all(QAccessible::Button, "Copy");
         QCOMPARE(copies.size(), 3);
 
@@ -78,7 +78,7 @@ private Q_SLOTS:
     void deletesByKeyboardAndStaysInTheList() {
         for (const char* text : {"third", "second", "first"})
             desk->dictate(text, desk->now);
-        open("HistoryView");
+        open("history/HistoryView");
         tree().click("Search");
         for (int i = 0; i < 3; ++i)
             QTest::keyClick(view.get(), Qt::Key_Tab);
@@ -93,7 +93,7 @@ private Q_SLOTS:
     void aDoubleClickDeletesOne() {
         for (const char* text : {"third", "second", "first"})
             desk->dictate(text, desk->now);
-        open("HistoryView");
+        open("history/HistoryView");
         const auto place = tree().middle(tree().find("Delete"));
         QTest::mouseMove(view.get(), place);
         QTest::mouseClick(view.get(), Qt::LeftButton, {}, place);
@@ -108,7 +108,7 @@ private Q_SLOTS:
 
     void textCanBeSelected() {
         desk->dictate("selectable", desk->now);
-        open("HomeView");
+        open("home/HomeView");
         const auto row = place("selectable");
         const QPoint start(row.left() + 93, row.center().y());
         QTest::mousePress(view.get(), Qt::LeftButton, {}, start);
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         desk->dictate("below", desk->now);
         desk->dictate(text.toUtf8(), desk->now);
-        open("HistoryView");
+        open("history/HistoryView");
         QCOMPARE(shownRows().value(0), text);
         tree().click("Copy");
         QCOMPARE(desk->clipboard.held, text);
@@ -141,7 +141,7 @@ private Q_SLOTS:
 
     void eachParagraphHasItsDirection() {
         desk->dictate("English, فارسی\nفارسی, English\n123", desk->now);
-        open("HomeView");
+        open("home/HomeView");
         auto* edit = view->find("QQuickTextEdit");
         QVERIFY(edit);
         auto* text = edit->property("textDocument").value<QQuickTextDocument*>()->textDocument();
@@ -154,7 +154,7 @@ private Q_SLOTS:
     void scrolls() {
         for (int i = 0; i < 500; ++i)
             desk->dictate("record " + QByteArray::number(i), desk->now.addSecs(i - 500));
-        open("HistoryView");
+        open("history/HistoryView");
         QVERIFY(!tree().shows("record 0"));
         const int before = place("record 499").top();
         wheel(-120);
@@ -174,7 +174,7 @@ private Q_SLOTS:
             desk->dictate(QByteArray(100'000, 'x'), desk->now);
             desk->dictate(QByteArray("line\n").repeated(5'000), desk->now);
         }
-        open("HomeView");
+        open("home/HomeView");
         QTest::keyClick(view.get(), Qt::Key_End);
         QTRY_COMPARE(place("short 0").bottom(), view->height() - 42 - 1);
         QTest::keyClick(view.get(), Qt::Key_Home);

@@ -1,6 +1,6 @@
 // What a search finds, and that the index stays right while texts come and go.
 
-#include "window/TextIndex.h"
+#include "ui/history/TextIndex.h"
 
 #include <QTest>
 

@@ -1,8 +1,8 @@
 // Numbers and days as a locale writes them, which locale that is, and shortcuts.
 
 #include "platform/KeyReader.h"
-#include "window/ShortcutText.h"
-#include "window/UserFormats.h"
+#include "ui/history/UserFormats.h"
+#include "ui/settings/ShortcutText.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Who uses the computer, who is signed in, and the way out.
 DropdownCard {

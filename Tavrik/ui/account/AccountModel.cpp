@@ -1,4 +1,4 @@
-#include "window/AccountModel.h"
+#include "ui/account/AccountModel.h"
 
 #include "account/AuthStore.h"
 #include "platform/LinkOpener.h"

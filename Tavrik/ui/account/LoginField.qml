@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A line to type into; what it is for shows while it is empty.
 Rectangle {

@@ -1,4 +1,4 @@
-#include "window/LoginForm.h"
+#include "ui/account/LoginForm.h"
 
 #include <QPointer>
 #include <QTextBoundaryFinder>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
-#include "window/AccountModel.h"
+#include "ui/account/AccountModel.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>

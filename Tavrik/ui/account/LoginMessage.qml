@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // What came of it, in the words of whoever said so.
 Label {

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A small title above a list.
 Label {

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The surface that a page's content stands on.
 Rectangle {

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A card that drops from the window's upper corner while it is `shown`.
 Item {

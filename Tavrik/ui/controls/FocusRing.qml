@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Shows which control the keyboard acts on. Clicks give no control the focus, so it stays out of a mouse's way.
 Rectangle {

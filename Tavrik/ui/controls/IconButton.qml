@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A symbol on a patch that shows while the pointer is over it.
 PlainButton {

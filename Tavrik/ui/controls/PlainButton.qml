@@ -1,6 +1,5 @@
 import QtQuick
-import Tavrik.Quick
-import Tavrik.Window
+import Tavrik
 
 // A button that looks like what is put into it.
 Item {

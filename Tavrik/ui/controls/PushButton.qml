@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A button with a face of its own: bordered, or filled where it is the one to press.
 PlainButton {

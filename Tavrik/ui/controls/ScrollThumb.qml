@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Shows which part of a list is in view; can be dragged.
 Item {

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Where a search is typed; `query` follows every keystroke.
 Rectangle {

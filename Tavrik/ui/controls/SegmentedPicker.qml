@@ -1,7 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // One choice of a few, side by side. An option has a value, a label and perhaps a symbol.
 Rectangle {

@@ -1,4 +1,4 @@
-#include "window/ShadowProvider.h"
+#include "ui/controls/ShadowProvider.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // One of the program's symbols, as large as it stands beside text of the given size.
 Image {

@@ -1,4 +1,4 @@
-#include "resources/SymbolProvider.h"
+#include "ui/controls/SymbolProvider.h"
 
 #include "resources/Symbol.h"
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A switch; what it is for stands beside it.
 PlainButton {

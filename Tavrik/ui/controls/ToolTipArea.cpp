@@ -1,4 +1,4 @@
-#include "quick/ToolTipArea.h"
+#include "ui/controls/ToolTipArea.h"
 
 #include <QApplication>
 #include <QStyle>

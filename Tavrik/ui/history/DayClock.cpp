@@ -1,4 +1,4 @@
-#include "window/DayClock.h"
+#include "ui/history/DayClock.h"
 
 namespace tavrik {
 

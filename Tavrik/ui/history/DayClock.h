@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/LocalDays.h"
+#include "history/LocalDays.h"
 
 #include <QDate>
 #include <QDateTime>

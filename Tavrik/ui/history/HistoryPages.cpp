@@ -1,4 +1,4 @@
-#include "window/HistoryPages.h"
+#include "ui/history/HistoryPages.h"
 
 #include "platform/DayWatcher.h"
 

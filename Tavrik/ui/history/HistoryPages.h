@@ -1,9 +1,9 @@
 #pragma once
 
-#include "window/DayClock.h"
-#include "window/TranscriptionModel.h"
-#include "window/UsageFigures.h"
-#include "window/UserFormats.h"
+#include "ui/history/DayClock.h"
+#include "ui/history/TranscriptionModel.h"
+#include "ui/history/UserFormats.h"
+#include "ui/home/UsageFigures.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>

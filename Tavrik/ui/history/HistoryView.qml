@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Everything that was ever dictated, day by day.
 TranscriptionPage {

@@ -1,4 +1,4 @@
-#include "window/ParagraphFormat.h"
+#include "ui/history/ParagraphFormat.h"
 
 #include <QFontMetricsF>
 #include <QTextBlock>

@@ -1,4 +1,4 @@
-#include "window/SearchFold.h"
+#include "ui/history/SearchFold.h"
 
 #include <unicode/bytestream.h>
 #include <unicode/normalizer2.h>

@@ -1,4 +1,4 @@
-#include "window/TextIndex.h"
+#include "ui/history/TextIndex.h"
 
 #include <algorithm>
 #include <cstring>

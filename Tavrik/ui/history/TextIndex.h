@@ -1,6 +1,6 @@
 #pragma once
 
-#include "window/SearchFold.h"
+#include "ui/history/SearchFold.h"
 
 #include <QByteArrayView>
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The rows of a model, made as they come into view, with room above and below them.
 ListView {

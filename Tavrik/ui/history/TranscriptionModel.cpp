@@ -1,10 +1,10 @@
-#include "window/TranscriptionModel.h"
+#include "ui/history/TranscriptionModel.h"
 
 #include "base/MainQueue.h"
+#include "history/HistoryStore.h"
 #include "platform/Clipboard.h"
-#include "storage/HistoryStore.h"
-#include "window/DayClock.h"
-#include "window/UserFormats.h"
+#include "ui/history/DayClock.h"
+#include "ui/history/UserFormats.h"
 
 #include <QDeadlineTimer>
 #include <QPointer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "window/TextIndex.h"
+#include "ui/history/TextIndex.h"
 
 #include <QAbstractListModel>
 #include <QSet>

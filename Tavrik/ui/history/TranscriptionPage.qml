@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A page that scrolls as a whole: a card that begins with the page's own content and goes on with transcriptions.
 Item {

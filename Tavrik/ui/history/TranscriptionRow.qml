@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // One dictation in a list: when it was, what was said, and what can be done with it. The first of a day carries the
 // day's title above it. Rows that follow each other form one frame with round corners.

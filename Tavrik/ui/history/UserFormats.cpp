@@ -1,4 +1,4 @@
-#include "window/UserFormats.h"
+#include "ui/history/UserFormats.h"
 
 #include <QLocale>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "window/UserLocale.h"
+#include "ui/history/UserLocale.h"
 
 #include <QDate>
 #include <QString>

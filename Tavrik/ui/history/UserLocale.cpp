@@ -1,4 +1,4 @@
-#include "window/UserLocale.h"
+#include "ui/history/UserLocale.h"
 
 #include <QByteArray>
 #include <QList>

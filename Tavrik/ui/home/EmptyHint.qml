@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Stands in a list's place while there is nothing to list.
 Rectangle {

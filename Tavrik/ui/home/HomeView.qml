@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Greets, lists what was dictated today, and counts.
 TranscriptionPage {

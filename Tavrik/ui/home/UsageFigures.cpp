@@ -1,8 +1,8 @@
-#include "window/UsageFigures.h"
+#include "ui/home/UsageFigures.h"
 
-#include "storage/HistoryStore.h"
-#include "window/DayClock.h"
-#include "window/UserFormats.h"
+#include "history/HistoryStore.h"
+#include "ui/history/DayClock.h"
+#include "ui/history/UserFormats.h"
 
 namespace tavrik {
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Quick
+import Tavrik
 
 // A round button with a symbol, without any of the platform's own look.
 Item {

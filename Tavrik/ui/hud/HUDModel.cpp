@@ -1,4 +1,4 @@
-#include "capture/HUDModel.h"
+#include "ui/hud/HUDModel.h"
 
 #include <algorithm>
 #include <utility>

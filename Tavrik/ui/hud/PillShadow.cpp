@@ -1,4 +1,4 @@
-#include "capture/PillShadow.h"
+#include "ui/hud/PillShadow.h"
 
 #include <QPainter>
 #include <QRadialGradient>

@@ -1,4 +1,4 @@
-#include "capture/RecordingHUD.h"
+#include "ui/hud/RecordingHUD.h"
 
 #include "base/MainQueue.h"
 #include "platform/PanelHost.h"
@@ -11,7 +11,7 @@
 #include <cmath>
 #include <utility>
 
-void qml_register_types_Tavrik_Capture();
+void qml_register_types_Tavrik();
 
 namespace tavrik {
 
@@ -79,11 +79,11 @@ void RecordingHUD::hide() {
 }
 
 void RecordingHUD::makePanel() {
-    qml_register_types_Tavrik_Capture();
+    qml_register_types_Tavrik();
     m_panel = std::make_unique<QQuickView>(&m_engine, nullptr);
     m_panel->setColor(Qt::transparent);
     m_panel->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&m_model)}});
-    m_panel->setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Capture/RecordingHUD.qml")));
+    m_panel->setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/hud/RecordingHUD.qml")));
     m_host.adopt(*m_panel);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "capture/AbstractRecordingHUD.h"
-#include "capture/HUDModel.h"
+#include "ui/hud/HUDModel.h"
 
 #include <QTimer>
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Capture
+import Tavrik
 
 // The panel's content: a dark pill, and round it the room its shadow needs.
 Item {

@@ -1,4 +1,4 @@
-#include "capture/Spinner.h"
+#include "ui/hud/Spinner.h"
 
 #include <QPainter>
 #include <QPen>

@@ -1,4 +1,4 @@
-#include "capture/WaveBars.h"
+#include "ui/hud/WaveBars.h"
 
 #include <QEasingCurve>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/HUDModel.h"
+#include "ui/hud/HUDModel.h"
 
 #include <QBasicTimer>
 #include <QElapsedTimer>

@@ -1,4 +1,4 @@
-import Tavrik.Window
+import Tavrik
 
 // Light, dark, or whatever the desktop is.
 SegmentedPicker {

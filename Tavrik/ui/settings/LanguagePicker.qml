@@ -1,4 +1,4 @@
-import Tavrik.Window
+import Tavrik
 
 // The language that is spoken to others.
 SegmentedPicker {

@@ -1,11 +1,11 @@
-#include "window/SettingsModel.h"
+#include "ui/settings/SettingsModel.h"
 
 #include "base/AppVersion.h"
 #include "platform/FolderRevealer.h"
 #include "platform/LoginItem.h"
 #include "platform/PreferenceStore.h"
-#include "storage/PreferenceKeys.h"
-#include "storage/Settings.h"
+#include "preferences/PreferenceKeys.h"
+#include "preferences/Settings.h"
 
 #include <utility>
 

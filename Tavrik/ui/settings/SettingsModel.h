@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/PlatformTexts.h"
-#include "window/ShortcutRecorder.h"
+#include "ui/settings/ShortcutRecorder.h"
 
 #include <QObject>
 #include <QStringList>

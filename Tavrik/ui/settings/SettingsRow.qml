@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // One setting: what it is, and the control that changes it.
 Item {

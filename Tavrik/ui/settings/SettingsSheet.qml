@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The settings: tabs on the left, the page of one of them on the right.
 Item {
@@ -14,9 +14,9 @@ Item {
     // "general", "system" or "account".
     property string tab: "general"
     readonly property var pages: ({
-            general: "GeneralSettings.qml",
-            system: "SystemSettings.qml",
-            account: "AccountSettings.qml"
+            general: Qt.resolvedUrl("GeneralSettings.qml"),
+            system: Qt.resolvedUrl("SystemSettings.qml"),
+            account: Qt.resolvedUrl("AccountSettings.qml")
         })
     // The pages are not made before they can be seen.
     property bool wasPresented: false

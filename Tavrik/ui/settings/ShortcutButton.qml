@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Shows the shortcut, and records another.
 PlainButton {

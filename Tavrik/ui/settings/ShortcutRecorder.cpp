@@ -1,11 +1,11 @@
-#include "window/ShortcutRecorder.h"
+#include "ui/settings/ShortcutRecorder.h"
 
 #include "capture/AbstractHotKeyOwner.h"
 #include "platform/KeyReader.h"
 #include "platform/PreferenceStore.h"
-#include "storage/PreferenceKeys.h"
-#include "storage/Settings.h"
-#include "window/ShortcutText.h"
+#include "preferences/PreferenceKeys.h"
+#include "preferences/Settings.h"
+#include "ui/settings/ShortcutText.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

@@ -1,4 +1,4 @@
-#include "window/ShortcutText.h"
+#include "ui/settings/ShortcutText.h"
 
 #include "platform/KeyReader.h"
 

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // What a signed-in user sees: the sidebar, a page, and what opens over them.
 Item {
@@ -37,7 +37,7 @@ Item {
             anchors.left: sidebar.right
             anchors.right: parent.right
             height: parent.height
-            view: body.selection === "home" ? "HomeView.qml" : "HistoryView.qml"
+            view: body.selection === "home" ? Qt.resolvedUrl("../home/HomeView.qml") : Qt.resolvedUrl("../history/HistoryView.qml")
             needs: () => ({
                         pages: body.pages
                     })

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // Leads the window from one appearance to the other: the last picture of the old one lies over the new one, and fades.
 Image {

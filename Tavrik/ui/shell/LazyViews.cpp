@@ -1,4 +1,4 @@
-#include "views/LazyViews.h"
+#include "ui/shell/LazyViews.h"
 
 #include <QCoreApplication>
 #include <QLibrary>

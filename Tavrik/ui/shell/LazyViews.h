@@ -1,7 +1,7 @@
 #pragma once
 
 #include "capture/AbstractRecordingHUD.h"
-#include "views/Views.h"
+#include "ui/shell/Views.h"
 
 #include <memory>
 

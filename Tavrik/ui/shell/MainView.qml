@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The window's content: the program's pages for whoever is signed in, else the way to sign in. Nothing until it is
 // known which.
@@ -17,7 +17,7 @@ Item {
 
         ViewLoader {
             anchors.fill: parent
-            view: !root.account.known ? "" : root.account.signedIn ? "AppBody.qml" : "LoginView.qml"
+            view: !root.account.known ? "" : root.account.signedIn ? Qt.resolvedUrl("AppBody.qml") : Qt.resolvedUrl("../account/LoginView.qml")
             needs: () => root.account.signedIn ? {
                     account: root.account,
                     settings: root.settings,

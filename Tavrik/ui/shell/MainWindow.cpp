@@ -1,9 +1,9 @@
-#include "window/MainWindow.h"
+#include "ui/shell/MainWindow.h"
 
 #include "platform/WindowActivator.h"
-#include "window/AccountModel.h"
-#include "window/HistoryPages.h"
-#include "window/ShadowProvider.h"
+#include "ui/account/AccountModel.h"
+#include "ui/controls/ShadowProvider.h"
+#include "ui/history/HistoryPages.h"
 
 #include <QFontInfo>
 #include <QGuiApplication>
@@ -14,7 +14,7 @@
 
 #include <utility>
 
-void qml_register_types_Tavrik_Window();
+void qml_register_types_Tavrik();
 
 namespace tavrik {
 
@@ -52,7 +52,7 @@ MainWindowController::Content::Content(const Parts& parts, QQmlEngine& engine)
              .days = parts.days,
              .fullUserName = parts.fullUserName}),
       view(&engine, nullptr) {
-    qml_register_types_Tavrik_Window();
+    qml_register_types_Tavrik();
     providePersianFaces();
     engine.addImageProvider(QStringLiteral("shadows"), new ShadowProvider);
     view.setTitle(QStringLiteral("Tavrik"));
@@ -65,7 +65,7 @@ MainWindowController::Content::Content(const Parts& parts, QQmlEngine& engine)
     view.setInitialProperties({{QStringLiteral("account"), QVariant::fromValue(&account)},
                                {QStringLiteral("settings"), QVariant::fromValue(&settings)},
                                {QStringLiteral("pages"), QVariant::fromValue(&pages)}});
-    view.setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/Window/MainView.qml")));
+    view.setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/shell/MainView.qml")));
 }
 
 MainWindowController::MainWindowController(Parts parts, QQmlEngine& engine)

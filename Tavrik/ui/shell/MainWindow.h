@@ -1,6 +1,6 @@
 #pragma once
 
-#include "window/SettingsModel.h"
+#include "ui/settings/SettingsModel.h"
 
 #include <functional>
 #include <memory>

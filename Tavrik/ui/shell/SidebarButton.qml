@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // A row of the sidebar: a symbol and, unless it is collapsed, a title.
 PlainButton {

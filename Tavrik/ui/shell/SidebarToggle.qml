@@ -1,4 +1,4 @@
-import Tavrik.Window
+import Tavrik
 
 // Makes the sidebar narrow or wide.
 IconButton {

@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The pages to choose from, wide with their titles or collapsed to symbols.
 Item {

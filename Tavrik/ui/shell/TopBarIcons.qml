@@ -1,5 +1,5 @@
 import QtQuick
-import Tavrik.Window
+import Tavrik
 
 // The two buttons that open the drop-down cards; `panel` says which card is open: "", "notifications" or "account".
 Row {

@@ -1,4 +1,4 @@
-import Tavrik.Window
+import Tavrik
 
 // One of the buttons in the window's corner.
 IconButton {

@@ -1,13 +1,13 @@
-#include "quick/ViewEngine.h"
+#include "ui/shell/ViewEngine.h"
 
-#include "resources/SymbolProvider.h"
+#include "ui/controls/SymbolProvider.h"
 
-void qml_register_types_Tavrik_Quick();
+void qml_register_types_Tavrik();
 
 namespace tavrik {
 
 ViewEngine::ViewEngine(QObject* parent) : QQmlEngine(parent) {
-    qml_register_types_Tavrik_Quick();
+    qml_register_types_Tavrik();
     addImportPath(QStringLiteral("qrc:/qml"));
     addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "window/MainWindow.h"
+#include "ui/shell/MainWindow.h"
 
 namespace tavrik {
 

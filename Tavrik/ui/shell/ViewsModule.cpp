@@ -1,6 +1,6 @@
-#include "capture/RecordingHUD.h"
-#include "quick/ViewEngine.h"
-#include "views/Views.h"
+#include "ui/hud/RecordingHUD.h"
+#include "ui/shell/ViewEngine.h"
+#include "ui/shell/Views.h"
 
 #include <QQuickWindow>
 

@@ -1,23 +1,23 @@
 #pragma once
 
-#include "backend/AuthService.h"
-#include "backend/BrowserPages.h"
-#include "backend/ChatCompletions.h"
-#include "backend/HttpHandler.h"
-#include "backend/ModelService.h"
-#include "backend/ReleaseManifest.h"
-#include "backend/TranslateFunction.h"
-#include "base/HttpClient.h"
 #include "base/MainQueue.h"
+#include "mock-server/AuthService.h"
+#include "mock-server/BrowserPages.h"
+#include "mock-server/ChatCompletions.h"
+#include "mock-server/HttpHandler.h"
+#include "mock-server/ModelService.h"
+#include "mock-server/ReleaseManifest.h"
+#include "mock-server/TranslateFunction.h"
+#include "services/HttpClient.h"
 
 #include <QHash>
 #include <QList>
 
 namespace tavrik::backend {
 
-/// The routes of the stand-in, its scripted replies and, where it may be controlled, a record of what it was
-/// asked.
-class StandIn : public HttpHandler {
+/// The routes of the mock server, its scripted replies and, where it may be controlled, a record of what it
+/// was asked.
+class MockServer : public HttpHandler {
 public:
     struct Options {
         ModelService::Options upstream = {};
@@ -33,7 +33,7 @@ public:
     /// How many requests are kept.
     static constexpr int remembered = 64;
 
-    explicit StandIn(Options options);
+    explicit MockServer(Options options);
 
     /// Replies that take the place of the routes' own, each used once, in order among those of a path.
     void addScript(const QList<ScriptedReply>& replies) { m_script += replies; }

@@ -1,4 +1,4 @@
-#include "backend/StandIn.h"
+#include "mock-server/MockServer.h"
 
 #include <QCryptographicHash>
 #include <QJsonArray>
@@ -40,7 +40,7 @@ Reply notFound() {
 
 } // namespace
 
-StandIn::StandIn(Options options)
+MockServer::MockServer(Options options)
     : m_controllable(options.controllable), m_hosts(std::move(options.hosts)),
       m_models(m_http, std::move(options.upstream)), m_accounts(std::move(options.accounts)),
       m_manifest(std::move(options.releaseManifest)) {
@@ -50,7 +50,7 @@ StandIn::StandIn(Options options)
         addControlRoutes();
 }
 
-std::optional<ScriptedReply> StandIn::script(const Request& head) {
+std::optional<ScriptedReply> MockServer::script(const Request& head) {
     if (head.path.startsWith(controlPrefix))
         return {};
     const auto next = std::ranges::find_if(
@@ -60,7 +60,7 @@ std::optional<ScriptedReply> StandIn::script(const Request& head) {
     return m_script.takeAt(next - m_script.begin());
 }
 
-void StandIn::received(const Request& request) {
+void MockServer::received(const Request& request) {
     if (!m_controllable || request.path.startsWith(controlPrefix))
         return;
     if (m_requests.size() == remembered)
@@ -68,7 +68,7 @@ void StandIn::received(const Request& request) {
     m_requests.append(request);
 }
 
-void StandIn::answer(const Request& request, Responder respond) {
+void MockServer::answer(const Request& request, Responder respond) {
     // A page of the web whose name leads to this machine may not use what is here for the user's programs.
     if (!isOurs(request.header("Host")))
         return respond(Reply::json(421, {{u"message"_s, u"Ask for 127.0.0.1 or localhost"_s}}));
@@ -79,12 +79,12 @@ void StandIn::answer(const Request& request, Responder respond) {
         (*route)(request, std::move(respond));
 }
 
-bool StandIn::isOurs(const QByteArray& host) const {
+bool MockServer::isOurs(const QByteArray& host) const {
     const auto name = QString::fromLatin1(host.split(':').front());
     return name == u"127.0.0.1" || name == u"localhost" || m_hosts.contains(name);
 }
 
-void StandIn::addRoutes() {
+void MockServer::addRoutes() {
     m_routes[ModelService::path] = [this](const Request& request, Responder respond) {
         m_chatCompletions.answer(request, std::move(respond));
     };
@@ -96,7 +96,7 @@ void StandIn::addRoutes() {
     };
 }
 
-void StandIn::addAccountRoutes() {
+void MockServer::addAccountRoutes() {
     const auto add = [this](const QByteArray& path, auto& part, auto reply) {
         m_routes[path] = [&part, reply](const Request& request, Responder respond) {
             respond((part.*reply)(request));
@@ -111,7 +111,7 @@ void StandIn::addAccountRoutes() {
     add("/mail", m_pages, &BrowserPages::mail);
 }
 
-void StandIn::addControlRoutes() {
+void MockServer::addControlRoutes() {
     // POST: a list of replies to be given next.
     m_routes["/control/replies"] = [this](const Request& request, Responder respond) {
         const auto replies = parseScript(request.body);
@@ -132,7 +132,7 @@ void StandIn::addControlRoutes() {
     };
 }
 
-Reply StandIn::requestList() const {
+Reply MockServer::requestList() const {
     QJsonArray list;
     for (const auto& request : m_requests)
         list.append(describe(request));

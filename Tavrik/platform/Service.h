@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+namespace tavrik {
+
+/// What serves the program in one respect, and whether it can.
+struct ServiceStatus {
+    /// The technical name of the backend ("X11 grab"), or "none".
+    QString backend;
+    bool works = false;
+    /// Why it does not work, or works with a restriction: a sentence for the user. Otherwise empty.
+    QString reason;
+
+    bool operator==(const ServiceStatus&) const = default;
+};
+
+/// A service of the desktop, which may be missing, and may come and go while the program runs. Main thread
+/// only.
+class Service : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    virtual ServiceStatus status() const = 0;
+
+Q_SIGNALS:
+    void statusChanged();
+};
+
+} // namespace tavrik
