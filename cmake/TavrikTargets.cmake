@@ -1,6 +1,9 @@
 # What every target of the project is compiled with.
 add_library(tavrik_options INTERFACE)
-target_compile_options(tavrik_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
+target_compile_options(tavrik_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+if(TAVRIK_WARNINGS_AS_ERRORS)
+    target_compile_options(tavrik_options INTERFACE -Werror)
+endif()
 target_compile_definitions(tavrik_options INTERFACE
     QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING QT_STRICT_ITERATORS)
 if(TAVRIK_SANITIZE)
