@@ -107,8 +107,8 @@ void measure(int rounds, const QString& text) {
     Paster paster(clipboard, keys);
 
     Editor editor;
-    if (!QTest::qWaitFor(
-            [&] { return keyboard.circumstances().focusedWindowClass.contains("paste_latency"); }, 20000))
+    if (!QTest::qWaitFor([&] { return keyboard.queryInput().focusedWindowClass.contains("paste_latency"); },
+                         20000))
         qFatal("no focus");
 
     std::vector<double> sent;

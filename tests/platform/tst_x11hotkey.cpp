@@ -286,8 +286,8 @@ void TestX11HotKey::aDeadServerIsSurvived() {
     QVERIFY2(turns < 30, qPrintable(QString::number(turns)));
 
     QCOMPARE(backend.registerHotKey(altSpace, {})->status(), Status::unavailable);
-    QVERIFY(keyboard.circumstances().keysInTheWay.none());
-    QVERIFY(keyboard.circumstances().focusedWindowClass.isEmpty());
+    QVERIFY(keyboard.queryInput().blockingKeys.none());
+    QVERIFY(keyboard.queryInput().focusedWindowClass.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestX11HotKey)

@@ -25,7 +25,7 @@ public:
            const QStringList& arguments) {
         m_process.start(program, arguments);
         m_focused =
-            QTest::qWaitFor([&] { return keyboard.circumstances().focusedWindowClass.contains(windowClass); },
+            QTest::qWaitFor([&] { return keyboard.queryInput().focusedWindowClass.contains(windowClass); },
                             std::chrono::milliseconds(20000).count());
     }
     Window(const Window&) = delete;
@@ -71,7 +71,7 @@ private:
     // Everybody is sent the new map before the keys that follow, but this side has to read it first.
     void setLayout(const QStringList& layout) {
         output("setxkbmap", layout);
-        m_keyboard->circumstances();
+        m_keyboard->queryInput();
         QEventLoop loop;
         QTimer::singleShot(0, &loop, &QEventLoop::quit);
         loop.exec();

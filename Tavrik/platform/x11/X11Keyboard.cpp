@@ -104,7 +104,7 @@ void X11Keyboard::ungrab(quint8 keycode, std::span<const quint8> masks) {
     m_grabbed.erase(std::ranges::find(m_grabbed, keycode));
 }
 
-X11Keyboard::Circumstances X11Keyboard::circumstances() const {
+X11Keyboard::InputState X11Keyboard::queryInput() const {
     auto* connection = m_connection.get();
     const auto downCookie = xcb_query_keymap(connection);
     const auto stateCookie = xcb_xkb_get_state(connection, XCB_XKB_ID_USE_CORE_KBD);
@@ -114,9 +114,9 @@ X11Keyboard::Circumstances X11Keyboard::circumstances() const {
         xcb_xkb_get_state_reply(connection, stateCookie, nullptr));
     const XcbPointer<xcb_get_input_focus_reply_t> focus(
         xcb_get_input_focus_reply(connection, focusCookie, nullptr));
-    Circumstances now;
+    InputState now;
     if (down)
-        now.keysInTheWay = inTheWay(down->keys);
+        now.blockingKeys = blocking(down->keys);
     if (state)
         now.group = state->group & 3;
     if (focus)
@@ -124,7 +124,7 @@ X11Keyboard::Circumstances X11Keyboard::circumstances() const {
     return now;
 }
 
-X11Keyboard::Keys X11Keyboard::inTheWay(std::span<const quint8> down) const {
+X11Keyboard::Keys X11Keyboard::blocking(std::span<const quint8> down) const {
     const auto locks = XCB_MOD_MASK_LOCK | m_keymap.numLock();
     Keys keys;
     for (size_t keycode = 0; keycode < keys.size(); ++keycode)

@@ -41,22 +41,21 @@ public:
     /// Gives such a grab up.
     void ungrab(quint8 keycode, std::span<const quint8> masks);
 
-    /// What a synthetic shortcut would meet.
-    struct Circumstances {
-        /// The keys down that would spoil it: modifiers other than the locks, and keys grabbed here, whose
-        /// grab keeps the whole keyboard while they are down.
-        Keys keysInTheWay;
-        /// The layout group in effect, 0 to 3.
+    /// The state of the keyboard and its focus, as far as it matters to a synthetic shortcut.
+    struct InputState {
+        /// Keys that are down and would spoil the shortcut: modifiers other than the locks, and keys grabbed
+        /// here, since a grab takes the whole keyboard while its key is down.
+        Keys blockingKeys;
+        /// The effective layout group, 0 to 3.
         size_t group = 0;
-        /// WM_CLASS of the window with the keyboard focus, its instance and its class. Empty if there is
-        /// none.
+        /// WM_CLASS of the window with the keyboard focus: instance and class. Empty if there is none.
         QByteArrayList focusedWindowClass;
     };
 
-    /// As it is now. Asked in as few turns as possible: a busy server takes its time for each.
-    Circumstances circumstances() const;
+    /// The current state. Waits for the server, all queries at once.
+    InputState queryInput() const;
 
-    /// Whether modifiersChanged() is wanted. Off at first.
+    /// Turns modifiersChanged() on or off. Off at first.
     void watchModifiers(bool on);
 
     /// Moves a key as if by hand. Takes effect with the next query or flush().
@@ -71,7 +70,7 @@ Q_SIGNALS:
     void modifiersChanged();
 
 private:
-    Keys inTheWay(std::span<const quint8> down) const;
+    Keys blocking(std::span<const quint8> down) const;
     void selectXkbEvents(quint16 events, bool on);
     void drain(bool readSocket);
 

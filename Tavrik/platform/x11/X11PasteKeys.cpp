@@ -82,7 +82,7 @@ bool X11PasteKeys::isTrusted() const {
 void X11PasteKeys::sendPaste() {
     if (m_bound.isActive())
         return;
-    if (const auto now = m_keyboard.circumstances(); now.keysInTheWay.none())
+    if (const auto now = m_keyboard.queryInput(); now.blockingKeys.none())
         return send(now);
     m_keyboard.watchModifiers(true);
     m_bound.start();
@@ -93,25 +93,25 @@ void X11PasteKeys::sendPaste() {
 void X11PasteKeys::sendIfFree() {
     if (!m_bound.isActive())
         return;
-    if (const auto now = m_keyboard.circumstances(); now.keysInTheWay.none())
+    if (const auto now = m_keyboard.queryInput(); now.blockingKeys.none())
         endWaiting(now);
 }
 
 void X11PasteKeys::sendAnyway() {
-    const auto now = m_keyboard.circumstances();
-    for (size_t keycode = 0; keycode < now.keysInTheWay.size(); ++keycode)
-        if (now.keysInTheWay[keycode])
+    const auto now = m_keyboard.queryInput();
+    for (size_t keycode = 0; keycode < now.blockingKeys.size(); ++keycode)
+        if (now.blockingKeys[keycode])
             m_keyboard.synthesise(keycode, false);
     endWaiting(now);
 }
 
-void X11PasteKeys::endWaiting(const X11Keyboard::Circumstances& now) {
+void X11PasteKeys::endWaiting(const X11Keyboard::InputState& now) {
     m_bound.stop();
     m_keyboard.watchModifiers(false);
     send(now);
 }
 
-void X11PasteKeys::send(const X11Keyboard::Circumstances& now) {
+void X11PasteKeys::send(const X11Keyboard::InputState& now) {
     const auto& keymap = m_keyboard.keymap();
     auto modifier = keymap.keyForModifiers(XCB_MOD_MASK_CONTROL);
     auto key = keymap.keyFor(XK_v, now.group);

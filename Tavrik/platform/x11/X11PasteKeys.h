@@ -26,8 +26,8 @@ public:
 private:
     void sendIfFree();
     void sendAnyway();
-    void endWaiting(const X11Keyboard::Circumstances& now);
-    void send(const X11Keyboard::Circumstances& now);
+    void endWaiting(const X11Keyboard::InputState& now);
+    void send(const X11Keyboard::InputState& now);
 
     X11Keyboard& m_keyboard;
     const std::function<void()> m_offerSelection;
