@@ -6,6 +6,7 @@
 #include <QSocketNotifier>
 
 #include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-x11.h>
 
 #include <algorithm>
 
@@ -53,10 +54,8 @@ X11Keyboard::X11Keyboard() : m_connection(xcb_connect(nullptr, nullptr)) {
     xcb_prefetch_extension_data(connection, &xcb_test_id);
     m_root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 
-    const auto xkb = xcb_xkb_use_extension(connection, XCB_XKB_MAJOR_VERSION, XCB_XKB_MINOR_VERSION);
-    if (const auto* extension = xcb_get_extension_data(connection, &xcb_xkb_id))
-        m_xkbEvent = extension->first_event;
-    std::free(xcb_xkb_use_extension_reply(connection, xkb, nullptr));
+    xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &m_xkbEvent, nullptr);
     // Without this a held key arrives as one release and one press per repetition.
     constexpr quint32 repeat = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
     xcb_discard_reply(
@@ -149,7 +148,11 @@ void X11Keyboard::flush() {
 }
 
 void X11Keyboard::selectXkbEvents(quint16 events, bool on) {
-    constexpr quint16 mapParts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+    // All that makes up the keymap, except what a radio group or a stuck key does.
+    constexpr quint16 mapParts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS |
+                                 XCB_XKB_MAP_PART_MODIFIER_MAP | XCB_XKB_MAP_PART_EXPLICIT_COMPONENTS |
+                                 XCB_XKB_MAP_PART_KEY_ACTIONS | XCB_XKB_MAP_PART_VIRTUAL_MODS |
+                                 XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP;
     xcb_xkb_select_events(m_connection.get(), XCB_XKB_ID_USE_CORE_KBD, events, on ? 0 : events,
                           on ? events : 0, mapParts, on ? mapParts : 0, nullptr);
 }

@@ -2,44 +2,51 @@
 
 #include <QtGlobal>
 
-#include <array>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 
 struct xcb_connection_t;
+struct xkb_keymap;
 
 namespace tavrik {
 
-/// What the keys of the keyboard mean without Shift: a snapshot of the server's map with all its layout
-/// groups.
+/// A snapshot of the server's keymap. Key codes are X's; modifier masks are of X's eight real modifiers.
 class X11Keymap {
 public:
-    /// Every key without a meaning.
+    /// A keymap without keys.
     X11Keymap() = default;
 
-    /// Asks the server and waits for its answer. XKB must be in use on the connection.
+    /// Asks the server and waits for its answer. XKB must be set up on the connection. Without an answer the
+    /// keymap has no keys.
     static X11Keymap fetch(xcb_connection_t* connection);
 
-    /// The key that gives the symbol while the layout group (0 to 3) is active.
+    /// The first key that gives the keysym without Shift while the layout group (0 to 3) is active.
     std::optional<quint8> keyFor(quint32 keysym, size_t group) const;
 
-    /// The first key bound to a modifier of the mask (X's real modifiers).
+    /// The first key that sets a modifier of the mask.
     std::optional<quint8> keyForModifiers(quint8 mask) const;
 
-    /// The real modifiers that holding the key gives; 0 for an ordinary key.
-    quint8 modifiersOf(quint8 keycode) const { return m_modifiers[keycode]; }
+    /// The modifiers that the key sets while it is down; 0 for an ordinary key.
+    quint8 modifiersOf(quint8 keycode) const;
 
-    /// The real modifiers of the first of these symbols that is on a modifier key; 0 if none is.
+    /// The modifiers of the first of the keysyms that is on a modifier key; 0 if none is.
     quint8 modifiersFor(std::initializer_list<quint32> keysyms) const;
 
-    /// NumLock's real modifier; 0 if the keyboard has none.
+    /// The modifier of NumLock; 0 if the keyboard has none.
     quint8 numLock() const;
 
 private:
-    static constexpr size_t groupCount = 4;
+    struct Unref {
+        void operator()(xkb_keymap* keymap) const;
+    };
 
-    std::array<std::array<quint32, groupCount>, 256> m_keysyms{};
-    std::array<quint8, 256> m_modifiers{};
+    explicit X11Keymap(xkb_keymap* keymap) : m_keymap(keymap) {}
+
+    bool hasKeysym(quint32 keycode, quint32 group, quint32 keysym) const;
+    quint8 modifiersOf(quint32 keycode, quint32 group) const;
+
+    std::unique_ptr<xkb_keymap, Unref> m_keymap;
 };
 
 } // namespace tavrik
