@@ -10,17 +10,17 @@ class QKeyEvent;
 
 namespace tavrik {
 
-/// A key going down, in the terms in which shortcuts are stored.
+/// A key press in the encoding of stored shortcuts.
 struct KeyPress {
     KeyCombination combination;
-    /// What the key types without modifiers other than Shift, or what stands on a function key; empty if
-    /// there is nothing to show.
+    /// What the key types without modifiers other than Shift, or a function key's label. Empty if there is
+    /// nothing to show.
     QString characters;
 
     bool operator==(const KeyPress&) const = default;
 };
 
-/// Reads this desktop's key events. Main thread only.
+/// Translates Qt's key events. Main thread only.
 class KeyReader {
 public:
     KeyReader() = default;
@@ -28,7 +28,7 @@ public:
     KeyReader& operator=(const KeyReader&) = delete;
     virtual ~KeyReader() = default;
 
-    /// Nothing for a modifier key, and for a key that has no Mac key code.
+    /// Nothing for a modifier key and for a key without a Mac key code.
     virtual std::optional<KeyPress> read(const QKeyEvent& event) const = 0;
 };
 

@@ -17,11 +17,11 @@
 #include "platform/linux/TrayStatusItem.h"
 #include "platform/linux/UserName.h"
 #include "platform/linux/XdgFolders.h"
+#include "platform/linux/XkbKeyReader.h"
 #include "platform/qt/MessageBoxAlerts.h"
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtLinkOpener.h"
 #include "platform/x11/X11HotKeyBackend.h"
-#include "platform/x11/X11KeyReader.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
 #include "platform/x11/X11PasteKeys.h"
@@ -68,7 +68,7 @@ Platform::Platform(MainQueue& queue)
     : m_foundation(std::make_unique<Foundation>()), alerts(std::make_unique<MessageBoxAlerts>(queue)),
       appearance(std::make_unique<PortalAppearance>()), days(std::make_unique<LinuxDayWatcher>()),
       hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
-      keyReader(std::make_unique<X11KeyReader>()), links(std::make_unique<QtLinkOpener>()),
+      keyReader(std::make_unique<XkbKeyReader>()), links(std::make_unique<QtLinkOpener>()),
       loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       panels(std::make_unique<X11PanelHost>()),

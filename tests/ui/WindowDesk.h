@@ -7,7 +7,7 @@
 #include "mock-server/LocalService.h"
 #include "platform/FolderRevealer.h"
 #include "platform/LoginItem.h"
-#include "platform/x11/X11KeyReader.h"
+#include "platform/linux/XkbKeyReader.h"
 #include "platform/x11/X11WindowActivator.h"
 #include "preferences/Settings.h"
 #include "services/HttpClient.h"
@@ -58,7 +58,7 @@ struct WindowDesk {
     NoFolders folders;
     NoLoginItem loginItem;
     X11WindowActivator activator;
-    X11KeyReader keys;
+    XkbKeyReader keys;
     OwnerLog hotKey;
     fake::Preferences preferences;
     fake::AppearanceLog appearance;

@@ -9,9 +9,8 @@ namespace tavrik {
 
 namespace {
 
-// Indexed by the Mac code. The two keys that ISO keyboards add or move follow their USB usages, and the keys
-// after F12 are where a PC keyboard has PrintScreen, ScrollLock and Pause only by label, so they stay F13 to
-// F15.
+// Indexed by the Mac code. The keys that ISO keyboards add or move follow their USB usages. F13 to F15 stay
+// themselves, although a PC keyboard has PrintScreen, ScrollLock and Pause in their place.
 constexpr auto table = [] {
     std::array<quint8, 0x80> keys{};
     // clang-format off

@@ -1,4 +1,4 @@
-#include "platform/x11/X11KeyReader.h"
+#include "platform/linux/XkbKeyReader.h"
 
 #include "platform/linux/KeyCodes.h"
 
@@ -9,6 +9,8 @@
 
 #include <array>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -21,21 +23,21 @@ constexpr std::array<std::pair<Qt::KeyboardModifier, quint32>, 4> modifierTable{
     {Qt::ControlModifier, KeyCombination::control},
 }};
 
-bool isModifier(xkb_keysym_t symbol) {
-    return (symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R) ||
-           (symbol >= XKB_KEY_ISO_Lock && symbol <= XKB_KEY_ISO_Level5_Lock) ||
-           symbol == XKB_KEY_Mode_switch || symbol == XKB_KEY_Num_Lock;
+bool isModifier(xkb_keysym_t keysym) {
+    return (keysym >= XKB_KEY_Shift_L && keysym <= XKB_KEY_Hyper_R) ||
+           (keysym >= XKB_KEY_ISO_Lock && keysym <= XKB_KEY_ISO_Level5_Lock) ||
+           keysym == XKB_KEY_Mode_switch || keysym == XKB_KEY_Num_Lock;
 }
 
 } // namespace
 
-std::optional<KeyPress> X11KeyReader::read(const QKeyEvent& event) const {
-    constexpr quint32 firstKeyCode = 8;
-    const auto symbol = event.nativeVirtualKey();
+std::optional<KeyPress> XkbKeyReader::read(const QKeyEvent& event) const {
+    constexpr quint32 evdevOffset = 8;
+    const auto keysym = event.nativeVirtualKey();
     const auto code = event.nativeScanCode();
-    if (isModifier(symbol) || code < firstKeyCode)
+    if (isModifier(keysym) || code < evdevOffset)
         return std::nullopt;
-    const auto macCode = macKeyCode(code - firstKeyCode);
+    const auto macCode = macKeyCode(code - evdevOffset);
     if (!macCode)
         return std::nullopt;
 
@@ -44,12 +46,12 @@ std::optional<KeyPress> X11KeyReader::read(const QKeyEvent& event) const {
         if (event.modifiers().testFlag(modifier))
             press.combination.modifiers += bit;
     }
-    // Delete and the like have control characters, which are nothing to show.
-    const char32_t character = xkb_keysym_to_utf32(symbol);
+    // Delete and the like give control characters, which cannot be shown.
+    const char32_t character = xkb_keysym_to_utf32(keysym);
     if (QChar::isPrint(character))
         press.characters = QString::fromUcs4(&character, 1);
-    else if (symbol >= XKB_KEY_F1 && symbol <= XKB_KEY_F35)
-        press.characters = QStringLiteral("F%1").arg(symbol - XKB_KEY_F1 + 1);
+    else if (keysym >= XKB_KEY_F1 && keysym <= XKB_KEY_F35)
+        press.characters = u"F%1"_s.arg(keysym - XKB_KEY_F1 + 1);
     return press;
 }
 
