@@ -29,6 +29,7 @@
 #include "platform/x11/XEmbedTray.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QDir>
 
 namespace tavrik {
@@ -77,8 +78,9 @@ Platform::Platform(MainQueue& queue)
       windowActivator(std::make_unique<X11WindowActivator>()) {
     returnLargeBlocks();
     folders = std::make_unique<FileManagerRevealer>(*links);
-    secureSlot = std::make_unique<SecretServiceSlot>(queue, QCoreApplication::applicationDirPath() +
-                                                                QStringLiteral("/tavrik-keyring"));
+    secureSlot = std::make_unique<SecretServiceSlot>(
+        queue, platformFolders().applicationSupport + QStringLiteral("/.signed-out"),
+        QDBusConnection::sessionBus());
     auto ours = std::make_unique<QtClipboard>();
     pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard,
                                                [clipboard = ours.get()] { clipboard->offerAsSelection(); });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Service.h"
+
 #include <QByteArray>
 
 #include <functional>
@@ -9,14 +11,9 @@ namespace tavrik {
 
 /// The user's one secret, kept over restarts where the desktop keeps secrets. What is asked is carried out in
 /// order, without the caller ever waiting for it; failures are silent. Main thread only.
-class SecureSlot {
+class SecureSlot : public Service {
 public:
     using ReadCompletion = std::function<void(std::optional<QByteArray>)>;
-
-    SecureSlot() = default;
-    SecureSlot(const SecureSlot&) = delete;
-    SecureSlot& operator=(const SecureSlot&) = delete;
-    virtual ~SecureSlot() = default;
 
     /// Reads the secret. Posts the completion to the main queue, once: nothing if there is none or it cannot
     /// be had. While the store is locked the read waits for its unlocking. One read at a time.

@@ -11,7 +11,7 @@ struct ServiceStatus {
     QString backend;
     bool works = false;
     /// Why it does not work, or works with a restriction: a sentence for the user. Otherwise empty.
-    QString reason;
+    QString reason = {};
 
     bool operator==(const ServiceStatus&) const = default;
 };
@@ -22,12 +22,19 @@ class Service : public QObject {
     Q_OBJECT
 
 public:
-    using QObject::QObject;
+    Service() = default;
+    ~Service() override;
 
     virtual ServiceStatus status() const = 0;
 
 Q_SIGNALS:
     void statusChanged();
+};
+
+/// A service under the name that users and `tavrik status` know it by ("hot key").
+struct NamedService {
+    QString name;
+    const Service* service;
 };
 
 } // namespace tavrik

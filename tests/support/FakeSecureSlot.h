@@ -11,6 +11,7 @@ namespace tavrik::fake {
 /// A slot whose reading ends when the test says so.
 class Slot : public SecureSlot {
 public:
+    ServiceStatus status() const override { return {.backend = QStringLiteral("fake"), .works = true}; }
     void read(ReadCompletion completion) override { reading = std::move(completion); }
     void cancelRead() override { reading = nullptr; }
     void save(const QByteArray& secret) override {

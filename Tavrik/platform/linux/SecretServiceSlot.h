@@ -2,50 +2,128 @@
 
 #include "platform/SecureSlot.h"
 
-#include <QProcess>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QTimer>
 
+#include <chrono>
 #include <deque>
 #include <memory>
+
+class QDBusError;
+class QDBusMessage;
+class QDBusPendingCall;
+class QDBusPendingCallWatcher;
+class QDBusVariant;
 
 namespace tavrik {
 
 class MainQueue;
 
-/// The slot in the user's keyring, over the Secret Service. A keyring that is absent reads as empty; one that
-/// is locked or hung holds up nothing but this slot. One short-lived process after the other does the work.
+/// The slot in the user's keyring, over the Secret Service. A keyring that is absent or answers with errors
+/// reads as empty; one that is locked or hung holds up nothing but this slot.
 class SecretServiceSlot final : public SecureSlot {
-public:
-    /// `program` is the path of tavrik-keyring.
-    SecretServiceSlot(MainQueue& queue, QString program);
+    Q_OBJECT
 
-    /// Waits for what is still to be saved or removed, for a second at most.
+public:
+    /// `removalMark` is the path of a file that exists from remove() until the item has been seen to be
+    /// deleted or replaced. While it exists, reads deliver nothing.
+    SecretServiceSlot(MainQueue& queue, QString removalMark, const QDBusConnection& bus);
+
+    /// Waits for what is being saved or removed, for a second at most, without running an event loop. Does
+    /// not wait for a locked keyring.
     ~SecretServiceSlot() override;
+
+    /// Blocks for a moment if nothing has been read or written yet: asks the bus whether there is a service.
+    ServiceStatus status() const override;
 
     void read(ReadCompletion completion) override;
     void cancelRead() override;
     void save(const QByteArray& secret) override;
+
+    /// Cancels a read, too.
     void remove() override;
 
+private Q_SLOTS:
+    void serviceOwnerChanged(const QString& name, const QString& before, const QString& now);
+    void keyringChanged();
+    void promptCompleted(bool dismissed, const QDBusVariant& result);
+
 private:
-    struct Job {
-        QString action;
+    enum class Action { read, save, remove };
+    enum class Health { unknown, works, locked, absent, silent, failing };
+
+    struct Request {
+        Action action;
         QByteArray secret = {};
-        /// Of a read; gone once that has been given up.
-        std::weak_ptr<ReadCompletion> completion = {};
     };
 
-    void add(Job job);
-    void begin();
-    void ended();
-    void deliver(const std::weak_ptr<ReadCompletion>& completion, const std::optional<QByteArray>& secret);
+    using Reply = std::function<void(const QDBusPendingCall&)>;
+    using Items = QList<QDBusObjectPath>;
+    using PromptResult = std::function<void(const std::optional<QVariant>&)>;
+
+    void enqueueWrite(Request request);
+    bool isBusy() const { return m_call != nullptr || m_promptResult != nullptr; }
+    bool isWaitingForUnlock() const { return m_lookAgain.isActive(); }
+    void startNext();
+    void perform();
+    void finish();
+    void deliver(const std::optional<QByteArray>& secret);
+
+    void call(const QDBusMessage& message, Reply reply);
+    void receive();
+    void abandonCall();
+    /// Takes note of an error. False if there is none.
+    bool failed(const QDBusError& error);
+    void setHealth(Health health);
+
+    void openSession();
+    void search(std::function<void(const Items& unlocked, const Items& locked)> found);
+    void readItem();
+    void readSecret(const QDBusObjectPath& item);
+    void removeItems();
+    void removeItem(const QDBusObjectPath& item, const std::function<void()>& removed);
+    void saveItem();
+    void createCollection();
+    void createItem(const QDBusObjectPath& collection);
+    void itemSaved(const QDBusObjectPath& item);
+    void removeOthers(const QDBusObjectPath& saved);
+
+    void nothingFound();
+    void lookForLocked(Items collections);
+    void unlock(const QDBusObjectPath& object);
+    void waitForUnlock();
+    void stopWaiting();
+    void followChanges(bool follow);
+    void prompt(const QDBusObjectPath& path, PromptResult result);
+    void endPrompt(const std::optional<QVariant>& result);
+
+    void setRemovalMark();
+    void liftRemovalMark();
 
     MainQueue& m_queue;
-    const QString m_program;
-    const bool m_hasBus;
+    const QString m_removalMark;
+    QDBusConnection m_bus;
+
     std::shared_ptr<ReadCompletion> m_completion;
     /// The first one is under way.
-    std::deque<Job> m_jobs;
-    QProcess m_process;
+    std::deque<Request> m_requests;
+    /// The one call without a reply; a child of this object.
+    QDBusPendingCallWatcher* m_call = nullptr;
+    Reply m_reply;
+    QString m_session;
+    /// What the present request has deleted.
+    Items m_deleted;
+
+    QString m_promptPath;
+    PromptResult m_promptResult;
+
+    bool m_askedToUnlock = false;
+    bool m_followsChanges = false;
+    QTimer m_lookAgain;
+    std::chrono::milliseconds m_pause{};
+
+    Health m_health = Health::unknown;
 };
 
 } // namespace tavrik

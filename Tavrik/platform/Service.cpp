@@ -1,0 +1,7 @@
+#include "platform/Service.h"
+
+namespace tavrik {
+
+Service::~Service() = default;
+
+} // namespace tavrik
