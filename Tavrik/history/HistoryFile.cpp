@@ -80,7 +80,8 @@ std::optional<QDateTime> decodeDate(std::string_view text) {
         return std::nullopt;
     const auto moment = Seconds(chrono::sys_days(day)) + chrono::hours(hour) + chrono::minutes(minute) +
                         chrono::seconds(second);
-    return QDateTime::fromSecsSinceEpoch(moment.time_since_epoch().count(), Qt::UTC);
+    static const QDateTime epoch(QDate(1970, 1, 1), QTime(0, 0), Qt::UTC);
+    return epoch.addSecs(moment.time_since_epoch().count());
 }
 
 std::optional<QUuid> decodeId(std::string_view text) {

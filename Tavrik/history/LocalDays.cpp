@@ -18,7 +18,7 @@ qint64 LocalDays::dayOf(qint64 msecsSinceEpoch) {
 }
 
 void LocalDays::lookUp(qint64 moment) {
-    const auto date = QDateTime::fromMSecsSinceEpoch(moment, Qt::UTC);
+    const auto date = QDateTime::fromMSecsSinceEpoch(moment, QTimeZone::utc());
     m_offset = qint64{m_zone.offsetFromUtc(date)} * 1000;
     const auto previous = m_zone.previousTransition(date.addMSecs(1)).atUtc;
     auto next = m_zone.nextTransition(date).atUtc;

@@ -64,8 +64,10 @@ private Q_SLOTS:
 
     void datesAreWholeSecondsOfUtc() {
         const std::pair<QDateTime, QDateTime> rows[]{
-            {QDateTime::fromMSecsSinceEpoch(999, Qt::UTC), QDateTime::fromSecsSinceEpoch(0, Qt::UTC)},
-            {QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC), QDateTime::fromSecsSinceEpoch(-1, Qt::UTC)},
+            {QDateTime::fromMSecsSinceEpoch(999, QTimeZone::utc()),
+             QDateTime::fromSecsSinceEpoch(0, QTimeZone::utc())},
+            {QDateTime::fromMSecsSinceEpoch(-1, QTimeZone::utc()),
+             QDateTime::fromSecsSinceEpoch(-1, QTimeZone::utc())},
             {QDateTime(QDate(2025, 1, 1), QTime(1, 0), QTimeZone(12'600)),
              QDateTime(QDate(2024, 12, 31), QTime(21, 30), Qt::UTC)},
             {QDateTime(QDate(12000, 1, 1), QTime(), Qt::UTC),

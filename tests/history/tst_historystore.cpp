@@ -79,7 +79,7 @@ private Q_SLOTS:
 
     // Front insertion keeps its place, whatever the clock said.
     void insertsFirst() {
-        const QDateTime now = QDateTime::fromSecsSinceEpoch(1'750'000'000, Qt::UTC);
+        const QDateTime now = QDateTime::fromSecsSinceEpoch(1'750'000'000, QTimeZone::utc());
         HistoryStore store(m_folder);
         QList<qsizetype> sizes;
         connect(&store, &HistoryStore::aboutToInsert, this, [&] { sizes.append(store.items().size()); });
@@ -247,7 +247,8 @@ private Q_SLOTS:
         {
             HistoryStore store(m_folder);
             for (int i = 0; i < 300; ++i) {
-                store.insertFirst(dictation("x", QDateTime::fromSecsSinceEpoch(2'000'000'000 + i, Qt::UTC)));
+                store.insertFirst(
+                    dictation("x", QDateTime::fromSecsSinceEpoch(2'000'000'000 + i, QTimeZone::utc())));
                 if (i % 3 == 0)
                     store.remove(store.items().at(i).id);
             }

@@ -1,6 +1,7 @@
 #include "ui/history/UserFormats.h"
 
 #include <QLocale>
+#include <QTimeZone>
 
 #include <unicode/datefmt.h>
 #include <unicode/numberformatter.h>
@@ -50,7 +51,7 @@ QString UserFormats::dayTitle(QDate day, QDate today) const {
         m_formats->date->setTimeZone(*icu::TimeZone::getGMT());
     }
     icu::UnicodeString text;
-    m_formats->date->format(static_cast<UDate>(day.startOfDay(Qt::UTC).toMSecsSinceEpoch()), text);
+    m_formats->date->format(static_cast<UDate>(day.startOfDay(QTimeZone::utc()).toMSecsSinceEpoch()), text);
     return toQString(text);
 }
 
