@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -11,12 +12,22 @@ import time
 import unittest
 import urllib.request
 
+import dbus
 import gi
+import Xlib.display
+import Xlib.ext.xtest
+import Xlib.X
+import Xlib.XK
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 SHORTCUT = ("Alt_L", "space")
+CHAT = "/api/v1/chat/completions"
+# The panel's buttons, and how far above the lower edge of the status menu its items are.
+CANCEL, CONFIRM = "Cancel", "Finish and paste"
+QUIT, CHECK_FOR_UPDATES = 13, 42
+SHOWING = Atspi.StateType.SHOWING
 # Proxies are for the world outside.
 opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
@@ -33,65 +44,62 @@ def wait_for(what, condition, seconds=10):
     """The first truthy value of condition(), or an error that names what was waited for."""
     end = time.monotonic() + seconds
     while True:
-        try:
-            value = condition()
-        except GLib.GError:
-            value = None  # something has left the accessible tree while it was looked at
-        if value:
-            return value
+        # Something may leave the accessible tree while it is looked at.
+        with contextlib.suppress(GLib.GError):
+            if value := condition():
+                return value
         if time.monotonic() > end:
             raise TimeoutError(f"waited {seconds} s for {what}")
         time.sleep(0.02)
 
 
-def run(*command, **options):
-    return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
+def run(*command, check=True):
+    return subprocess.run([str(word) for word in command], check=check, text=True, capture_output=True).stdout
 
 
 def windows(*which):
     """What `xdotool search` finds of the visible windows."""
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", *map(str, which)], text=True, capture_output=True)
-    return found.stdout.split()
+    return run("xdotool", "search", "--onlyvisible", *which, check=False).split()
 
 
 def front():
     """The name of the window in front, if there is one."""
-    return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], text=True, capture_output=True).stdout.strip()
+    return run("xdotool", "getactivewindow", "getwindowname", check=False).strip()
 
 
 def screenshot(path):
-    run("import", "-window", "root", str(path))
-
-
-def press(*keys):
-    for key in keys:
-        run("xdotool", "keydown", key)
-
-
-def release(*keys):
-    for key in keys:
-        run("xdotool", "keyup", key)
+    run("import", "-window", "root", path)
 
 
 @contextlib.contextmanager
 def held(*keys):
-    press(*keys)
+    """Keys that are down while the block runs; nothing is started for it, so that the moments are exact."""
+    server = Xlib.display.Display()
+    codes = [server.keysym_to_keycode(Xlib.XK.string_to_keysym(key)) for key in keys]
+
+    def send(event, codes):
+        for code in codes:
+            Xlib.ext.xtest.fake_input(server, event, code)
+        server.sync()
+
+    send(Xlib.X.KeyPress, codes)
     try:
         yield
     finally:
-        release(*reversed(keys))
+        send(Xlib.X.KeyRelease, reversed(codes))
+        server.close()
 
 
 def voice(text, language="fa"):
     """A spoken text as a file, made beforehand so that speaking starts at once."""
-    path = pathlib.Path(tempfile.mkstemp(suffix=".wav")[1])
-    run("espeak-ng", "-v", language, "-w", str(path), text)
+    path = tempfile.mkstemp(suffix=".wav")[1]
+    run("espeak-ng", "-v", language, "-w", path, text)
     return path
 
 
 def speak(path):
     """Says a voice() file into the virtual microphone and returns when it has been said."""
-    run("paplay", "--device=vmic", str(path))
+    run("paplay", "--device=vmic", path)
 
 
 def descendants(accessible):
@@ -109,6 +117,10 @@ def has_state(accessible, state):
 def is_usable(accessible):
     """A control, and not a disabled one; a label is focusable too."""
     return has_state(accessible, Atspi.StateType.FOCUSABLE) and accessible.get_role() != Atspi.Role.LABEL
+
+
+def place(accessible):
+    return Atspi.Component.get_extents(accessible, Atspi.CoordType.SCREEN)
 
 
 def objects_of(program):
@@ -134,15 +146,12 @@ class Process:
         self.stop()
 
     def stop(self):
-        if self.process.poll() is None:
-            self.process.terminate()
-            try:
-                self.process.wait(10)
-            except subprocess.TimeoutExpired:
-                self.process.kill()
-                self.process.wait()
-        self.process.stdout.close()
-        return self.process.returncode
+        self.process.terminate()
+        try:
+            return self.process.wait(10)
+        finally:
+            self.process.kill()
+            self.process.stdout.close()
 
 
 class Editor(Process):
@@ -151,12 +160,9 @@ class Editor(Process):
     def __init__(self):
         super().__init__("mousepad", "--disable-server")
         self.window = wait_for("the editor's window", lambda: windows("--name", "Mousepad"))[0]
-        self._area = wait_for("the editor's text", self._find)
+        self._area = wait_for("the editor's text", lambda: next((item for item in objects_of(
+            self) if item.get_role() == Atspi.Role.TEXT and has_state(item, Atspi.StateType.MULTI_LINE)), None))
         self.focus()
-
-    def _find(self):
-        return next((item for item in objects_of(self) if item.get_role() == Atspi.Role.TEXT and
-                     has_state(item, Atspi.StateType.MULTI_LINE)), None)
 
     def focus(self):
         run("xdotool", "windowactivate", "--sync", self.window)
@@ -164,7 +170,7 @@ class Editor(Process):
 
     def has_focus(self):
         # Neither can be told while the window manager is away.
-        return any(subprocess.run(["xdotool", question], text=True, capture_output=True).stdout.strip() == self.window
+        return any(run("xdotool", question, check=False).strip() == self.window
                    for question in ("getwindowfocus", "getactivewindow"))
 
     def text(self):
@@ -178,20 +184,22 @@ class Backend(Process):
         super().__init__(program, "--port", str(port), "--control", *options, env=env)
         self.url = self.process.stdout.readline().strip()
         if not self.url.startswith("http"):
-            raise RuntimeError(f"the backend said {self.url!r}")
+            raise RuntimeError(f"the mock server said {self.url!r}")
 
     def _control(self, path, body=None, method=None):
         data = None if body is None else json.dumps(body).encode()
-        request = urllib.request.Request(f"{self.url}/control/{path}", data=data, method=method)
-        with opener.open(request) as reply:
-            text = reply.read()
-        return json.loads(text) if text else None
+        with opener.open(urllib.request.Request(f"{self.url}/control/{path}", data=data, method=method)) as reply:
+            return json.loads(reply.read() or "null")
 
     def script(self, *replies):
         self._control("replies", list(replies))
 
-    def requests(self):
-        return self._control("requests")["requests"]
+    def requests(self, path=""):
+        """Those to a path, or all. Their headers' names, whose case means nothing, are in lower case."""
+        found = [request for request in self._control("requests")["requests"] if path in (request["path"], "")]
+        for request in found:
+            request["headers"] = {name.lower(): value for name, value in request["headers"].items()}
+        return found
 
     def forget(self):
         self._control("requests", method="DELETE")
@@ -201,27 +209,61 @@ class Tavrik(Process):
     """The installed program."""
 
     def __init__(self, program, *arguments):
-        self.program = program
         super().__init__(program, *arguments)
-        wait_for("the program's icon in the bar", self._is_up)
+        # It stands on the bus before its hot key is registered, in the bar only afterwards.
+        self.icon = wait_for("the program's icon in the bar", self._find_icon)
 
-    def _is_up(self):
-        """It stands on the bus before its hot key is registered, in the bar only afterwards."""
+    def _find_icon(self):
         if self.process.poll() is not None:
             raise RuntimeError(f"the program ended with {self.process.returncode}: {self.process.stdout.read()}")
+        return next((window for window in self.windows() if "22x22" in run("xdotool", "getwindowgeometry", window)), None)
+
+    def windows(self):
         return windows("--pid", self.process.pid)
+
+    def alerts(self):
+        return windows("--all", "--pid", self.process.pid, "--name", "^Tavrik$")
+
+    def panel(self):
+        """Whether the panel shows, while neither a menu nor the main window does."""
+        return set(self.windows()) - {self.icon, *self.alerts()}
+
+    def click_panel(self, button):
+        where = place(wait_for(button, lambda: next((item for item in objects_of(self) if item.get_name() == button), None)))
+        run("xdotool", "mousemove", where.x + where.width // 2, where.y + where.height // 2, "click", "1")
+
+    def choose(self, item):
+        """An item of the status menu, with the mouse alone."""
+        before = set(self.windows())
+        run("xdotool", "mousemove", "--window", self.icon, "8", "8", "click", "3")
+        menu, = wait_for("the menu", lambda: set(self.windows()) - before)
+        height = int(re.search(r"HEIGHT=(\d+)", run("xdotool", "getwindowgeometry", "--shell", menu))[1])
+        run("xdotool", "mousemove", "--window", menu, "40", height - item, "click", "1")
 
     @staticmethod
     def history():
         file = pathlib.Path(os.environ["XDG_DATA_HOME"], "Tavrik", "history.json")
-        try:
-            return json.loads(file.read_text())
-        except FileNotFoundError:
-            return []
+        return json.loads(file.read_text()) if file.exists() else []
 
     @staticmethod
     def takes():
         return sorted(pathlib.Path(tempfile.gettempdir()).glob("tavrik-*.wav"))
+
+
+class MockService(Process):
+    """A D-Bus service of the session, whose methods take what their signatures say and answer nothing."""
+
+    def __init__(self, name, path, **methods):
+        super().__init__("/usr/bin/python3", "-m", "dbusmock", "--session", name, path, name)
+        bus = dbus.SessionBus()
+        wait_for(name, lambda: bus.name_has_owner(name))
+        self._mock = dbus.Interface(bus.get_object(name, path), "org.freedesktop.DBus.Mock")
+        for method, signature in methods.items():
+            self._mock.AddMethod(name, method, signature, "", "")
+
+    def calls(self, method):
+        """The arguments of each call so far."""
+        return [list(arguments) for _, arguments in self._mock.GetMethodCalls(method)]
 
 
 def set_preference(program, key, value):
@@ -237,18 +279,16 @@ class Alert:
 
     def _find(self):
         return next((item for item in objects_of(self._program) if item.get_role() in (
-            Atspi.Role.ALERT, Atspi.Role.DIALOG) and has_state(item, Atspi.StateType.SHOWING)), None)
+            Atspi.Role.ALERT, Atspi.Role.DIALOG) and has_state(item, SHOWING)), None)
 
     def texts(self):
         return [item.get_name() for item in descendants(self._dialog)
                 if item.get_role() in (Atspi.Role.LABEL, Atspi.Role.TEXT)]
 
     def dismiss(self):
-        for item in descendants(self._dialog):
-            if item.get_role() == Atspi.Role.PUSH_BUTTON:
-                Atspi.Action.do_action(item, 0)
-                break
-        wait_for("the alert to close", lambda: self._find() is None)
+        button = next(item for item in descendants(self._dialog) if item.get_role() == Atspi.Role.PUSH_BUTTON)
+        Atspi.Action.do_action(button, 0)
+        wait_for("the alert to close", lambda: not self._find())
 
 
 class Window:
@@ -265,7 +305,7 @@ class Window:
             ["xdotool", "windowactivate", "--sync", self.id], capture_output=True).returncode == 0)
 
     def _showing(self):
-        return [item for item in objects_of(self._program) if has_state(item, Atspi.StateType.SHOWING)]
+        return [item for item in objects_of(self._program) if has_state(item, SHOWING)]
 
     def find(self, name, within=None):
         """A control that can be used rather than anything else of that name; None if there is none."""
@@ -283,7 +323,7 @@ class Window:
 
     def rows(self):
         rows = [item for item in self._showing() if item.get_role() == Atspi.Role.LIST_ITEM]
-        return sorted(rows, key=lambda row: Atspi.Component.get_extents(row, Atspi.CoordType.SCREEN).y)
+        return sorted(rows, key=lambda row: place(row).y)
 
     def lists(self, *texts):
         wait_for(f"the rows {texts}", lambda: tuple(row.get_name() for row in self.rows()) == texts)
@@ -298,20 +338,19 @@ class Window:
 
     def middle(self, name, within=None):
         """Where it has come to rest on the screen."""
-        place = None
+        now = None
 
         def rests():
-            nonlocal place
+            nonlocal now
             item = self.find(name, within)
-            before, place = place, item and Atspi.Component.get_extents(item, Atspi.CoordType.SCREEN)
-            return place and before and (before.x, before.y, before.width) == (place.x, place.y, place.width)
+            before, now = now, item and place(item)
+            return now and before and (before.x, before.y, before.width) == (now.x, now.y, now.width)
 
         wait_for(f"{name!r} to rest", rests)
-        return place.x + place.width // 2, place.y + place.height // 2
+        return now.x + now.width // 2, now.y + now.height // 2
 
     def click(self, name, within=None, times=1):
-        x, y = self.middle(name, within)
-        run("xdotool", "mousemove", str(x), str(y), "click", "--repeat", str(times), "--delay", "30", "1")
+        run("xdotool", "mousemove", *self.middle(name, within), "click", "--repeat", times, "--delay", "30", "1")
 
     def fill(self, name, text):
         self.click(name)
@@ -325,3 +364,37 @@ class Window:
     @staticmethod
     def key(*keys):
         run("xdotool", "key", *keys)
+
+
+class Suite(unittest.TestCase):
+    """Somebody dictates into an editor. The suite's arguments begin with TAVRIK TAVRIK-MOCK-SERVER PORT."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.program = sys.argv[1]
+        cls.sentence = voice("سلام، امروز هوا خیلی خوب است و ما به پارک می‌رویم")
+        set_preference(cls.program, "openrouter_api_key", "sk-mine")
+
+    def open(self, *options):
+        self.backend = self.enterContext(Backend(*sys.argv[2:4], *options))
+        self.editor = self.enterContext(Editor())
+
+    def launch(self, *arguments):
+        self.tavrik = self.enterContext(Tavrik(self.program, *arguments))
+        return self.tavrik
+
+    def tearDown(self):
+        self.assertEqual(Tavrik.takes(), [], "a recording was left behind")
+
+    def speak(self):
+        self.editor.focus()
+        with held(*SHORTCUT):
+            speak(self.sentence)
+
+    def dictate(self, text="Offline mock server"):
+        """Until it arrives; the requests that it made. The check for updates may fall into it."""
+        before = len(self.backend.requests())
+        pasted = self.editor.text().count(text)
+        self.speak()
+        wait_for(f"{text!r} in the editor", lambda: self.editor.text().count(text) == pasted + 1)
+        return [request for request in self.backend.requests()[before:] if request["method"] == "POST"]

@@ -1,6 +1,6 @@
 """What a desktop does with an installed Tavrik: finds it for its URLs, starts it over the bus, shows its window.
 
-usage: meet.py FOLDER-FOR-SCREENSHOTS
+usage: meet.py FOLDER-FOR-SCREENSHOTS [--no-backend]
 """
 
 import pathlib
@@ -18,5 +18,8 @@ if (handler := desk.run("xdg-mime", "query", "default", "x-scheme-handler/tavrik
 desk.run(*CALL, "org.freedesktop.Application.Activate", "{}")
 desk.wait_for("the window", lambda: desk.windows("^Tavrik$"), 20)
 desk.run(*CALL, "org.freedesktop.DBus.Peer.Ping")
+if "--no-backend" in sys.argv:
+    text = "This build of Tavrik has no server to sign in to."
+    desk.wait_for(text, lambda: any(item.get_name() == text for item in desk.descendants(desk.Atspi.get_desktop(0))))
 desk.screenshot(pictures / "activated.png")
 print("the bus started it, and its window is there", flush=True)

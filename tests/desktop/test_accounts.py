@@ -1,22 +1,21 @@
 """Accounts with the installed program: the browser's callback, the keyring, the backend.
 
-usage: test_accounts.py TAVRIK TAVRIK-BACKEND PORT PUBLIC-KEY Keyring|NoKeyring [THE BACKEND'S OPTIONS...]
+usage: test_accounts.py TAVRIK TAVRIK-MOCK-SERVER PORT PUBLIC-KEY Keyring|NoKeyring [THE MOCK SERVER'S OPTIONS...]
 """
 
 import json
 import subprocess
 import sys
 import time
-import unittest
 import urllib.request
 
 import desk
 
-PROGRAM, BACKEND, PORT, PUBLIC_KEY, CASES, *OPTIONS = sys.argv[1:]
+PUBLIC_KEY, CASES, *OPTIONS = sys.argv[4:]
 SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 REFERENCE_DATE = 978307200
 TRANSLATE = "/functions/v1/translate"
-COMPLETIONS = "/api/v1/chat/completions"
+OWN_KEY = [(desk.CHAT, "Bearer sk-mine")]
 
 
 def kept_session():
@@ -35,49 +34,29 @@ def callback(session):
         "&refresh_token={refresh_token}&token_type=bearer".format(**session)
 
 
-class Desk(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.sentence = desk.voice("سلام، امروز هوا خیلی خوب است")
-        desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
-
+class Accounts(desk.Suite):
     def open(self, *options):
         """The mock server with these options, and somebody's session there."""
-        self.backend = self.enterContext(desk.Backend(BACKEND, PORT, *OPTIONS, *options))
-        self.editor = self.enterContext(desk.Editor())
+        super().open(*OPTIONS, *options)
         self.session = self.ask("auth/v1/signup", email="someone@example.org", password="correct horse")
-
-    def launch(self, *arguments):
-        return self.enterContext(desk.Tavrik(PROGRAM, *arguments))
 
     def ask(self, path, **body):
         request = urllib.request.Request(f"{self.backend.url}/{path}", data=json.dumps(body).encode(),
                                          headers={"apikey": PUBLIC_KEY, "Content-Type": "application/json"})
-        with urllib.request.urlopen(request) as reply:
+        with desk.opener.open(request) as reply:
             return json.load(reply)
 
     def forward(self, *arguments):
-        subprocess.run([PROGRAM, *arguments], check=True, timeout=10)
+        subprocess.run([self.program, *arguments], check=True, timeout=10)
         # It takes the focus, later.
         desk.wait_for("the window in front", lambda: desk.front() == "Tavrik")
 
-    def email_is_asked_for(self):
-        desk.wait_for("the question who it is", lambda: any(
-            request["path"] == "/auth/v1/user" for request in self.backend.requests()))
-
-    def dictation(self, text="Offline mock server"):
-        """The requests that one dictation makes."""
-        before = len(self.backend.requests())
-        pasted = self.editor.text().count(text)
-        self.editor.focus()
-        with desk.held(*desk.SHORTCUT):
-            desk.speak(self.sentence)
-        desk.wait_for(f"{text!r} in the editor", lambda: self.editor.text().count(text) == pasted + 1)
-        # The check for updates may fall into it.
-        return [request for request in self.backend.requests()[before:] if request["method"] == "POST"]
+    def dictated(self):
+        """Where one dictation went, and as whom."""
+        return [(request["path"], request["headers"]["authorization"]) for request in self.dictate()]
 
 
-class Keyring(Desk):
+class Keyring(Accounts):
     def setUp(self):
         forget_session()
 
@@ -97,18 +76,16 @@ class Keyring(Desk):
         self.assertEqual(desk.run("secret-tool", "search", "--all", *SLOT).count("[/"), 1)
 
         bearer = f"Bearer {self.session['access_token']}"
-        for request in self.dictation():
-            self.assertEqual((request["path"], request["headers"]["Authorization"], request["headers"]["apikey"]),
-                             (TRANSLATE, bearer, PUBLIC_KEY))
+        request, = self.dictate()
+        self.assertEqual((request["path"], request["headers"]["authorization"], request["headers"]["apikey"]),
+                         (TRANSLATE, bearer, PUBLIC_KEY))
 
         # Nothing of this is a sign-in, and the session stays.
         for url in ("tavrik://auth-callback#error=access_denied", "tavrik://auth-callback?access_token=a", "mailto:a@b"):
             self.forward(url)
         program.stop()
-        program = self.launch()
-        requests = self.dictation()
-        self.assertEqual([(request["path"], request["headers"]["Authorization"]) for request in requests],
-                         [(TRANSLATE, bearer)])
+        self.launch()
+        self.assertEqual(self.dictated(), [(TRANSLATE, bearer)])
 
     def test_a_stale_token_is_refreshed_and_a_refusal_ends_the_session(self):
         self.open("--token-lifetime", "30")
@@ -116,36 +93,34 @@ class Keyring(Desk):
         self.forward(callback(self.session))
         desk.wait_for("the session in the keyring", kept_session)
 
-        refresh, translate = self.dictation()
+        refresh, translate = self.dictate()
         self.assertEqual((refresh["path"], refresh["query"]), ("/auth/v1/token", "grant_type=refresh_token"))
-        self.assertNotIn("Authorization", refresh["headers"])
+        self.assertNotIn("authorization", refresh["headers"])
         kept = self.refreshed_from(self.session["refresh_token"])
-        self.assertEqual(translate["headers"]["Authorization"], f"Bearer {kept['accessToken']}")
+        self.assertEqual(translate["headers"]["authorization"], f"Bearer {kept['accessToken']}")
         self.assertEqual(kept["email"], "someone@example.org")
 
         # Somebody else uses the refresh token up.
         self.ask("auth/v1/token?grant_type=refresh_token", refresh_token=kept["refreshToken"])
-        self.editor.focus()
-        with desk.held(*desk.SHORTCUT):
-            desk.speak(self.sentence)
+        self.speak()
         alert = desk.Alert(program)
         self.assertIn("Your session expired — please sign in again.", alert.texts())
         self.assertIsNone(kept_session())
         alert.dismiss()
-        self.assertEqual([request["path"] for request in self.dictation()], [COMPLETIONS])
+        self.assertEqual(self.dictated(), OWN_KEY)
 
     def test_a_callback_starts_the_program(self):
         self.open()
         self.launch(callback(self.session))
         kept = desk.wait_for("the session in the keyring", kept_session)
         self.assertEqual(kept["accessToken"], self.session["access_token"])
-        self.assertEqual([request["path"] for request in self.dictation()], [TRANSLATE])
+        self.assertEqual(self.dictated(), [(TRANSLATE, f"Bearer {self.session['access_token']}")])
 
     def test_two_launches_at_once_leave_one_program(self):
         self.open()
         for _ in range(5):
-            first, second = self.enterContext(desk.Process(PROGRAM)), self.enterContext(
-                desk.Process(PROGRAM, callback(self.session)))
+            first, second = self.enterContext(desk.Process(self.program)), self.enterContext(
+                desk.Process(self.program, callback(self.session)))
             desk.wait_for("one of the two to leave", lambda: first.process.poll() is not None or
                           second.process.poll() is not None)
             left, stayed = (first, second) if first.process.poll() is not None else (second, first)
@@ -156,17 +131,17 @@ class Keyring(Desk):
             forget_session()
 
 
-class NoKeyring(Desk):
+class NoKeyring(Accounts):
     def test_a_session_lasts_as_long_as_the_program(self):
         self.open()
         program = self.launch()
-        self.assertEqual([request["path"] for request in self.dictation()], [COMPLETIONS])
+        self.assertEqual(self.dictated(), OWN_KEY)
         self.forward(callback(self.session))
-        self.email_is_asked_for()
-        self.assertEqual([request["path"] for request in self.dictation()], [TRANSLATE])
+        desk.wait_for("the question who it is", lambda: self.backend.requests("/auth/v1/user"))
+        self.assertEqual(self.dictated(), [(TRANSLATE, f"Bearer {self.session['access_token']}")])
         program.stop()
         self.launch()
-        self.assertEqual([request["path"] for request in self.dictation()], [COMPLETIONS])
+        self.assertEqual(self.dictated(), OWN_KEY)
 
 
 desk.main(CASES)

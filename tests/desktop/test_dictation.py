@@ -1,46 +1,45 @@
 """Whole dictations with the installed program: real keys, a real voice, a real editor.
 
-usage: test_dictation.py TAVRIK TAVRIK-BACKEND PORT
+usage: test_dictation.py TAVRIK TAVRIK-MOCK-SERVER PORT
 """
 
+import array
+import pathlib
 import sys
-import unittest
+import tempfile
+import time
+import wave
 
 import desk
 
-PROGRAM, BACKEND, PORT = sys.argv[1:4]
-CHAT = "/api/v1/chat/completions"
+STALL = {"path": desk.CHAT, "ending": "stall"}
+RATE = 16000
 
 
-class Dictation(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.sentence = desk.voice("سلام، امروز هوا خیلی خوب است و ما به پارک می‌رویم")
-        desk.set_preference(PROGRAM, "openrouter_api_key", "sk-rehearsal")
+def click(samples):
+    """Where the one loud click is."""
+    return max(range(len(samples)), key=lambda index: abs(samples[index]))
 
+
+class Dictation(desk.Suite):
     def setUp(self):
-        self.backend = self.enterContext(desk.Backend(BACKEND, PORT))
-        self.editor = self.enterContext(desk.Editor())
-        self.tavrik = self.enterContext(desk.Tavrik(PROGRAM))
-
-    def tearDown(self):
-        self.assertEqual(self.tavrik.takes(), [], "a recording was left behind")
-
-    def dictate(self):
-        with desk.held(*desk.SHORTCUT):
-            desk.speak(self.sentence)
+        self.open()
+        self.launch()
 
     def dictations(self):
         """How many the service was asked for; it is also asked for releases."""
-        return sum(request["path"] == CHAT for request in self.backend.requests())
+        return len(self.backend.requests(desk.CHAT))
 
-    def arrives(self, text):
-        desk.wait_for(f"{text!r} in the editor", lambda: text in self.editor.text())
+    def speak_in_vain(self):
+        """The service takes the recording, and never answers."""
+        before = self.dictations()
+        self.backend.script(STALL)
+        self.speak()
+        desk.wait_for("the request", lambda: self.dictations() == before + 1)
 
     def test_speech_becomes_text_in_the_editor(self):
         before = len(self.tavrik.history())
         self.dictate()
-        self.arrives("Offline mock server")
         text = self.editor.text()
         self.assertRegex(text, r"[2-9]\.\d seconds")
         self.assertIn("English", text)
@@ -51,28 +50,87 @@ class Dictation(unittest.TestCase):
         self.assertEqual(history[0]["text"], text)
         self.assertGreater(history[0]["duration"], 2)
 
-        self.backend.script({"path": CHAT, "status": 200, "body": '{"choices":[{"message":{"content":" Second. "}}]}'})
-        self.dictate()
-        self.arrives("Second.")
+        self.backend.script({"path": desk.CHAT, "status": 200,
+                             "body": '{"choices":[{"message":{"content":" Second. "}}]}'})
+        self.dictate("Second.")
         desk.wait_for("the second record", lambda: len(self.tavrik.history()) == before + 2)
         self.assertEqual(self.tavrik.history()[0]["text"], "Second.")
 
     def test_a_failure_is_told_and_the_next_dictation_works(self):
-        self.backend.script({"path": CHAT, "status": 429, "body": '{"error":{"message":"<b>Slow</b> down"}}'})
+        self.backend.script({"path": desk.CHAT, "status": 429, "body": '{"error":{"message":"<b>Slow</b> down"}}'})
         before = len(self.tavrik.history())
-        self.dictate()
+        self.speak()
         alert = desk.Alert(self.tavrik)
         self.assertIn("<b>Slow</b> down", alert.texts())
         # While it is open nothing starts; what was pressed then is delivered afterwards, too short to count.
         requests = self.dictations()
-        self.dictate()
+        self.speak()
         self.assertEqual(self.tavrik.takes(), [])
         alert.dismiss()
-        self.editor.focus()
         self.dictate()
-        self.arrives("Offline mock server")
         self.assertEqual(self.dictations(), requests + 1)
         desk.wait_for("the record", lambda: len(self.tavrik.history()) == before + 1)
 
+    def test_the_first_and_the_last_syllable_are_recorded(self):
+        """Beside another recorder on the same microphone, which was there before and stays longer."""
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        noise, heard = folder / "noise.wav", folder / "heard"
+        desk.run("sox", "-n", "-r", "48000", "-c", "2", "-b", "16", noise, "synth", "6", "whitenoise", "vol", "0.1")
+        desk.run("sox", "-n", "-r", "48000", "-c", "2", "-b", "16", folder / "click.wav", "synth", "0.002", "square", "500")
+        self.backend.script({"path": desk.CHAT, "status": 500, "delayMs": 3000})
+        self.enterContext(desk.Process("parec", "--raw", "--device=mic", f"--rate={RATE}", "--channels=1",
+                                       "--format=s16le", "--latency-msec=5", heard))
+        self.enterContext(desk.Process("paplay", "--device=vmic", noise))
+        desk.wait_for("the noise", lambda: heard.exists() and heard.stat().st_size > RATE)
 
-desk.main()
+        pressed = heard.stat().st_size // 2
+        with desk.held(*desk.SHORTCUT):
+            time.sleep(0.5)
+            desk.speak(folder / "click.wav")
+            time.sleep(0.5)
+            released = heard.stat().st_size // 2
+        desk.wait_for("the request", self.dictations)
+        # It lies there until the reply.
+        with wave.open(str(self.tavrik.takes()[0])) as take:
+            take = array.array("h", take.readframes(take.getnframes()))
+        reference = array.array("h", heard.read_bytes()[:2 * (released + RATE)][: heard.stat().st_size // 2 * 2])
+        start = click(reference) - click(take)
+        self.assertLess((start - pressed) / RATE, 0.1, "the first syllable")
+        self.assertLess((released - start - len(take)) / RATE, 0.01, "the last syllable")
+        desk.Alert(self.tavrik).dismiss()
+
+    def test_a_service_that_never_answers(self):
+        self.speak_in_vain()
+        asked = time.monotonic()
+        self.speak()
+        self.assertEqual(self.dictations(), 1, "two dictations at once")
+        alert = desk.wait_for("the end of the wait", self.tavrik.alerts, 90) and desk.Alert(self.tavrik)
+        self.assertAlmostEqual(time.monotonic() - asked, 60, delta=5)
+        self.assertEqual(self.tavrik.takes(), [])
+        alert.dismiss()
+        self.dictate()
+
+    def quit(self):
+        """By the menu: at once, and in order."""
+        self.tavrik.choose(desk.QUIT)
+        self.assertEqual(self.tavrik.process.wait(5), 0, self.tavrik.process.stdout.read())
+        self.assertEqual(self.tavrik.takes(), [], "a recording was left behind")
+
+    def test_quitting_by_the_menu(self):
+        # A recording is given up.
+        with desk.held(*desk.SHORTCUT):
+            desk.wait_for("the panel", self.tavrik.panel)
+            self.quit()
+        # A reply is not waited for.
+        self.launch()
+        self.speak_in_vain()
+        self.quit()
+        # What has just arrived is on disk.
+        before = len(self.launch().history())
+        self.dictate()
+        self.quit()
+        self.assertEqual(len(self.tavrik.history()), before + 1)
+        self.assertEqual(self.tavrik.history()[0]["text"], self.editor.text())
+
+
+desk.main(*sys.argv[4:])

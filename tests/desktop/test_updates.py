@@ -1,6 +1,6 @@
 """The check for updates, asked for in the status menu of the installed program and made by itself.
 
-usage: test_updates.py TAVRIK TAVRIK-BACKEND PORT
+usage: test_updates.py TAVRIK TAVRIK-MOCK-SERVER PORT
 """
 
 import json
@@ -8,12 +8,10 @@ import os
 import pathlib
 import sys
 import tempfile
-import unittest
 
 import desk
 
-PROGRAM, BACKEND, PORT = sys.argv[1:4]
-VERSION = desk.run(PROGRAM, "--version").split()[1]
+VERSION = desk.run(sys.argv[1], "--version").split()[1]
 MANIFEST = "/storage/v1/object/public/releases/version.json"
 PAGE = "https://example.org/tavrik?from=update&a=b"
 NEWER = {"version": "99.1", "url": PAGE}
@@ -26,10 +24,10 @@ AVAILABLE = ["Tavrik 99.1 is available",
 WITH_NOTES = [AVAILABLE[0], f"{AVAILABLE[1]}\n\nWhat's new:\n{NOTES}"]
 
 
-class Updates(unittest.TestCase):
+class Updates(desk.Suite):
     @classmethod
     def setUpClass(cls):
-        desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
+        super().setUpClass()
         cls.folder = pathlib.Path(tempfile.mkdtemp())
         # The browser: it notes where it is led.
         cls.visited = cls.folder / "visited"
@@ -42,26 +40,14 @@ class Updates(unittest.TestCase):
         (self.folder / "releases").mkdir(exist_ok=True)
         self.announce(manifest)
         self.visited.write_text("")
-        self.backend = self.enterContext(desk.Backend(BACKEND, PORT, "--data", str(self.folder)))
-        self.tavrik = self.enterContext(desk.Tavrik(PROGRAM))
+        self.open("--data", str(self.folder))
+        self.launch()
 
     def announce(self, manifest):
         (self.folder / "releases" / "version.json").write_text(json.dumps(manifest))
 
-    def checks(self):
-        return [request for request in self.backend.requests() if request["path"] == MANIFEST]
-
-    def windows(self):
-        return desk.windows("--pid", self.tavrik.process.pid)
-
     def ask(self):
-        """Check for Updates…, in the status menu."""
-        icon, = desk.wait_for("the icon alone", lambda: len(found := self.windows()) == 1 and found)
-        desk.run("xdotool", "mousemove", "--window", icon, "8", "8", "click", "3")
-        desk.wait_for("the menu", lambda: len(self.windows()) == 2)
-        # Away from the icon, so that no tooltip comes up.
-        desk.run("xdotool", "mousemove", "300", "700", "key", "Up", "Up")
-        desk.run("xdotool", "key", "Return")
+        self.tavrik.choose(desk.CHECK_FOR_UPDATES)
 
     def tells(self, expected):
         alert = desk.Alert(self.tavrik)
@@ -71,7 +57,7 @@ class Updates(unittest.TestCase):
     def answer(self, key):
         desk.wait_for("the alert to be in front", lambda: desk.front() == "Tavrik")
         desk.run("xdotool", "key", key)
-        desk.wait_for("the alert to close", lambda: len(self.windows()) == 1)
+        desk.wait_for("the alert to close", lambda: not self.tavrik.alerts())
 
     def does_not_interrupt(self, alert):
         """The keys still go where the user writes; a Return would have closed the alert."""
@@ -81,9 +67,8 @@ class Updates(unittest.TestCase):
         alert.dismiss()
 
     def test_asked_for(self):
-        self.editor = self.enterContext(desk.Editor())
         self.start({"version": VERSION, "url": PAGE})
-        desk.wait_for("the program's own check", lambda: len(self.checks()) == 1)
+        desk.wait_for("the program's own check", lambda: self.backend.requests(MANIFEST))
         self.ask()
         self.does_not_interrupt(self.tells(UP_TO_DATE))
 
@@ -108,18 +93,18 @@ class Updates(unittest.TestCase):
     def test_unasked(self):
         self.start(NEWER)
         self.tells(AVAILABLE)
-        check, = self.checks()
-        self.assertIn("no-cache", check["headers"]["Cache-Control"])
+        check, = self.backend.requests(MANIFEST)
+        self.assertIn("no-cache", check["headers"]["cache-control"])
         self.answer("Escape")
 
     def test_unasked_in_vain(self):
         self.start({"version": "99.1"})
-        desk.wait_for("the check", lambda: len(self.checks()) == 1)
+        desk.wait_for("the check", lambda: self.backend.requests(MANIFEST))
         # The next alert is that of the check that is asked for.
         self.announce({"version": VERSION, "url": PAGE})
         self.ask()
         self.tells(UP_TO_DATE).dismiss()
-        self.assertEqual(len(self.checks()), 2)
+        self.assertEqual(len(self.backend.requests(MANIFEST)), 2)
 
 
 desk.main()

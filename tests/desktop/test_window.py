@@ -12,12 +12,10 @@ import re
 import shutil
 import subprocess
 import sys
-import threading
 import unittest
 import urllib.request
 
 import desk
-from gi.repository import Gio, GLib
 
 PROGRAM, BACKEND, PORT = sys.argv[1:4]
 CONFIG, DATA = (pathlib.Path(os.environ[name]) for name in ("XDG_CONFIG_HOME", "XDG_DATA_HOME"))
@@ -52,42 +50,6 @@ def opened():
 def preference(key):
     file = CONFIG / "Tavrik" / "preferences.json"
     return json.loads(file.read_text()).get(key) if file.exists() else None
-
-
-class FileManager:
-    """A file manager on the session bus while the block runs; `shown` is what it was asked to show."""
-
-    INTERFACE = """<node><interface name="org.freedesktop.FileManager1"><method name="ShowItems">
-        <arg type="as" direction="in"/><arg type="s" direction="in"/></method></interface></node>"""
-
-    def __enter__(self):
-        self.shown = []
-        self._context = GLib.MainContext()
-        self._loop = GLib.MainLoop(self._context)
-        ready = threading.Event()
-        self._thread = threading.Thread(target=self._serve, args=(ready,))
-        self._thread.start()
-        ready.wait(10)
-        return self
-
-    def _serve(self, ready):
-        self._context.push_thread_default()
-        bus = Gio.DBusConnection.new_for_address_sync(
-            os.environ["DBUS_SESSION_BUS_ADDRESS"], Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
-            Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
-        node = Gio.DBusNodeInfo.new_for_xml(self.INTERFACE)
-        bus.register_object("/org/freedesktop/FileManager1", node.interfaces[0], self._called, None, None)
-        Gio.bus_own_name_on_connection(bus, "org.freedesktop.FileManager1", 0, lambda *_: ready.set(), None)
-        self._loop.run()
-        bus.close_sync()
-
-    def _called(self, _bus, _sender, _path, _interface, _method, arguments, invocation):
-        self.shown += arguments.unpack()[0]
-        invocation.return_value(None)
-
-    def __exit__(self, *_):
-        self._loop.quit()
-        self._thread.join()
 
 
 class MainWindow(unittest.TestCase):
@@ -275,9 +237,10 @@ class MainWindow(unittest.TestCase):
 
         window.click("Account")
         folder = f"file://{DATA}/Tavrik"
-        with FileManager() as manager:
+        with desk.MockService("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1", ShowItems="ass") as manager:
             window.click("Show in File Manager")
-            desk.wait_for("the folder in the file manager", lambda: manager.shown == [folder])
+            desk.wait_for("the folder in the file manager", lambda: manager.calls("ShowItems"))
+            self.assertEqual(manager.calls("ShowItems")[0][0], [folder])
         window.click("Show in File Manager")
         desk.wait_for("the folder in what opens folders", lambda: opened()[-1:] in ([folder], [f"{DATA}/Tavrik"]))
 
