@@ -5,7 +5,6 @@
 
 #include <QFile>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -15,108 +14,61 @@
 #include <cstdlib>
 
 using namespace tavrik;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-// What is played into the sink "vmic" can be recorded from the source "mic". norewinds: a null sink would
-// otherwise render two seconds ahead.
-const QStringList virtualMicrophone{
-    QStringLiteral("-Lmodule-null-sink sink_name=vmic norewinds=1"),
-    QStringLiteral(
-        "-Lmodule-remap-source source_name=mic master=vmic.monitor channels=1 master_channel_map=front-left "
-        "remix=no"),
-};
+/// Half of full scale.
+const auto tone = u"load-module module-sine sink=vmic frequency=440"_s;
 
-// A sound server of the test's own, which it may kill or stop. Libpulse finds it by PULSE_SERVER.
-class SoundServer {
-public:
-    explicit SoundServer(QStringList modules = virtualMicrophone) : m_modules(std::move(modules)) {
-        qputenv("PULSE_SERVER", "unix:" + QFile::encodeName(socketPath()));
-    }
+QByteArray pactl(const QString& arguments) {
+    QProcess process;
+    process.start(u"pactl"_s, arguments.split(u' '));
+    process.waitForFinished();
+    return process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
+}
 
-    ~SoundServer() { kill(); }
+/// Whether the server answers and has no stream of ours. The kind is as pactl names it.
+bool hasNoneOfOurs(const QString& kind) {
+    return pactl(u"info"_s).contains("Server Name") && !pactl(u"list "_s + kind).contains("\"Tavrik\"");
+}
 
-    bool start() {
+/// A sound server that the test may kill or stop. Libpulse finds it by PULSE_SERVER.
+struct SoundServer : QProcess {
+    SoundServer() {
+        const auto socket = m_folder.filePath(u"native"_s);
+        qputenv("PULSE_SERVER", "unix:" + QFile::encodeName(socket));
         // The desktop's own server has the name on its bus.
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/dev/null"));
-        m_process.setProcessEnvironment(environment);
-        m_process.start(QStringLiteral("pulseaudio"),
-                        QStringList{QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                                    QStringLiteral("--use-pid-file=no"),
-                                    QStringLiteral("--exit-idle-time=-1"),
-                                    QStringLiteral("--disable-shm=yes"), QStringLiteral("--realtime=no"),
-                                    QStringLiteral("--high-priority=no"),
-                                    QStringLiteral("-Lmodule-native-protocol-unix auth-anonymous=1 socket=%1")
-                                        .arg(socketPath())} +
-                            m_modules);
-        const auto up =
-            QTest::qWaitFor([] { return ask({QStringLiteral("info")}).contains("Server Name"); }, 10000);
-        if (up && m_modules == virtualMicrophone)
-            ask({QStringLiteral("set-default-source"), QStringLiteral("mic")});
-        return up;
+        setProgram(u"env"_s);
+        setArguments(u"DBUS_SESSION_BUS_ADDRESS=unix:path=/dev/null pulseaudio -n --daemonize=no "
+                     "--use-pid-file=no --exit-idle-time=-1 --disable-shm=yes --realtime=no "
+                     "--high-priority=no"_s.split(u' ') +
+                     QStringList{
+                         u"-Lmodule-native-protocol-unix auth-anonymous=1 socket="_s + socket,
+                         // What is played into the sink "vmic" can be recorded from the source "mic".
+                         // norewinds: a null sink would otherwise render two seconds ahead.
+                         u"-Lmodule-null-sink sink_name=vmic norewinds=1"_s,
+                         u"-Lmodule-remap-source source_name=mic master=vmic.monitor channels=1 "
+                         "master_channel_map=front-left remix=no"_s,
+                     });
     }
+    ~SoundServer() override { end(); }
 
-    void kill() {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.kill();
-        m_process.waitForFinished();
+    bool begin() {
+        start();
+        return QTest::qWaitFor([] { return !pactl(u"info"_s).isEmpty(); }, 10000);
     }
-
-    /// Leaves it deaf, as if hung, until it is resumed or killed.
-    void hang() { ::kill(static_cast<pid_t>(m_process.processId()), SIGSTOP); }
-    void resume() { ::kill(static_cast<pid_t>(m_process.processId()), SIGCONT); }
-
-    static QByteArray ask(const QStringList& arguments) {
-        QProcess pactl;
-        pactl.start(QStringLiteral("pactl"), arguments);
-        pactl.waitForFinished();
-        return pactl.exitCode() == 0 ? pactl.readAllStandardOutput() : QByteArray();
+    void end() {
+        kill();
+        waitForFinished();
     }
-
-    /// Whether the server answers and knows no stream of ours. The kind is as pactl names it.
-    static bool hasNoneOfOurs(const QString& kind) {
-        return ask({QStringLiteral("info")}).contains("Server Name") &&
-               !ask({QStringLiteral("list"), kind}).contains("application.name = \"Tavrik\"");
-    }
+    void signal(int number) const { ::kill(static_cast<pid_t>(processId()), number); }
 
 private:
-    QString socketPath() const { return m_folder.filePath(QStringLiteral("native")); }
-
-    QStringList m_modules;
-    QTemporaryDir m_folder;
-    QProcess m_process;
+    const QTemporaryDir m_folder;
 };
 
-// A 440 Hz tone into the virtual microphone for as long as it lives.
-class Tone {
-public:
-    Tone() {
-        m_sox.setStandardOutputProcess(&m_player);
-        m_sox.start(QStringLiteral("sox"),
-                    QStringLiteral("-q -n -t raw -r 48000 -c 2 -b 16 -e signed - synth sine 440 "
-                                   "vol 0.5")
-                        .split(u' '));
-        m_player.start(
-            QStringLiteral("pacat"),
-            QStringLiteral("--raw --rate=48000 --channels=2 --format=s16le --latency-msec=200 --device=vmic")
-                .split(u' '));
-    }
-
-    ~Tone() {
-        for (auto* process : {&m_sox, &m_player}) {
-            process->kill();
-            process->waitForFinished();
-        }
-    }
-
-private:
-    QProcess m_sox;
-    QProcess m_player;
-};
-
-// Counts what a capture delivers; shared with the capture's thread.
+/// Counts what a capture delivers on its own thread.
 struct Heard {
     std::atomic<int> samples = 0;
     std::atomic<int> loud = 0;
@@ -125,195 +77,148 @@ struct Heard {
         return [this](auto span) {
             samples += static_cast<int>(span.size());
             loud += static_cast<int>(
-                std::ranges::count_if(span, [](qint16 sample) { return std::abs(sample) > 300; }));
+                std::ranges::count_if(span, [](int sample) { return std::abs(sample) > 300; }));
         };
     }
 };
 
-// On a busy machine even a sound server in good health may miss the time it has to answer in: asks again
-// then.
-template<class Attempt>
-auto patiently(Attempt attempt) {
-    auto result = attempt();
-    for (int i = 0; i < 50 && !result && result.error() == PulseConnection::error(PA_ERR_TIMEOUT); ++i)
-        result = attempt();
-    return result;
-}
+/// The program's side, with the connection that it opens long before the first take.
+struct Client {
+    bool connect() {
+        {
+            const PulseConnection::Lock lock(*connection);
+            connection->whenReady([this](pa_context*) { connected = true; });
+        }
+        return QTest::qWaitFor([this] { return connected.load(); });
+    }
 
-Result<std::unique_ptr<Microphone::Capture>> begin(Microphone& microphone, Heard& heard) {
-    return patiently([&] { return microphone.start(heard.sink()); });
-}
+    QString startError() {
+        const auto result = recorder.start();
+        return result ? QString() : result.error().description;
+    }
 
-float power(AbstractRecorder& recorder) {
-    return recorder.averagePower().value_or(1);
-}
+    float power() { return recorder.averagePower().value_or(1); }
+
+    std::atomic<bool> connected = false;
+    std::shared_ptr<PulseConnection> connection = std::make_shared<PulseConnection>();
+    PulseMicrophone microphone{connection};
+    QTemporaryDir folder;
+    Recorder recorder{microphone, folder.path()};
+};
 
 } // namespace
 
 class TestPulse : public QObject {
     Q_OBJECT
 
+    std::unique_ptr<SoundServer> m_server;
+    std::unique_ptr<Client> m_client;
+
 private Q_SLOTS:
-    void init() { m_connection = std::make_shared<PulseConnection>(); }
-    void cleanup() { m_connection.reset(); }
-
-    void toneComesBackInTheFile();
-    void startFails_data();
-    void startFails();
-    void hungServerIsTold();
-    void serverGoesMidTake_data();
-    void serverGoesMidTake();
-    void serverRestarts();
-    void sourceVanishesMidTake();
-    void soundsAreHeard();
-
-private:
-    std::shared_ptr<PulseConnection> m_connection;
-};
-
-void TestPulse::toneComesBackInTheFile() {
-    SoundServer server;
-    QVERIFY(server.start());
-    const Tone tone;
-    PulseMicrophone microphone(m_connection);
-    microphone.requestAccess();
-    const QTemporaryDir folder;
-    Recorder recorder(microphone, folder.path());
-    QVERIFY(patiently([&] { return recorder.start(); }));
-    QTRY_VERIFY(std::abs(power(recorder) - -9) < 1); // a sine at half of full scale
-    const auto listed = server.ask({QStringLiteral("list"), QStringLiteral("source-outputs")});
-    QVERIFY2(listed.contains("application.name = \"Tavrik\"") &&
-                 listed.contains("media.name = \"Dictation\""),
-             listed.constData());
-    const auto take = recorder.stop().value_or(AbstractRecorder::Take{});
-
-    QFile file(take.file);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(static_cast<double>(file.size() - 44) / 32000, take.duration);
-    // The pitch: a 440 Hz tone changes its sign 880 times a second.
-    constexpr qsizetype window = 800;
-    const auto bytes = file.readAll().last(window * 2);
-    const auto* samples = reinterpret_cast<const qint16*>(bytes.constData());
-    int crossings = 0;
-    for (qsizetype i = 1; i < window; ++i)
-        crossings += (samples[i - 1] < 0) != (samples[i] < 0);
-    QVERIFY2(std::abs(crossings - 44) <= 2, qPrintable(QString::number(crossings)));
-    QTRY_VERIFY(server.hasNoneOfOurs(QStringLiteral("source-outputs")));
-}
-
-void TestPulse::startFails_data() {
-    QTest::addColumn<bool>("running");
-    QTest::addColumn<QString>("description");
-    QTest::newRow("no server") << false
-                               << QStringLiteral("The sound server cannot be used (Connection refused).");
-    QTest::newRow("no source") << true << QStringLiteral("No microphone was found.");
-}
-
-void TestPulse::startFails() {
-    QFETCH(bool, running);
-    SoundServer server{QStringList()};
-    if (running)
-        QVERIFY(server.start());
-    PulseMicrophone microphone(m_connection);
-    Heard heard;
-    const auto capture = begin(microphone, heard);
-    QVERIFY(!capture);
-    QTEST(capture.error().description, "description");
-}
-
-void TestPulse::hungServerIsTold() {
-    SoundServer server;
-    QVERIFY(server.start());
-    PulseMicrophone microphone(m_connection);
-    Heard heard;
-    QVERIFY(begin(microphone, heard));
-    server.hang();
-    const auto capture = microphone.start(heard.sink());
-    QVERIFY(!capture);
-    QCOMPARE(capture.error().description, QStringLiteral("The sound server does not answer."));
-    server.resume();
-    // It does not open the microphone later, for nobody.
-    QTRY_VERIFY(server.hasNoneOfOurs(QStringLiteral("source-outputs")));
-    QVERIFY(begin(microphone, heard));
-}
-
-void TestPulse::serverGoesMidTake_data() {
-    QTest::addColumn<bool>("hangs");
-    QTest::newRow("killed") << false;
-    QTest::newRow("hung") << true;
-}
-
-void TestPulse::serverGoesMidTake() {
-    QFETCH(bool, hangs);
-    SoundServer server;
-    QVERIFY(server.start());
-    PulseMicrophone microphone(m_connection);
-    const QTemporaryDir folder;
-    Recorder recorder(microphone, folder.path());
-    const Tone tone;
-    QVERIFY(patiently([&] { return recorder.start(); }));
-    QTRY_VERIFY(power(recorder) > -12);
-    hangs ? server.hang() : server.kill();
-    QTRY_COMPARE(power(recorder), -160.0F);
-    const auto take = recorder.stop().value_or(AbstractRecorder::Take{});
-    QVERIFY(take.duration > 0);
-    QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
-    server.kill();
-}
-
-void TestPulse::serverRestarts() {
-    SoundServer server;
-    QVERIFY(server.start());
-    PulseMicrophone microphone(m_connection);
-    Heard before, between, after;
-    auto capture = begin(microphone, before);
-    QVERIFY(capture);
-    QTRY_VERIFY(before.samples > 0);
-    server.kill();
-    QVERIFY(!begin(microphone, between));
-    QVERIFY(server.start());
-    auto next = begin(microphone, after);
-    QVERIFY(next);
-    (*capture)->stop(); // left over from the old connection
-    QTRY_VERIFY(after.samples >= 320);
-    (*next)->stop();
-}
-
-void TestPulse::sourceVanishesMidTake() {
-    SoundServer server;
-    QVERIFY(server.start());
-    PulseMicrophone microphone(m_connection);
-    Heard heard;
-    const auto capture = begin(microphone, heard);
-    QVERIFY(capture);
-    QTRY_VERIFY(heard.samples > 0);
-    server.ask({QStringLiteral("unload-module"), QStringLiteral("module-remap-source")});
-    const int before = heard.samples;
-    QTRY_VERIFY(heard.samples >= before + 3200);
-    (*capture)->stop();
-}
-
-void TestPulse::soundsAreHeard() {
-    SoundServer server;
-    PulseSoundPlayer player(m_connection);
-    player.play(Sound::basso); // in vain
-    for (int run = 0; run < 2; ++run) {
-        QVERIFY(server.start());
-        PulseMicrophone microphone(std::make_shared<PulseConnection>());
-        for (const auto sound : {Sound::pop, Sound::glass, Sound::basso}) {
-            Heard heard;
-            const auto capture = begin(microphone, heard);
-            QVERIFY(capture);
-            QTRY_VERIFY(heard.samples >= 1600);
-            QCOMPARE(heard.loud, 0);
-            player.play(sound);
-            QTRY_VERIFY(heard.loud > 100);
-            QTRY_VERIFY(server.hasNoneOfOurs(QStringLiteral("sink-inputs")));
-            (*capture)->stop();
-        }
-        server.kill();
+    void init() {
+        m_server = std::make_unique<SoundServer>();
+        QVERIFY(m_server->begin());
+        m_client = std::make_unique<Client>();
+        QVERIFY(m_client->connect());
     }
-}
+    void cleanup() {
+        m_client.reset();
+        m_server.reset();
+    }
+
+    void toneComesBackInTheFile() {
+        QVERIFY(!pactl(tone).isEmpty());
+        QCOMPARE(m_client->startError(), QString());
+        QTRY_VERIFY(std::abs(m_client->power() - -9) < 1); // a sine at half of full scale
+        const auto listed = pactl(u"list source-outputs"_s);
+        QVERIFY(listed.contains("application.name = \"Tavrik\""));
+        QVERIFY(listed.contains("media.name = \"Dictation\""));
+        const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
+
+        QFile file(take.file);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(static_cast<double>(file.size() - 44) / 32000, take.duration);
+        // The pitch: a 440 Hz tone changes its sign 880 times a second.
+        const auto bytes = file.readAll().last(1600);
+        const std::span samples(reinterpret_cast<const qint16*>(bytes.constData()), 800);
+        int crossings = 0;
+        for (std::size_t i = 1; i < samples.size(); ++i)
+            crossings += (samples[i - 1] < 0) != (samples[i] < 0);
+        QVERIFY2(std::abs(crossings - 44) <= 2, qPrintable(QString::number(crossings)));
+        QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
+    }
+
+    void noSource() {
+        pactl(u"unload-module module-null-sink"_s);
+        QCOMPARE(m_client->startError(), u"No microphone was found."_s);
+    }
+
+    void serverGoesMidTake_data() {
+        QTest::addColumn<bool>("hangs");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("killed") << false << u"The sound server cannot be used (Connection refused)."_s;
+        QTest::newRow("hung") << true << u"The sound server does not answer."_s;
+    }
+
+    void serverGoesMidTake() {
+        QFETCH(bool, hangs);
+        Heard heard;
+        const auto leftOver = m_client->microphone.start(heard.sink());
+        QVERIFY(leftOver);
+        QCOMPARE(m_client->startError(), QString());
+        QVERIFY(!pactl(tone).isEmpty());
+        QTRY_VERIFY(m_client->power() > -12);
+        hangs ? m_server->signal(SIGSTOP) : m_server->end();
+        QTRY_COMPARE(m_client->power(), -160.0F);
+        const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
+        QVERIFY(take.duration > 0);
+        QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
+        QTEST(m_client->startError(), "error");
+
+        if (hangs)
+            m_server->signal(SIGCONT);
+        else
+            QVERIFY(m_server->begin());
+        // A server that wakes up does not open the microphone for a start that has failed.
+        QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
+        Heard after;
+        const auto next = m_client->microphone.start(after.sink());
+        QVERIFY(next);
+        (*leftOver)->stop(); // from the old connection
+        QTRY_VERIFY(after.samples >= 320);
+    }
+
+    void sourceVanishesMidTake() {
+        Heard heard;
+        const auto capture = m_client->microphone.start(heard.sink());
+        QVERIFY(capture);
+        QTRY_VERIFY(heard.samples > 0);
+        pactl(u"unload-module module-remap-source"_s);
+        const int before = heard.samples;
+        QTRY_VERIFY(heard.samples >= before + 3200);
+    }
+
+    void soundsAreHeard() {
+        m_server->end();
+        PulseSoundPlayer player(std::make_shared<PulseConnection>());
+        player.play(Sound::basso); // in vain
+        for (int run = 0; run < 2; ++run) {
+            QVERIFY(m_server->begin());
+            for (const auto sound : {Sound::pop, Sound::glass, Sound::basso}) {
+                Heard heard;
+                const auto capture = m_client->microphone.start(heard.sink());
+                QVERIFY(capture);
+                QTRY_VERIFY(heard.samples >= 1600);
+                QCOMPARE(heard.loud, 0);
+                player.play(sound);
+                QTRY_VERIFY(heard.loud > 100);
+                QTRY_VERIFY(hasNoneOfOurs(u"sink-inputs"_s));
+                (*capture)->stop();
+            }
+            m_server->end();
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestPulse)
 #include "tst_pulse.moc"
