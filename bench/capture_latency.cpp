@@ -44,6 +44,7 @@ class TimedMicrophone final : public Microphone {
 public:
     explicit TimedMicrophone(Microphone& microphone) : m_microphone(microphone) {}
 
+    ServiceStatus status() const override { return m_microphone.status(); }
     void requestAccess() override { m_microphone.requestAccess(); }
 
     Result<std::unique_ptr<Capture>> start(Sink sink) override {

@@ -1,6 +1,7 @@
 // How long a text takes from our hands into another program's editor, beside the two commands a script would
 // run for it. Needs a desktop that focuses new windows:  tests/desktop/on-desktop paste_latency [rounds]
 
+#include "base/MainQueue.h"
 #include "capture/Paster.h"
 #include "platform/qt/QtClipboard.h"
 #include "platform/x11/X11Keyboard.h"
@@ -104,7 +105,8 @@ void measure(int rounds, const QString& text) {
     X11Keyboard keyboard;
     QtClipboard clipboard;
     X11PasteKeys keys(keyboard, [&clipboard] { clipboard.offerAsSelection(); });
-    Paster paster(clipboard, keys);
+    MainQueue queue;
+    Paster paster(clipboard, keys, queue);
 
     Editor editor;
     if (!QTest::qWaitFor([&] { return keyboard.queryInput().focusedWindowClass.contains("paste_latency"); },
@@ -117,7 +119,7 @@ void measure(int rounds, const QString& text) {
     std::vector<double> peer;
     for (int i = 0; i < rounds; ++i) {
         auto start = microseconds(Clock::now());
-        paster.paste(text);
+        paster.paste(text, [](const Result<void>&) {});
         sent.push_back(microseconds(Clock::now()) - start);
         keyed.push_back(editor.await("key") - start);
         arrived.push_back(editor.await("text") - start);

@@ -26,7 +26,7 @@ void runFor(std::chrono::milliseconds duration) {
 /// Milliseconds from the call to the first frame on its way to the screen.
 double showAndPaint(test::WindowDesk& desk) {
     return timed([&] {
-        desk.controller.show();
+        desk.controller.show({});
         QEventLoop loop;
         QObject::connect(&desk.window(), &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
         loop.exec();

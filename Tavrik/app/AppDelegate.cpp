@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/HotKeyRegistrar.h"
 #include "base/MainQueue.h"
 #include "capture/AbstractPaster.h"
 #include "capture/AbstractRecordingHUD.h"
@@ -43,44 +44,44 @@ struct AppDelegate::AudioFile {
     QString path;
 };
 
-AppDelegate::AppDelegate(Parts parts, QObject* parent) : QObject(parent), m_parts(std::move(parts)) {}
+AppDelegate::AppDelegate(Dependencies dependencies, QObject* parent)
+    : QObject(parent), m_dependencies(std::move(dependencies)) {}
 
 AppDelegate::~AppDelegate() {
-    // Nobody is left to press the new one.
-    m_hotKeyIsStale = false;
+    m_dependencies.hotKey.stop();
     cancelRecording();
 }
 
 void AppDelegate::startRecording() {
     if (m_state != State::idle)
         return;
-    if (const auto started = m_parts.recorder.start(); !started) {
+    if (const auto started = m_dependencies.recorder.start(); !started) {
         showError(QStringLiteral("Could not start recording: ") + started.error().description);
         return;
     }
     setState(State::recording);
     const QPointer<AppDelegate> self(this);
-    m_parts.hud.show([self] { return self ? self->level() : 0; },
-                     [self] {
-                         if (self)
-                             self->cancelRecording();
-                     },
-                     [self] {
-                         if (self)
-                             self->stopAndTranslate();
-                     });
-    if (m_parts.settings.soundsEnabled())
-        m_parts.sounds.play(Sound::pop);
+    m_dependencies.hud.show([self] { return self ? self->level() : 0; },
+                            [self] {
+                                if (self)
+                                    self->cancelRecording();
+                            },
+                            [self] {
+                                if (self)
+                                    self->stopAndTranslate();
+                            });
+    if (m_dependencies.settings.soundsEnabled())
+        m_dependencies.sounds.play(Sound::pop);
 
     // The user speaks for a while: time to make ready for what follows the release.
-    m_parts.translator.prepare();
-    m_parts.history();
+    m_dependencies.translator.prepare();
+    m_dependencies.history();
 }
 
 void AppDelegate::stopAndTranslate() {
     if (m_state != State::recording)
         return;
-    const auto take = m_parts.recorder.stop();
+    const auto take = m_dependencies.recorder.stop();
     if (!take)
         return;
     AudioFile audio(take->file);
@@ -90,18 +91,19 @@ void AppDelegate::stopAndTranslate() {
         return;
     }
     setState(State::processing);
-    m_parts.translator.translate(take->file, [self = QPointer<AppDelegate>(this), audio = std::move(audio),
-                                              duration = take->duration](Result<QString> result) mutable {
-        audio.remove();
-        if (self)
-            self->finish(std::move(result), duration);
-    });
+    m_dependencies.translator.translate(take->file,
+                                        [self = QPointer<AppDelegate>(this), audio = std::move(audio),
+                                         duration = take->duration](Result<QString> result) mutable {
+                                            audio.remove();
+                                            if (self)
+                                                self->finish(std::move(result), duration);
+                                        });
 }
 
 void AppDelegate::cancelRecording() {
     if (m_state != State::recording)
         return;
-    if (const auto take = m_parts.recorder.stop())
+    if (const auto take = m_dependencies.recorder.stop())
         QFile::remove(take->file);
     setState(State::idle);
 }
@@ -112,15 +114,20 @@ void AppDelegate::finish(Result<QString> result, double duration) {
         return showError(result.error().description);
     if (result->isEmpty())
         return showError(QStringLiteral("The model returned empty text — try speaking a bit longer."));
-    m_parts.paster.paste(*result);
-    m_parts.history().insertFirst(
+    m_dependencies.paster.paste(*result, [self = QPointer<AppDelegate>(this)](const Result<void>& outcome) {
+        if (!self)
+            return;
+        self->m_pasteNote = outcome ? QString() : outcome.error().description;
+        self->updateNote();
+    });
+    m_dependencies.history().insertFirst(
         {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), result->toUtf8(), duration});
-    if (m_parts.settings.soundsEnabled())
-        m_parts.sounds.play(Sound::glass);
+    if (m_dependencies.settings.soundsEnabled())
+        m_dependencies.sounds.play(Sound::glass);
 }
 
 float AppDelegate::level() const {
-    const auto power = m_parts.recorder.averagePower();
+    const auto power = m_dependencies.recorder.averagePower();
     if (!power)
         return 0;
     const float level = std::min((*power - quietestPower) / -quietestPower, 1.0F);
@@ -129,11 +136,11 @@ float AppDelegate::level() const {
 }
 
 void AppDelegate::showError(const QString& message) {
-    if (m_parts.settings.soundsEnabled())
-        m_parts.sounds.play(Sound::basso);
-    m_parts.alerts.show({.messageText = QStringLiteral("Tavrik"),
-                         .informativeText = message,
-                         .style = Alert::Style::warning});
+    if (m_dependencies.settings.soundsEnabled())
+        m_dependencies.sounds.play(Sound::basso);
+    m_dependencies.alerts.show({.messageText = QStringLiteral("Tavrik"),
+                                .informativeText = message,
+                                .style = Alert::Style::warning});
 }
 
 void AppDelegate::setState(State state) {
@@ -141,14 +148,14 @@ void AppDelegate::setState(State state) {
     updateIcon();
     switch (state) {
     case State::idle:
-        m_parts.hud.hide();
-        if (m_hotKeyIsStale)
-            hotKeyChanged();
+        m_dependencies.hud.hide();
+        m_dependencies.hotKey.setRecording(false);
         break;
     case State::processing:
-        m_parts.hud.setProcessing();
+        m_dependencies.hud.setProcessing();
         break;
     case State::recording:
+        m_dependencies.hotKey.setRecording(true);
         break; // startRecording shows the panel, since it alone knows the callbacks.
     }
 }
@@ -156,11 +163,13 @@ void AppDelegate::setState(State state) {
 void AppDelegate::updateIcon() {
     switch (m_state) {
     case State::idle:
-        return m_parts.statusItem.setImage(QStringLiteral("mic"), QStringLiteral("Tavrik idle"));
+        return m_dependencies.statusItem.setImage(QStringLiteral("mic"), QStringLiteral("Tavrik idle"));
     case State::recording:
-        return m_parts.statusItem.setImage(QStringLiteral("mic.fill"), QStringLiteral("Tavrik recording"));
+        return m_dependencies.statusItem.setImage(QStringLiteral("mic.fill"),
+                                                  QStringLiteral("Tavrik recording"));
     case State::processing:
-        return m_parts.statusItem.setImage(QStringLiteral("hourglass"), QStringLiteral("Tavrik processing"));
+        return m_dependencies.statusItem.setImage(QStringLiteral("hourglass"),
+                                                  QStringLiteral("Tavrik processing"));
     }
 }
 

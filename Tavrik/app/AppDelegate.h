@@ -1,8 +1,6 @@
 #pragma once
 
-#include "capture/AbstractHotKeyOwner.h"
 #include "capture/AbstractRecorder.h"
-#include "capture/HotKey.h"
 
 #include <QObject>
 
@@ -18,7 +16,7 @@ class Account;
 class Alerts;
 class Appearance;
 class HistoryStore;
-class HotKeyBackend;
+class HotKeyRegistrar;
 class MainQueue;
 class Microphone;
 class PasteKeys;
@@ -28,18 +26,18 @@ class SoundPlayer;
 class StatusItem;
 
 /// The program itself: turns a press of the hot key into a recording, its release into a translation, and the
-/// result into pasted text and a history record. Owns the launch sequence, the menu and the hot key. Main
-/// thread.
-class AppDelegate : public QObject, public AbstractHotKeyOwner {
+/// result into pasted text and a history record. Owns the launch sequence and the menu. Main thread.
+class AppDelegate : public QObject {
     Q_OBJECT
 
 public:
-    /// What the program is made of. Everything outlives the AppDelegate.
-    struct Parts {
+    /// Everything outlives the AppDelegate.
+    struct Dependencies {
         MainQueue& queue;
         PreferenceStore& preferences;
         Settings& settings;
         Account& account;
+        HotKeyRegistrar& hotKey;
         AbstractRecorder& recorder;
         AbstractRecordingHUD& hud;
         AbstractTranslator& translator;
@@ -49,19 +47,19 @@ public:
 
         Alerts& alerts;
         Appearance& appearance;
-        HotKeyBackend& hotKeys;
         Microphone& microphone;
         PasteKeys& pasteKeys;
         SoundPlayer& sounds;
         StatusItem& statusItem;
 
-        /// Chosen from the menu. An item without one is disabled.
-        std::function<void()> openMainWindow;
+        /// Shows the window, with the activation token that the user's wish came with, if it did with one.
+        std::function<void(const QByteArray& activationToken)> openMainWindow;
+        /// Chosen from the menu. Without one the item is disabled.
         std::function<void()> checkForUpdates;
         std::function<void()> quit;
     };
 
-    explicit AppDelegate(Parts parts, QObject* parent = nullptr);
+    explicit AppDelegate(Dependencies dependencies, QObject* parent = nullptr);
 
     /// A recording or translation in progress is given up and its audio deleted.
     ~AppDelegate() override;
@@ -69,26 +67,15 @@ public:
     /// The launch sequence; once.
     void applicationDidFinishLaunching();
 
-    /// The user has opened the program again while it runs.
-    void applicationShouldHandleReopen();
+    /// The user has opened the program again while it runs. The token may be empty.
+    void applicationShouldHandleReopen(const QByteArray& activationToken);
 
     void startRecording();
     void stopAndTranslate();
     void cancelRecording();
 
-    /// Drops the hot key and registers the one the preferences name.
-    void registerHotKey();
-
     /// Builds the status item's menu anew.
     void buildMenu();
-
-    /// Not during a recording: the key that started it is still down, and its release must arrive.
-    void releaseHotKey() override;
-
-    /// Registers what the preferences name now, after a recording if there is one, and rebuilds the menu.
-    void hotKeyChanged() override;
-
-    HotKeyBackend::Status hotKeyStatus() const override;
 
 private:
     enum class State { idle, recording, processing };
@@ -99,17 +86,16 @@ private:
     void updateIcon();
     void showError(const QString& message);
     void preferencesChanged();
+    void hotKeyStatusChanged();
+    void updateNote();
     void openWindowOnFirstRun();
     float level() const;
     void finish(Result<QString> result, double duration);
 
-    Parts m_parts;
-    /// Null before the launch, and while it is released.
-    std::unique_ptr<HotKey> m_hotKey;
-    KeyCombination m_combination;
-    QString m_hotKeyDisplay;
+    Dependencies m_dependencies;
     State m_state = State::idle;
-    bool m_hotKeyIsStale = false;
+    /// Why the last dictation was left on the clipboard; empty if it was not.
+    QString m_pasteNote;
 };
 
 } // namespace tavrik

@@ -1,8 +1,8 @@
-// The application's shell: launch, menu and the hot key's registration. The recording cycle is in
-// AppDelegate.cpp.
+// The application's shell: launch and menu. The recording cycle is in AppDelegate.cpp.
 
 #include "account/Account.h"
 #include "app/AppDelegate.h"
+#include "app/HotKeyRegistrar.h"
 #include "base/MainQueue.h"
 #include "platform/Microphone.h"
 #include "platform/PasteKeys.h"
@@ -11,117 +11,94 @@
 #include "preferences/Settings.h"
 
 #include <QPointer>
+#include <QStringList>
 
 #include <chrono>
 
-namespace tavrik {
-
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+namespace tavrik {
+
 void AppDelegate::applicationDidFinishLaunching() {
-    m_parts.settings.applyAppearance(m_parts.appearance);
+    m_dependencies.settings.applyAppearance(m_dependencies.appearance);
     updateIcon();
     buildMenu();
-    m_parts.microphone.requestAccess();
-    m_parts.pasteKeys.requestTrust();
+    m_dependencies.microphone.requestAccess();
+    m_dependencies.pasteKeys.requestPermission(PasteKeys::PermissionRequest::once);
     openWindowOnFirstRun();
-    registerHotKey();
-    m_parts.preferences.watch([self = QPointer<AppDelegate>(this)] {
+    const QPointer<AppDelegate> self(this);
+    auto& hotKey = m_dependencies.hotKey;
+    hotKey.setOnPress([self] {
+        if (self)
+            self->startRecording();
+    });
+    hotKey.setOnRelease([self] {
+        if (self)
+            self->stopAndTranslate();
+    });
+    connect(&hotKey, &Service::statusChanged, this, &AppDelegate::hotKeyStatusChanged);
+    connect(&m_dependencies.pasteKeys, &Service::statusChanged, this, &AppDelegate::updateNote);
+    hotKey.registerHotKey();
+    m_dependencies.preferences.watch([self] {
         if (self)
             self->preferencesChanged();
     });
 }
 
 void AppDelegate::openWindowOnFirstRun() {
-    m_parts.account.whenKnown([self = QPointer<AppDelegate>(this)] {
-        if (!self || self->m_parts.account.isSignedIn() || !self->m_parts.settings.openRouterKey().isEmpty())
+    m_dependencies.account.whenKnown([self = QPointer<AppDelegate>(this)] {
+        if (!self || self->m_dependencies.account.isSignedIn() ||
+            !self->m_dependencies.settings.openRouterKey().isEmpty())
             return;
-        self->m_parts.queue.postAfter(300ms, [self] {
-            if (self && self->m_parts.openMainWindow)
-                self->m_parts.openMainWindow();
+        self->m_dependencies.queue.postAfter(300ms, [self] {
+            if (self && self->m_dependencies.openMainWindow)
+                self->m_dependencies.openMainWindow({});
         });
     });
 }
 
-void AppDelegate::applicationShouldHandleReopen() {
-    if (m_hotKey && m_hotKey->status() != HotKeyBackend::Status::registered)
-        registerHotKey();
-    if (m_parts.openMainWindow)
-        m_parts.openMainWindow();
-}
-
-void AppDelegate::registerHotKey() {
-    m_hotKeyIsStale = false;
-    m_hotKey.reset();
-    m_combination = {m_parts.settings.hotKeyKeyCode(), m_parts.settings.hotKeyModifiers()};
-    m_hotKeyDisplay = m_parts.settings.hotKeyDisplay();
-    m_hotKey = std::make_unique<HotKey>(m_parts.hotKeys, m_parts.queue, m_combination);
-    const QPointer<AppDelegate> self(this);
-    m_hotKey->setOnPress([self] {
-        if (self)
-            self->startRecording();
-    });
-    m_hotKey->setOnRelease([self] {
-        if (self)
-            self->stopAndTranslate();
-    });
-
-    switch (m_hotKey->status()) {
-    case HotKeyBackend::Status::registered:
-        return m_parts.statusItem.setNote({});
-    case HotKeyBackend::Status::taken:
-        return m_parts.statusItem.setNote(
-            QStringLiteral("%1 is held by another program").arg(m_hotKeyDisplay));
-    case HotKeyBackend::Status::unavailable:
-        return m_parts.statusItem.setNote(
-            QStringLiteral("%1 cannot be used on this desktop").arg(m_hotKeyDisplay));
-    }
-}
-
-void AppDelegate::releaseHotKey() {
-    if (m_state != State::recording)
-        m_hotKey.reset();
-}
-
-void AppDelegate::hotKeyChanged() {
-    // The key that started a recording is still down: its release must arrive.
-    m_hotKeyIsStale = m_state == State::recording;
-    if (m_hotKeyIsStale)
-        return;
-    registerHotKey();
-    buildMenu();
-}
-
-HotKeyBackend::Status AppDelegate::hotKeyStatus() const {
-    return m_hotKey ? m_hotKey->status() : HotKeyBackend::Status::unavailable;
+void AppDelegate::applicationShouldHandleReopen(const QByteArray& activationToken) {
+    m_dependencies.hotKey.refresh();
+    if (m_dependencies.openMainWindow)
+        m_dependencies.openMainWindow(activationToken);
 }
 
 void AppDelegate::preferencesChanged() {
-    m_parts.settings.applyAppearance(m_parts.appearance);
-    // Whoever has made us release it will tell us.
-    if (!m_hotKey)
-        return;
-    const KeyCombination wanted{m_parts.settings.hotKeyKeyCode(), m_parts.settings.hotKeyModifiers()};
-    if (wanted == m_combination && m_parts.settings.hotKeyDisplay() == m_hotKeyDisplay &&
-        m_hotKey->status() == HotKeyBackend::Status::registered)
-        return;
-    hotKeyChanged();
+    m_dependencies.settings.applyAppearance(m_dependencies.appearance);
+    m_dependencies.hotKey.refresh();
+}
+
+void AppDelegate::hotKeyStatusChanged() {
+    updateNote();
+    buildMenu();
+}
+
+void AppDelegate::updateNote() {
+    QStringList notes;
+    if (const auto reason = m_dependencies.hotKey.status().reason; !reason.isEmpty())
+        notes << m_dependencies.settings.hotKeyDisplay() + u": "_s + reason;
+    const auto keys = m_dependencies.pasteKeys.status().reason;
+    if (const auto& reason = m_pasteNote.isEmpty() ? keys : m_pasteNote; !reason.isEmpty())
+        notes << u"Your text stays on the clipboard: "_s + reason;
+    m_dependencies.statusItem.setNote(notes.join(u'\n'));
 }
 
 void AppDelegate::buildMenu() {
     using Kind = MenuItem::Kind;
-    m_parts.statusItem.setMenu({
+    std::function<void()> openMainWindow;
+    if (m_dependencies.openMainWindow)
+        openMainWindow = [open = m_dependencies.openMainWindow] {
+            open({});
+        };
+    m_dependencies.statusItem.setMenu({
         {.kind = Kind::label,
-         .title = QStringLiteral("Hold %1 and speak Persian").arg(m_parts.settings.hotKeyDisplay())},
+         .title = u"Hold %1 and speak Persian"_s.arg(m_dependencies.settings.hotKeyDisplay())},
         {.kind = Kind::separator},
-        {.title = QStringLiteral("Open Tavrik"),
-         .keyEquivalent = QStringLiteral("o"),
-         .action = m_parts.openMainWindow},
-        {.title = QStringLiteral("Check for Updates…"), .action = m_parts.checkForUpdates},
+        {.title = u"Open Tavrik"_s, .keyEquivalent = u"o"_s, .action = openMainWindow},
+        {.title = u"Check for Updates…"_s, .action = m_dependencies.checkForUpdates},
         {.kind = Kind::separator},
-        {.title = QStringLiteral("Quit Tavrik"),
-         .keyEquivalent = QStringLiteral("q"),
-         .action = m_parts.quit},
+        {.title = u"Quit Tavrik"_s, .keyEquivalent = u"q"_s, .action = m_dependencies.quit},
     });
 }
 

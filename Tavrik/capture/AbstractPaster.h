@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Result.h"
+
 class QString;
 
 namespace tavrik {
@@ -12,8 +14,10 @@ public:
     AbstractPaster& operator=(const AbstractPaster&) = delete;
     virtual ~AbstractPaster() = default;
 
-    /// Puts the text on the clipboard and sends the paste shortcut where that is permitted. Reports nothing.
-    virtual void paste(const QString& text) = 0;
+    /// Puts the text on the clipboard and sends the paste shortcut. Returns once both are under way. The
+    /// completion is called once, from the main queue: when the text was pasted, or, if it was left on the
+    /// clipboard, with the reason, a sentence for the user.
+    virtual void paste(const QString& text, Completion<void> completion) = 0;
 };
 
 } // namespace tavrik

@@ -18,6 +18,7 @@ HotKey::HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combinat
     };
     m_registration = backend.registerHotKey(
         combination, {.pressed = poster(&Callbacks::press), .released = poster(&Callbacks::release)});
+    connect(m_registration.get(), &Service::statusChanged, this, &Service::statusChanged);
 }
 
 void HotKey::setOnPress(std::function<void()> callback) {
@@ -28,7 +29,7 @@ void HotKey::setOnRelease(std::function<void()> callback) {
     m_callbacks->release = std::move(callback);
 }
 
-HotKeyBackend::Status HotKey::status() const {
+ServiceStatus HotKey::status() const {
     return m_registration->status();
 }
 

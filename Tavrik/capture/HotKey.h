@@ -10,8 +10,9 @@ namespace tavrik {
 class MainQueue;
 
 /// The combination that is held while speaking, registered for as long as this lives. A combination that
-/// cannot be registered stays quiet and says so in its status only. Main thread only.
-class HotKey {
+/// cannot be registered stays quiet and says so in its status only; one that another program holds is not
+/// tried again by itself. Main thread only.
+class HotKey : public Service {
 public:
     HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination);
 
@@ -22,8 +23,7 @@ public:
     /// Run on the main queue when it comes up, always after its press.
     void setOnRelease(std::function<void()> callback);
 
-    /// Whether the combination is ours. A taken one is not tried again by itself.
-    HotKeyBackend::Status status() const;
+    ServiceStatus status() const override;
 
 private:
     struct Callbacks {

@@ -10,12 +10,13 @@ namespace tavrik {
 /// Keeps the program to one instance for each user session. Main thread only.
 class ApplicationInstance {
 public:
-    /// What later launches ask of the running program; called on the main thread.
+    /// What later launches ask of the running program; called on the main thread. The activation token is
+    /// what the launch was given as XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID, or empty.
     struct Handlers {
         /// Started again without arguments.
-        std::function<void()> reopened;
+        std::function<void(const QByteArray& activationToken)> reopened;
         /// Started with URLs, each byte for byte as it was given.
-        std::function<void(const QByteArrayList&)> urlsOpened;
+        std::function<void(const QByteArrayList& urls, const QByteArray& activationToken)> urlsOpened;
     };
 
     ApplicationInstance() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "platform/Service.h"
 
 #include <QtGlobal>
 
@@ -11,7 +12,7 @@
 namespace tavrik {
 
 /// The default input device, delivering 16 kHz mono 16-bit samples.
-class Microphone {
+class Microphone : public Service {
 public:
     static constexpr int sampleRate = 16000;
 
@@ -30,11 +31,6 @@ public:
         /// when the sound server has died. The sink is not called after it has returned.
         virtual void stop() = 0;
     };
-
-    Microphone() = default;
-    Microphone(const Microphone&) = delete;
-    Microphone& operator=(const Microphone&) = delete;
-    virtual ~Microphone() = default;
 
     /// Asks for permission where the desktop wants it, and makes ready, so that the first start() is quick.
     /// Returns at once; the answer is not reported.

@@ -1,24 +1,28 @@
 #pragma once
 
+#include "base/Result.h"
+#include "platform/Service.h"
+
 namespace tavrik {
 
 /// The shortcut that pastes, sent to the focused window as if typed. Main thread only.
-class PasteKeys {
+class PasteKeys : public Service {
 public:
-    PasteKeys() = default;
-    PasteKeys(const PasteKeys&) = delete;
-    PasteKeys& operator=(const PasteKeys&) = delete;
-    virtual ~PasteKeys() = default;
+    enum class PermissionRequest {
+        /// At launch: asks only a user who was never asked.
+        once,
+        /// The user has chosen to be asked, perhaps again.
+        byUser,
+    };
 
-    /// Whether this program may synthesise keys. Asks nobody.
-    virtual bool isTrusted() const = 0;
-
-    /// Asks the user for that permission where the desktop wants it. Returns at once.
-    virtual void requestTrust() = 0;
+    /// Asks the user for the permission to send keys, where the desktop wants one and it is not given.
+    /// Returns at once; the status tells the answer. The backend remembers that it has asked.
+    virtual void requestPermission(PermissionRequest request) = 0;
 
     /// Sends the keys, at once when no modifier is held, else as soon as the user has let go (within a
-    /// bound).
-    virtual void sendPaste() = 0;
+    /// bound). The completion is called once, on the main thread, perhaps within this call: when the keys
+    /// were sent, or with the reason, a sentence for the user, why they were not.
+    virtual void sendPaste(Completion<void> completion) = 0;
 };
 
 } // namespace tavrik

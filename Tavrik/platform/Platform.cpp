@@ -18,19 +18,25 @@
 #include "platform/linux/UserName.h"
 #include "platform/linux/XdgFolders.h"
 #include "platform/linux/XkbKeyReader.h"
+#include "platform/null/NullServices.h"
 #include "platform/qt/MessageBoxAlerts.h"
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtLinkOpener.h"
+#include "platform/qt/QtWindowActivator.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
 #include "platform/x11/X11PasteKeys.h"
 #include "platform/x11/X11WindowActivator.h"
 #include "platform/x11/XEmbedTray.h"
+#include "platform/x11/Xcb.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDir>
+#include <QGuiApplication>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -54,10 +60,23 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance() {
     return std::make_unique<DBusApplicationInstance>();
 }
 
+namespace {
+
+const QString noXServer = u"There is no X server."_s;
+const QString noScreen = u"There is no screen."_s;
+
 /// What users start.
-static QString launcher() {
+QString launcher() {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_LAUNCHER));
 }
+
+/// Whether anybody sees what Qt draws.
+bool hasScreen() {
+    const auto plugin = QGuiApplication::platformName();
+    return plugin != u"offscreen" && plugin != u"minimal";
+}
+
+} // namespace
 
 /// What several services stand on.
 struct Platform::Foundation {
@@ -68,25 +87,60 @@ struct Platform::Foundation {
 Platform::Platform(MainQueue& queue)
     : m_foundation(std::make_unique<Foundation>()), alerts(std::make_unique<MessageBoxAlerts>(queue)),
       appearance(std::make_unique<PortalAppearance>()), days(std::make_unique<LinuxDayWatcher>()),
-      hotKeys(std::make_unique<X11HotKeyBackend>(m_foundation->keyboard)),
       keyReader(std::make_unique<XkbKeyReader>()), links(std::make_unique<QtLinkOpener>()),
       loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
-      panels(std::make_unique<X11PanelHost>()),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
-      statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)),
-      windowActivator(std::make_unique<X11WindowActivator>()) {
+      statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)) {
     returnLargeBlocks();
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(
-        queue, platformFolders().applicationSupport + QStringLiteral("/.signed-out"),
-        QDBusConnection::sessionBus());
-    auto ours = std::make_unique<QtClipboard>();
-    pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard,
-                                               [clipboard = ours.get()] { clipboard->offerAsSelection(); });
-    clipboard = std::move(ours);
+        queue, platformFolders().applicationSupport + u"/.signed-out"_s, QDBusConnection::sessionBus());
+    chooseClipboardAndKeys();
+    chooseWindows();
 }
 
 Platform::~Platform() = default;
+
+/// Where the keys come from and go to: an X server, whatever the windows are shown on.
+void Platform::chooseClipboardAndKeys() {
+    std::function<void()> offerSelection = [] {
+    };
+    if (hasScreen()) {
+        auto ours = std::make_unique<QtClipboard>();
+        offerSelection = [clipboard = ours.get()] {
+            clipboard->offerAsSelection();
+        };
+        clipboard = std::move(ours);
+    } else {
+        clipboard = std::make_unique<NullClipboard>(noScreen);
+    }
+    if (m_foundation->keyboard.isConnected()) {
+        hotKeys = std::make_unique<X11HotKeyBackend>(m_foundation->keyboard);
+        pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard, std::move(offerSelection));
+    } else {
+        hotKeys = std::make_unique<NullHotKeyBackend>(noXServer);
+        pasteKeys = std::make_unique<NullPasteKeys>(noXServer);
+    }
+}
+
+/// What Qt's own connection to the display decides.
+void Platform::chooseWindows() {
+    if (applicationConnection()) {
+        panels = std::make_unique<X11PanelHost>();
+        windowActivator = std::make_unique<X11WindowActivator>();
+    } else {
+        panels = std::make_unique<NullPanelHost>(hasScreen() ? noXServer : noScreen);
+        windowActivator = std::make_unique<QtWindowActivator>();
+    }
+}
+
+QList<NamedService> Platform::services() const {
+    return {
+        {u"hot key"_s, hotKeys.get()},     {u"microphone"_s, microphone.get()}, {u"panel"_s, panels.get()},
+        {u"clipboard"_s, clipboard.get()}, {u"paste"_s, pasteKeys.get()},       {u"sounds"_s, sounds.get()},
+        {u"tray"_s, statusItem.get()},     {u"keyring"_s, secureSlot.get()},
+    };
+}
 
 } // namespace tavrik

@@ -2,6 +2,9 @@
 
 #include "platform/Folders.h"
 #include "platform/PlatformTexts.h"
+#include "platform/Service.h"
+
+#include <QList>
 
 #include <memory>
 
@@ -42,16 +45,24 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance();
 /// The preference store of this desktop. Needs a core application, no display.
 std::unique_ptr<PreferenceStore> makePreferenceStore();
 
-/// Every service of the desktop the program runs on. Made once, after QApplication; destroyed before it.
+/// Every service of the desktop the program runs on, chosen by what the desktop offers. None is ever null:
+/// what stands in for a missing one does nothing and knows why. Made once, after QApplication; destroyed
+/// before it.
 class Platform {
     struct Foundation;
     std::unique_ptr<Foundation> m_foundation;
+
+    void chooseClipboardAndKeys();
+    void chooseWindows();
 
 public:
     explicit Platform(MainQueue& queue);
     Platform(const Platform&) = delete;
     Platform& operator=(const Platform&) = delete;
     ~Platform();
+
+    /// Those a desktop may lack, in the order of a dictation. They live as long as this.
+    QList<NamedService> services() const;
 
     std::unique_ptr<Alerts> alerts;
     std::unique_ptr<Appearance> appearance;

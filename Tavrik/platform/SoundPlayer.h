@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Service.h"
+
 namespace tavrik {
 
 enum class Sound {
@@ -9,13 +11,8 @@ enum class Sound {
 };
 
 /// Plays the program's short sounds. Main thread only.
-class SoundPlayer {
+class SoundPlayer : public Service {
 public:
-    SoundPlayer() = default;
-    SoundPlayer(const SoundPlayer&) = delete;
-    SoundPlayer& operator=(const SoundPlayer&) = delete;
-    virtual ~SoundPlayer() = default;
-
     /// Starts the sound and returns at once. Without a sound server nothing is heard and nothing is reported.
     virtual void play(Sound sound) = 0;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Service.h"
+
 #include <QList>
 #include <QString>
 
@@ -20,17 +22,12 @@ struct MenuItem {
 };
 
 /// The program's icon in the desktop's status bar. Main thread only.
-class StatusItem {
+class StatusItem : public Service {
 public:
-    StatusItem() = default;
-    StatusItem(const StatusItem&) = delete;
-    StatusItem& operator=(const StatusItem&) = delete;
-    virtual ~StatusItem() = default;
-
     /// Shows the named symbol ("mic"). The description is for screen readers and the tooltip.
     virtual void setImage(const QString& symbol, const QString& description) = 0;
 
-    /// A second line of the tooltip, or none when empty.
+    /// What the tooltip says below the description, or nothing when empty.
     virtual void setNote(const QString& note) = 0;
 
     /// Installs the menu, replacing the previous one.

@@ -1,5 +1,6 @@
 #pragma once
 
+class QByteArray;
 class QWindow;
 
 namespace tavrik {
@@ -13,8 +14,10 @@ public:
     WindowActivator& operator=(const WindowActivator&) = delete;
     virtual ~WindowActivator() = default;
 
-    /// Raises a window that was shown and gives it the keyboard focus, whatever program had it.
-    virtual void activate(QWindow& window) = 0;
+    /// Raises a window that was shown and gives it the keyboard focus, whatever program had it. The token
+    /// proves to the desktop that the user wants this: what the caller was given as XDG_ACTIVATION_TOKEN or
+    /// DESKTOP_STARTUP_ID. Empty if there is none.
+    virtual void activate(QWindow& window, const QByteArray& activationToken) = 0;
 };
 
 } // namespace tavrik

@@ -1,5 +1,6 @@
 #include "account/Account.h"
 #include "app/AppDelegate.h"
+#include "app/HotKeyRegistrar.h"
 #include "base/MainQueue.h"
 #include "capture/AbstractPaster.h"
 #include "capture/AbstractRecordingHUD.h"
@@ -91,8 +92,12 @@ public:
 class FakePaster : public AbstractPaster {
 public:
     explicit FakePaster(fake::Journal& log) : journal(log) {}
-    void paste(const QString& text) override { journal << QString("paste [%1]").arg(text); }
+    void paste(const QString& text, Completion<void> completion) override {
+        journal << QString("paste [%1]").arg(text);
+        pending = std::move(completion);
+    }
     fake::Journal& journal;
+    Completion<void> pending;
 };
 
 class FakeAccount : public Account {
@@ -122,31 +127,32 @@ struct Desk {
     fake::AppearanceLog appearance;
     fake::HotKeys hotKeys{journal};
     fake::SilentMicrophone microphone;
-    fake::TrustedKeys pasteKeys;
+    fake::Keys pasteKeys;
     fake::Sounds sounds{journal};
     fake::Status status{journal};
-    std::unique_ptr<AppDelegate> app =
-        std::make_unique<AppDelegate>(AppDelegate::Parts{queue,
-                                                         preferences,
-                                                         settings,
-                                                         account,
-                                                         recorder,
-                                                         hud,
-                                                         translator,
-                                                         paster,
-                                                         [this]() -> HistoryStore& { return history; },
-                                                         alerts,
-                                                         appearance,
-                                                         hotKeys,
-                                                         microphone,
-                                                         pasteKeys,
-                                                         sounds,
-                                                         status,
-                                                         [this] { journal << "window"; },
-                                                         {},
-                                                         [this] {
-                                                             journal << "quit";
-                                                         }});
+    HotKeyRegistrar hotKey{hotKeys, queue, settings};
+    std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(
+        AppDelegate::Dependencies{queue,
+                                  preferences,
+                                  settings,
+                                  account,
+                                  hotKey,
+                                  recorder,
+                                  hud,
+                                  translator,
+                                  paster,
+                                  [this]() -> HistoryStore& { return history; },
+                                  alerts,
+                                  appearance,
+                                  microphone,
+                                  pasteKeys,
+                                  sounds,
+                                  status,
+                                  [this](const QByteArray& token) { journal << "window" + token; },
+                                  {},
+                                  [this] {
+                                      journal << "quit";
+                                  }});
 
     /// What a test's script may say.
     QMap<QString, std::function<void()>> events;
@@ -274,7 +280,7 @@ private Q_SLOTS:
         QCOMPARE(desk.status.description, "Tavrik idle");
         QVERIFY(desk.status.note.isEmpty());
         QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
-        QVERIFY(desk.microphone.asked && desk.pasteKeys.asked);
+        QVERIFY(desk.microphone.asked && desk.pasteKeys.asked == PasteKeys::PermissionRequest::once);
 
         QStringList menu;
         for (const auto& item : desk.status.items)
@@ -327,22 +333,21 @@ private Q_SLOTS:
         Desk desk;
         desk.app->applicationDidFinishLaunching();
         desk.journal.clear();
-        desk.app->releaseHotKey();
+        desk.hotKey.releaseHotKey();
         QCOMPARE(desk.journal, QStringList("unregister"));
 
         // Neither an edit from outside nor a second start takes it back too early.
         desk.preferences.values["hotkey_keycode"] = qlonglong{97};
         desk.preferences.changed();
-        desk.app->applicationShouldHandleReopen();
-        QCOMPARE(desk.journal, (QStringList{"unregister", "window"}));
-        desk.app->hotKeyChanged();
+        desk.app->applicationShouldHandleReopen(" 7");
+        QCOMPARE(desk.journal, (QStringList{"unregister", "window 7"}));
+        desk.hotKey.hotKeyChanged();
         QCOMPARE(desk.journal.last(), "register 97 2048");
-        QCOMPARE(desk.app->hotKeyStatus(), HotKeyBackend::Status::registered);
 
         // A recording ends before its key is let go of.
         desk.play("press");
         desk.journal.clear();
-        desk.app->releaseHotKey();
+        desk.hotKey.releaseHotKey();
         desk.preferences.values["hotkey_modifiers"] = qlonglong{4096};
         desk.preferences.changed();
         QVERIFY(desk.journal.isEmpty());
@@ -379,7 +384,7 @@ private Q_SLOTS:
 
     void takenHotKeyIsToldAndTriedAgain() {
         Desk desk;
-        desk.hotKeys.answer = HotKeyBackend::Status::taken;
+        desk.hotKeys.answer = {"fake", false, "Another program holds it."};
         desk.app->applicationDidFinishLaunching();
         QVERIFY(desk.status.note.contains("⌥ Space"));
         QVERIFY(!desk.journal.join(u' ').contains("alert"));
@@ -389,12 +394,12 @@ private Q_SLOTS:
         QCOMPARE(desk.journal.count("register 49 2048"), 1);
         QVERIFY(!desk.status.note.isEmpty());
 
-        desk.hotKeys.answer = HotKeyBackend::Status::registered;
-        desk.app->applicationShouldHandleReopen();
+        desk.hotKeys.answer = {"fake", true};
+        desk.app->applicationShouldHandleReopen(" 7");
         QCOMPARE(desk.journal.count("register 49 2048"), 2);
         QVERIFY(desk.status.note.isEmpty());
 
-        desk.app->applicationShouldHandleReopen();
+        desk.app->applicationShouldHandleReopen(" 7");
         QCOMPARE(desk.journal.count("register 49 2048"), 2);
     }
 };

@@ -47,6 +47,7 @@ struct FakeMicrophone final : Microphone {
         FakeMicrophone& microphone;
     };
 
+    ServiceStatus status() const override { return {u"fake"_s, true}; }
     void requestAccess() override {}
     Result<std::unique_ptr<Capture>> start(Sink newSink) override {
         if (!failure.isEmpty())

@@ -34,9 +34,9 @@ void InstanceTest::asksTheRunningProgram() {
 
     int reopened = 0;
     QByteArrayList opened;
-    const ApplicationInstance::Handlers handlers{.reopened = [&] { ++reopened; },
+    const ApplicationInstance::Handlers handlers{.reopened = [&](const QByteArray&) { ++reopened; },
                                                  .urlsOpened =
-                                                     [&](const auto& urls) {
+                                                     [&](const auto& urls, const QByteArray&) {
                                                          opened += urls;
                                                      }};
     {

@@ -14,7 +14,6 @@
 #include <initializer_list>
 
 using namespace tavrik;
-using Status = HotKeyBackend::Status;
 
 namespace {
 
@@ -144,7 +143,7 @@ void TestX11HotKey::combinationsFire() {
     QFETCH(QList<int>, held);
     QFETCH(int, key);
     const auto registration = add({keyCode, modifiers});
-    QCOMPARE(registration->status(), Status::registered);
+    QVERIFY(registration->status().works);
     for (const auto modifier : held)
         m_keys->press(modifier);
     m_keys->press(key);
@@ -217,7 +216,7 @@ void TestX11HotKey::modifiersMayMoveOnTheFly() {
     QTRY_COMPARE(m_keyboard->keymap().modifiersFor({XK_Alt_L}), XCB_MOD_MASK_3);
     QTRY_COMPARE(m_keyboard->keymap().numLock(), XCB_MOD_MASK_1);
     QTRY_VERIFY(!m_keys->grab(keySpace, XCB_MOD_MASK_3));
-    QCOMPARE(registration->status(), Status::registered);
+    QVERIFY(registration->status().works);
     m_keys->lock(XCB_MOD_MASK_1, 0);
     hold(keyAlt, keySpace);
     QTRY_COMPARE(m_log, m_once);
@@ -238,7 +237,7 @@ void TestX11HotKey::aTakenCombinationLeavesNothingBehind() {
     QFETCH(int, others);
     QVERIFY(m_keys->grab(keySpace, others));
     auto registration = add(altSpace);
-    QCOMPARE(registration->status(), Status::taken);
+    QVERIFY(registration->status().reason.contains("Another program"));
     for (const int mask :
          {0, int{XCB_MOD_MASK_LOCK}, int{XCB_MOD_MASK_2}, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2})
         QTRY_VERIFY(m_keys->grab(keySpace, XCB_MOD_MASK_1 | mask));
@@ -247,7 +246,7 @@ void TestX11HotKey::aTakenCombinationLeavesNothingBehind() {
     m_keys->ungrab(keySpace, XCB_MOD_MASK_ANY);
     registration.reset();
     registration = add(altSpace);
-    QCOMPARE(registration->status(), Status::registered);
+    QVERIFY(registration->status().works);
     hold(keyAlt, keySpace);
     QTRY_COMPARE(m_log.size(), 2);
     QCOMPARE(m_log, m_once);
@@ -256,9 +255,9 @@ void TestX11HotKey::aTakenCombinationLeavesNothingBehind() {
 }
 
 void TestX11HotKey::withoutKeyOrModifierItIsUnavailable() {
-    QCOMPARE(add({0x34, KeyCombination::option})->status(), Status::unavailable);
+    QVERIFY(!add({0x34, KeyCombination::option})->status().works);
     change("xmodmap", {"-e", "keycode 133 =", "-e", "keycode 134 ="});
-    QTRY_COMPARE(add({49, KeyCombination::command})->status(), Status::unavailable);
+    QTRY_VERIFY(!add({49, KeyCombination::command})->status().works);
     change("setxkbmap", {"us"});
 }
 
@@ -272,7 +271,7 @@ void TestX11HotKey::aDeadServerIsSurvived() {
     qputenv("DISPLAY", display);
     X11HotKeyBackend backend(keyboard);
     const auto before = backend.registerHotKey(altSpace, {});
-    QCOMPARE(before->status(), Status::registered);
+    QVERIFY(before->status().works);
     QVERIFY(keyboard.canSynthesise());
 
     server.kill();
@@ -285,7 +284,7 @@ void TestX11HotKey::aDeadServerIsSurvived() {
     loop.exec();
     QVERIFY2(turns < 30, qPrintable(QString::number(turns)));
 
-    QCOMPARE(backend.registerHotKey(altSpace, {})->status(), Status::unavailable);
+    QVERIFY(!backend.registerHotKey(altSpace, {})->status().works);
     QVERIFY(keyboard.queryInput().blockingKeys.none());
     QVERIFY(keyboard.queryInput().focusedWindowClass.isEmpty());
 }

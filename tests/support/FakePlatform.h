@@ -45,7 +45,19 @@ public:
     Journal& journal;
 };
 
-class Sounds : public SoundPlayer {
+/// A service whose status the test sets.
+template<class Interface>
+class Set : public Interface {
+public:
+    ServiceStatus status() const override { return state; }
+    void set(const ServiceStatus& to) {
+        state = to;
+        Q_EMIT this->statusChanged();
+    }
+    ServiceStatus state{QStringLiteral("fake"), true};
+};
+
+class Sounds : public Set<SoundPlayer> {
 public:
     explicit Sounds(Journal& log) : journal(log) {}
     void play(Sound sound) override {
@@ -54,7 +66,7 @@ public:
     Journal& journal;
 };
 
-class Status : public StatusItem {
+class Status : public Set<StatusItem> {
 public:
     explicit Status(Journal& log) : journal(log) {}
     void setImage(const QString& symbol, const QString& text) override {
@@ -69,7 +81,7 @@ public:
     QList<MenuItem> items;
 };
 
-class HotKeys : public HotKeyBackend {
+class HotKeys : public Set<HotKeyBackend> {
 public:
     explicit HotKeys(Journal& log) : journal(log) {}
     std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers wanted) override {
@@ -78,20 +90,24 @@ public:
         return std::make_unique<Held>(*this);
     }
 
-    struct Held : Registration {
-        explicit Held(HotKeys& keys) : owner(keys) {}
+    struct Held : Set<Registration> {
+        explicit Held(HotKeys& keys) : owner(keys) {
+            state = owner.answer;
+            owner.held = this;
+        }
         ~Held() override { owner.journal << QStringLiteral("unregister"); }
-        Status status() const override { return given; }
         HotKeys& owner;
-        const Status given = owner.answer;
     };
 
     Journal& journal;
     Handlers handlers;
-    Status answer = Status::registered;
+    /// What the next registration says.
+    ServiceStatus answer = state;
+    /// The last registration.
+    Held* held = nullptr;
 };
 
-class SilentMicrophone : public Microphone {
+class SilentMicrophone : public Set<Microphone> {
 public:
     void requestAccess() override { asked = true; }
     Result<std::unique_ptr<Capture>> start(Sink) override {
@@ -100,12 +116,11 @@ public:
     bool asked = false;
 };
 
-class TrustedKeys : public PasteKeys {
+class Keys : public Set<PasteKeys> {
 public:
-    bool isTrusted() const override { return true; }
-    void requestTrust() override { asked = true; }
-    void sendPaste() override {}
-    bool asked = false;
+    void requestPermission(PermissionRequest request) override { asked = request; }
+    void sendPaste(Completion<void>) override {}
+    std::optional<PermissionRequest> asked;
 };
 
 class AppearanceLog : public Appearance {

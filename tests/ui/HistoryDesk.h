@@ -16,6 +16,7 @@ namespace tavrik::test {
 
 class HeldClipboard : public Clipboard {
 public:
+    ServiceStatus status() const override { return {QStringLiteral("fake"), true}; }
     void setText(const QString& text) override { held = text; }
     QString held;
 };

@@ -22,14 +22,12 @@
 
 namespace tavrik::test {
 
-class OwnerLog : public AbstractHotKeyOwner {
+class OwnerLog : public fake::Set<AbstractHotKeyOwner> {
 public:
     void releaseHotKey() override { ++released; }
     void hotKeyChanged() override { ++changed; }
-    HotKeyBackend::Status hotKeyStatus() const override { return status; }
     int released = 0;
     int changed = 0;
-    HotKeyBackend::Status status = HotKeyBackend::Status::registered;
 };
 
 class NoFolders : public FolderRevealer {
@@ -60,30 +58,32 @@ struct WindowDesk {
     X11WindowActivator activator;
     XkbKeyReader keys;
     OwnerLog hotKey;
+    fake::Keys pasteKeys;
     fake::Preferences preferences;
     fake::AppearanceLog appearance;
     Settings settings{preferences};
     ViewEngine engine;
-    MainWindowController controller{{
-                                        .queue = queue,
-                                        .account = account,
-                                        .history = [this]() -> HistoryStore& { return history; },
-                                        .clipboard = clipboard,
-                                        .days = days,
-                                        .links = links,
-                                        .activator = activator,
-                                        .settings = {.shortcut = {preferences, settings, keys, hotKey},
-                                                     .appearance = appearance,
-                                                     .loginItem = loginItem,
-                                                     .folders = folders,
-                                                     .texts = {.microphone = QStringLiteral("microphone"),
-                                                               .signOut = QStringLiteral("sign out"),
-                                                               .dataFolder = QStringLiteral("folder"),
-                                                               .revealFolder = QStringLiteral("Show")},
-                                                     .dataFolder = folder.path()},
-                                        .fullUserName = QStringLiteral("Sara Ahmadi"),
-                                    },
-                                    engine};
+    MainWindowController controller{
+        {
+            .queue = queue,
+            .account = account,
+            .history = [this]() -> HistoryStore& { return history; },
+            .clipboard = clipboard,
+            .days = days,
+            .links = links,
+            .activator = activator,
+            .settings = {.shortcut = {preferences, settings, keys, hotKey, pasteKeys},
+                         .appearance = appearance,
+                         .loginItem = loginItem,
+                         .folders = folders,
+                         .texts = {.microphone = QStringLiteral("microphone"),
+                                   .signOut = QStringLiteral("sign out"),
+                                   .dataFolder = QStringLiteral("folder"),
+                                   .revealFolder = QStringLiteral("Show")},
+                         .dataFolder = folder.path()},
+            .fullUserName = QStringLiteral("Sara Ahmadi"),
+        },
+        engine};
 
     /// Finds Sara's session, or none.
     void start(bool signedIn) {

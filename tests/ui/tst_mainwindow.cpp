@@ -21,7 +21,7 @@ struct Desk : test::WindowDesk {
     explicit Desk(bool signedIn = true, bool collapsed = false) {
         preferences.values["sidebar_collapsed"] = collapsed;
         start(signedIn);
-        controller.show();
+        controller.show({});
         if (!QTest::qWaitForWindowActive(&window()))
             qFatal("the window did not become active");
     }
@@ -112,7 +112,7 @@ private Q_SLOTS:
         QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
         QTRY_VERIFY(!window->isVisible());
 
-        desk.controller.show();
+        desk.controller.show({});
         QCOMPARE(desk.controller.window(), window);
         QVERIFY(QTest::qWaitForWindowActive(window));
         QTRY_COMPARE(window->position(), place);
@@ -120,7 +120,7 @@ private Q_SLOTS:
 
         window->showMinimized();
         QTRY_VERIFY(window->windowStates() & Qt::WindowMinimized);
-        desk.controller.show();
+        desk.controller.show({});
         QTRY_VERIFY(!(window->windowStates() & Qt::WindowMinimized));
         QVERIFY(QTest::qWaitForWindowActive(window));
     }
@@ -257,7 +257,7 @@ private Q_SLOTS:
         QTRY_COMPARE(desk.hotKey.released, 3);
         desk.window().close();
         QTRY_COMPARE(desk.hotKey.changed, 3);
-        desk.controller.show();
+        desk.controller.show({});
         tree.click(defaultShortcut);
         QTRY_COMPARE(desk.hotKey.released, 4);
         QWindow other;
@@ -268,13 +268,13 @@ private Q_SLOTS:
 
     void warnsOfAShortcutThatIsTaken() {
         Desk desk;
-        desk.hotKey.status = HotKeyBackend::Status::taken;
         desk.tree().click(u"Settings"_s);
-        const auto warning = u"Another program holds ⌥ Space. Click the shortcut and press another one."_s;
+        const auto warning = u"Another program holds this shortcut."_s;
+        desk.hotKey.set({u"fake"_s, false, warning});
         QTRY_VERIFY(desk.tree().shows(warning));
         desk.tree().click(defaultShortcut);
         QTRY_VERIFY(!desk.tree().shows(warning));
-        desk.hotKey.status = HotKeyBackend::Status::registered;
+        desk.hotKey.set({u"fake"_s, true});
         desk.hands.press(keyEscape);
         desk.hands.release(keyEscape);
         QTRY_VERIFY(!desk.tree().shows(warning));

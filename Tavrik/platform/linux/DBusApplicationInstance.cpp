@@ -27,15 +27,17 @@ public:
     explicit Service(Handlers handlers) : m_handlers(std::move(handlers)) {}
 
 public Q_SLOTS:
-    void Activate(const QVariantMap&) { afterReply(m_handlers.reopened); }
+    void Activate(const QVariantMap&) {
+        afterReply([this] { m_handlers.reopened({}); });
+    }
     void Open(const QStringList& uris, const QVariantMap&) {
         QByteArrayList urls;
         for (const auto& uri : uris)
             urls << uri.toUtf8();
-        afterReply([this, urls] { m_handlers.urlsOpened(urls); });
+        afterReply([this, urls] { m_handlers.urlsOpened(urls, {}); });
     }
     void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
-        afterReply(m_handlers.reopened);
+        afterReply([this] { m_handlers.reopened({}); });
     }
 
 private:

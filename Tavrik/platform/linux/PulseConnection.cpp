@@ -78,6 +78,41 @@ bool PulseConnection::waitUntil(pa_usec_t deadline, const std::function<bool()>&
     return met;
 }
 
+ServiceStatus PulseConnection::status(Use use) {
+    const Lock lock(*this);
+    const auto deadline = pa_rtclock_now() + startLimit;
+    const auto backend = QStringLiteral("PulseAudio");
+    const auto context = awaitReady(deadline);
+    if (!context)
+        return {backend, false, context.error().description};
+    if (use == Use::playing)
+        return {backend, true};
+
+    struct Question {
+        PulseConnection& connection;
+        bool answered = false;
+        bool hasSource = false;
+    } question{*this};
+    const PulsePointer<pa_operation> query(pa_context_get_server_info(
+        *context,
+        [](pa_context*, const pa_server_info* info, void* userdata) {
+            auto& asked = *static_cast<Question*>(userdata);
+            asked.answered = true;
+            asked.hasSource = info && info->default_source_name && *info->default_source_name != '\0';
+            asked.connection.wake();
+        },
+        &question));
+    waitUntil(deadline, [&] {
+        return question.answered || !PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context.get()));
+    });
+    if (query)
+        pa_operation_cancel(query.get());
+    if (!question.answered)
+        return {backend, false, error(PA_ERR_TIMEOUT).description};
+    return question.hasSource ? ServiceStatus{backend, true}
+                              : ServiceStatus{backend, false, noMicrophone().description};
+}
+
 void PulseConnection::drop() {
     m_whenReady = nullptr;
     if (!m_context)
@@ -85,6 +120,10 @@ void PulseConnection::drop() {
     pa_context_set_state_callback(m_context.get(), nullptr, nullptr);
     pa_context_disconnect(m_context.get());
     m_context.reset();
+}
+
+Error PulseConnection::noMicrophone() {
+    return {QStringLiteral("No microphone was found.")};
 }
 
 Error PulseConnection::error(int code) {
@@ -100,6 +139,8 @@ void PulseConnection::onStateChanged() {
         std::exchange(m_whenReady, nullptr)(m_context.get());
     if (!PA_CONTEXT_IS_GOOD(state))
         m_whenReady = nullptr;
+    if (state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state))
+        QMetaObject::invokeMethod(this, &PulseConnection::changed, Qt::QueuedConnection);
     wake();
 }
 

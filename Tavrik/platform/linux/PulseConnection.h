@@ -1,6 +1,9 @@
 #pragma once
 
 #include "base/Result.h"
+#include "platform/Service.h"
+
+#include <QObject>
 
 #include <pulse/pulseaudio.h>
 
@@ -24,8 +27,13 @@ using PulsePointer = std::unique_ptr<T, PulseDeleter>;
 /// ready in a fraction of a millisecond; a context that broke is replaced when it is next needed, and nothing
 /// runs until then. Made and destroyed on the main thread; everything else needs a Lock, which callbacks of
 /// libpulse have.
-class PulseConnection {
+class PulseConnection : public QObject {
+    Q_OBJECT
+
 public:
+    /// How long the server may take to answer, less than a press of the hot key may wait.
+    static constexpr auto startLimit = 90 * PA_USEC_PER_MSEC;
+
     using Ready = std::move_only_function<void(pa_context*)>;
 
     /// Keeps the connection's thread from running callbacks. Main thread only.
@@ -43,9 +51,7 @@ public:
     };
 
     PulseConnection();
-    PulseConnection(const PulseConnection&) = delete;
-    PulseConnection& operator=(const PulseConnection&) = delete;
-    ~PulseConnection();
+    ~PulseConnection() override;
 
     /// Begins to connect, unless connected or connecting already. Returns at once.
     void open();
@@ -57,6 +63,12 @@ public:
     /// Waits for the connection until `deadline` (in the time of pa_rtclock_now). Main thread.
     Result<pa_context*> awaitReady(pa_usec_t deadline);
 
+    enum class Use { playing, recording };
+
+    /// Whether the server answers, and has a microphone if that is needed. Waits `startLimit` at most. Main
+    /// thread, without the Lock.
+    ServiceStatus status(Use use);
+
     /// Waits until `done` is true, asking again after each wake(). False if the deadline came first. Main
     /// thread, after open().
     bool waitUntil(pa_usec_t deadline, const std::function<bool()>& done);
@@ -67,8 +79,15 @@ public:
     /// Gives the connection up, and with it every stream that lives on it, here and in the server.
     void drop();
 
+    /// The error for a server without a source.
+    static Error noMicrophone();
+
     /// What libpulse's error code means to the user.
     static Error error(int code);
+
+Q_SIGNALS:
+    /// The server is there, or has gone. On the main thread, from its event loop.
+    void changed();
 
 private:
     void onStateChanged();

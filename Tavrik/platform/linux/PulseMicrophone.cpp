@@ -10,7 +10,6 @@ namespace tavrik {
 namespace {
 
 // Less than what is promised to the callers, for the calls around the waiting.
-constexpr auto startLimit = 90 * PA_USEC_PER_MSEC;
 constexpr auto stopLimit = 11 * PA_USEC_PER_MSEC;
 constexpr auto fragment = 10 * PA_USEC_PER_MSEC;
 /// Too little to wait a fragment for when the microphone stops: what a resampler holds back, for one.
@@ -75,7 +74,7 @@ Result<void> PulseCapture::start(pa_usec_t deadline) {
     }
     const auto code = pa_context_errno(*context);
     if (code == PA_ERR_NOENTITY)
-        return std::unexpected(Error{QStringLiteral("No microphone was found.")});
+        return std::unexpected(PulseConnection::noMicrophone());
     return std::unexpected(PulseConnection::error(code));
 }
 
@@ -126,7 +125,13 @@ void PulseCapture::close() {
 } // namespace
 
 PulseMicrophone::PulseMicrophone(std::shared_ptr<PulseConnection> connection)
-    : m_connection(std::move(connection)) {}
+    : m_connection(std::move(connection)) {
+    connect(m_connection.get(), &PulseConnection::changed, this, &PulseMicrophone::statusChanged);
+}
+
+ServiceStatus PulseMicrophone::status() const {
+    return m_connection->status(PulseConnection::Use::recording);
+}
 
 void PulseMicrophone::requestAccess() {
     const PulseConnection::Lock lock(*m_connection);
@@ -134,7 +139,7 @@ void PulseMicrophone::requestAccess() {
 }
 
 Result<std::unique_ptr<Microphone::Capture>> PulseMicrophone::start(Sink sink) {
-    const auto deadline = pa_rtclock_now() + startLimit;
+    const auto deadline = pa_rtclock_now() + PulseConnection::startLimit;
     auto capture = std::make_unique<PulseCapture>(m_connection, std::move(sink));
     if (auto started = capture->start(deadline); !started)
         return std::unexpected(std::move(started.error()));

@@ -13,6 +13,8 @@ class PulseMicrophone final : public Microphone {
 public:
     explicit PulseMicrophone(std::shared_ptr<PulseConnection> connection);
 
+    /// Asks the server, and waits for its answer as long as a start may take.
+    ServiceStatus status() const override;
     void requestAccess() override;
     Result<std::unique_ptr<Capture>> start(Sink sink) override;
 

@@ -63,7 +63,13 @@ private:
 
 PulseSoundPlayer::PulseSoundPlayer(std::shared_ptr<PulseConnection> connection)
     : m_connection(std::move(connection)),
-      m_samples{samplesOf("pop"), samplesOf("glass"), samplesOf("basso")} {}
+      m_samples{samplesOf("pop"), samplesOf("glass"), samplesOf("basso")} {
+    connect(m_connection.get(), &PulseConnection::changed, this, &PulseSoundPlayer::statusChanged);
+}
+
+ServiceStatus PulseSoundPlayer::status() const {
+    return m_connection->status(PulseConnection::Use::playing);
+}
 
 void PulseSoundPlayer::play(Sound sound) {
     const PulseConnection::Lock lock(*m_connection);

@@ -17,6 +17,8 @@ class PulseSoundPlayer final : public SoundPlayer {
 public:
     explicit PulseSoundPlayer(std::shared_ptr<PulseConnection> connection);
 
+    /// Asks the server, and waits for its answer as long as the start of a recording may take.
+    ServiceStatus status() const override;
     void play(Sound sound) override;
 
 private:

@@ -93,6 +93,13 @@ TrayStatusItem::TrayStatusItem(std::function<bool()> hasXEmbedTray)
 
 TrayStatusItem::~TrayStatusItem() = default;
 
+ServiceStatus TrayStatusItem::status() const {
+    const auto backend = QStringLiteral("StatusNotifier or XEmbed");
+    return m_icon ? ServiceStatus{backend, true}
+                  : ServiceStatus{backend, false,
+                                  QStringLiteral("The desktop has no bar that shows programs' icons.")};
+}
+
 void TrayStatusItem::setImage(const QString& symbol, const QString& description) {
     m_symbol = symbol;
     m_description = description;
@@ -168,6 +175,7 @@ void TrayStatusItem::makeIcon() {
                     m_menu.popup(QCursor::pos());
             });
     updateIcon();
+    Q_EMIT statusChanged();
 }
 
 void TrayStatusItem::updateIcon() {

@@ -14,7 +14,7 @@ namespace tavrik {
 
 /// The status item as a tray icon, StatusNotifier or XEmbed, whichever the desktop has. It appears with its
 /// first image.
-class TrayStatusItem : public QObject, public StatusItem {
+class TrayStatusItem : public StatusItem {
     Q_OBJECT
 
 public:
@@ -22,6 +22,7 @@ public:
     explicit TrayStatusItem(std::function<bool()> hasXEmbedTray);
     ~TrayStatusItem() override;
 
+    ServiceStatus status() const override;
     void setImage(const QString& symbol, const QString& description) override;
     void setNote(const QString& note) override;
     void setMenu(const QList<MenuItem>& items) override;

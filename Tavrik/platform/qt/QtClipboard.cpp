@@ -3,7 +3,13 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
+
+ServiceStatus QtClipboard::status() const {
+    return {u"Qt, "_s + QGuiApplication::platformName(), true};
+}
 
 void QtClipboard::setText(const QString& text) {
     QGuiApplication::clipboard()->setText(text);

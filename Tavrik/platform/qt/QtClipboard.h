@@ -8,6 +8,7 @@ namespace tavrik {
 /// destroyed.
 class QtClipboard : public Clipboard {
 public:
+    ServiceStatus status() const override;
     void setText(const QString& text) override;
 
     /// Offers our text as the selection too, where there is one and while the clipboard is still ours.

@@ -9,9 +9,13 @@
 #include <optional>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
+
+const QString backendName = u"X11 grab"_s;
 
 /// A combination as the server's grabs want it.
 struct X11Combination {
@@ -53,13 +57,14 @@ std::optional<X11Combination> translate(KeyCombination combination, const X11Key
     return result;
 }
 
-class X11Registration : public QObject, public HotKeyBackend::Registration {
+class X11Registration final : public HotKeyBackend::Registration {
 public:
     X11Registration(X11Keyboard& keyboard, KeyCombination wanted, HotKeyBackend::Handlers handlers)
         : m_keyboard(keyboard), m_wanted(wanted), m_handlers(std::move(handlers)) {
         connect(&keyboard, &X11Keyboard::pressed, this, &X11Registration::press);
         connect(&keyboard, &X11Keyboard::released, this, &X11Registration::release);
         connect(&keyboard, &X11Keyboard::keymapChanged, this, &X11Registration::follow);
+        connect(&keyboard, &X11Keyboard::disconnected, this, &X11Registration::giveUp);
         grab();
     }
 
@@ -68,28 +73,27 @@ public:
 
     ~X11Registration() override { ungrab(); }
 
-    HotKeyBackend::Status status() const override { return m_status; }
+    ServiceStatus status() const override { return {backendName, m_isGrabbed, m_reason}; }
 
 private:
     void grab() {
         m_combination = translate(m_wanted, m_keyboard.keymap());
-        m_status = HotKeyBackend::Status::unavailable;
-        if (!m_combination)
-            return;
-        switch (m_keyboard.grab(m_combination->keycode, m_combination->grabMasks())) {
-        case X11Keyboard::Grab::made:
-            m_status = HotKeyBackend::Status::registered;
-            break;
-        case X11Keyboard::Grab::taken:
-            m_status = HotKeyBackend::Status::taken;
-            break;
-        case X11Keyboard::Grab::impossible:
-            break;
-        }
+        auto outcome = X11Keyboard::Grab::impossible;
+        if (m_combination)
+            outcome = m_keyboard.grab(m_combination->keycode, m_combination->grabMasks());
+        m_isGrabbed = outcome == X11Keyboard::Grab::made;
+        if (m_isGrabbed)
+            m_reason.clear();
+        else if (!m_keyboard.isConnected())
+            m_reason = X11Keyboard::disconnectedReason();
+        else if (outcome == X11Keyboard::Grab::taken)
+            m_reason = u"Another program holds this shortcut. Choose another one."_s;
+        else
+            m_reason = u"The keyboard has no key for this shortcut. Choose another one."_s;
     }
 
     void ungrab() {
-        if (m_combination && m_status == HotKeyBackend::Status::registered)
+        if (m_combination && m_isGrabbed)
             m_keyboard.ungrab(m_combination->keycode, m_combination->grabMasks());
     }
 
@@ -98,8 +102,11 @@ private:
     void follow() {
         if (translate(m_wanted, m_keyboard.keymap()) == m_combination)
             return;
+        const auto before = status();
         ungrab();
         grab();
+        if (status() != before)
+            Q_EMIT statusChanged();
     }
 
     void press(quint8 keycode, quint8 modifiers) {
@@ -118,17 +125,33 @@ private:
         m_handlers.released();
     }
 
+    void giveUp() {
+        m_isGrabbed = false;
+        m_reason = X11Keyboard::disconnectedReason();
+        if (m_held)
+            release(*m_held);
+        Q_EMIT statusChanged();
+    }
+
     X11Keyboard& m_keyboard;
     const KeyCombination m_wanted;
     const HotKeyBackend::Handlers m_handlers;
     std::optional<X11Combination> m_combination;
-    HotKeyBackend::Status m_status = HotKeyBackend::Status::unavailable;
+    bool m_isGrabbed = false;
+    QString m_reason;
     std::optional<quint8> m_held;
 };
 
 } // namespace
 
-X11HotKeyBackend::X11HotKeyBackend(X11Keyboard& keyboard) : m_keyboard(keyboard) {}
+X11HotKeyBackend::X11HotKeyBackend(X11Keyboard& keyboard) : m_keyboard(keyboard) {
+    connect(&keyboard, &X11Keyboard::disconnected, this, &X11HotKeyBackend::statusChanged);
+}
+
+ServiceStatus X11HotKeyBackend::status() const {
+    const bool works = m_keyboard.isConnected();
+    return {backendName, works, works ? QString() : X11Keyboard::disconnectedReason()};
+}
 
 std::unique_ptr<HotKeyBackend::Registration> X11HotKeyBackend::registerHotKey(KeyCombination combination,
                                                                               Handlers handlers) {

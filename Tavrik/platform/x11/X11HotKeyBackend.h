@@ -12,6 +12,7 @@ public:
     /// The keyboard must outlive the registrations too.
     explicit X11HotKeyBackend(X11Keyboard& keyboard);
 
+    ServiceStatus status() const override;
     std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers handlers) override;
 
 private:

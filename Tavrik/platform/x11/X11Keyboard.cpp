@@ -71,8 +71,16 @@ X11Keyboard::X11Keyboard() : m_connection(xcb_connect(nullptr, nullptr)) {
             [this] { drain(false); });
 }
 
+bool X11Keyboard::isConnected() const {
+    return xcb_connection_has_error(m_connection.get()) == 0;
+}
+
+QString X11Keyboard::disconnectedReason() {
+    return QStringLiteral("The X server cannot be reached. Start Tavrik again.");
+}
+
 bool X11Keyboard::canSynthesise() const {
-    if (xcb_connection_has_error(m_connection.get()) != 0)
+    if (!isConnected())
         return false;
     const auto* xtest = xcb_get_extension_data(m_connection.get(), &xcb_test_id);
     return xtest != nullptr && xtest->present != 0;
@@ -180,8 +188,10 @@ void X11Keyboard::drain(bool readSocket) {
             Q_EMIT keymapChanged();
         }
     } while (keymapStale);
-    if (xcb_connection_has_error(connection) != 0)
+    if (!isConnected() && m_notifier->isEnabled()) {
         m_notifier->setEnabled(false);
+        Q_EMIT disconnected();
+    }
 }
 
 } // namespace tavrik

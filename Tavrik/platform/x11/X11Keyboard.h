@@ -29,6 +29,12 @@ public:
 
     X11Keyboard();
 
+    /// Whether there is a server.
+    bool isConnected() const;
+
+    /// Why nothing works when there is none, for the user.
+    static QString disconnectedReason();
+
     /// Whether there is a server, and it lets a program synthesise keys.
     bool canSynthesise() const;
 
@@ -68,6 +74,8 @@ Q_SIGNALS:
     void released(quint8 keycode);
     void keymapChanged();
     void modifiersChanged();
+    /// The server has gone, for good.
+    void disconnected();
 
 private:
     Keys blocking(std::span<const quint8> down) const;

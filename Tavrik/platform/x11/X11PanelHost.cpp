@@ -48,12 +48,28 @@ X11PanelHost::X11PanelHost()
       m_clientList(xcbAtom(m_connection, "_NET_CLIENT_LIST")),
       m_strutPartial(xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL")) {}
 
+ServiceStatus X11PanelHost::status() const {
+    return {QStringLiteral("X11 override-redirect window"), true};
+}
+
 void X11PanelHost::adopt(QWindow& window) {
     // Without the bypass it would stand in task bars and below full-screen windows.
     window.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                     Qt::WindowDoesNotAcceptFocus | Qt::BypassWindowManagerHint);
 }
 
+void X11PanelHost::present(QWindow& window, const QRect& panel, int distance) {
+    if (const auto frame = visibleFrame()) {
+        const QPoint centre(frame->x() + frame->width() / 2,
+                            frame->y() + frame->height() - distance - panel.height() / 2);
+        window.setPosition(centre - QPoint(panel.x() + panel.width() / 2, panel.y() + panel.height() / 2));
+    }
+    window.show();
+    window.raise();
+}
+
+/// The part of the screen that bars and docks leave free, on the screen where the user types, in
+/// device-independent pixels.
 std::optional<QRect> X11PanelHost::visibleFrame() const {
     const auto* screen = typingScreen();
     if (!screen)

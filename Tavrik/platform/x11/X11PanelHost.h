@@ -2,23 +2,30 @@
 
 #include "platform/PanelHost.h"
 
+#include <QRect>
+
 #include <xcb/xcb.h>
+
+#include <optional>
 
 class QScreen;
 
 namespace tavrik {
 
-/// Panels under X11: windows the window manager does not manage. Uses the application's own connection.
+/// Panels under X11: windows the window manager does not manage. Uses the application's own connection, which
+/// must be to an X server.
 class X11PanelHost : public PanelHost {
 public:
     X11PanelHost();
 
+    ServiceStatus status() const override;
     void adopt(QWindow& window) override;
-    std::optional<QRect> visibleFrame() const override;
+    void present(QWindow& window, const QRect& panel, int distance) override;
     void setClickableArea(QWindow& window, const QRegion& area) override;
     bool isTranslucent() const override;
 
 private:
+    std::optional<QRect> visibleFrame() const;
     QScreen* typingScreen() const;
     QRect withoutDocks(const QScreen& screen) const;
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace tavrik {
@@ -73,19 +74,30 @@ X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSel
     connect(&m_bound, &QTimer::timeout, this, &X11PasteKeys::sendAnyway);
     connect(&keyboard, &X11Keyboard::modifiersChanged, this, &X11PasteKeys::sendIfFree);
     connect(&keyboard, &X11Keyboard::released, this, &X11PasteKeys::sendIfFree);
+    connect(&keyboard, &X11Keyboard::disconnected, this, [this] {
+        if (m_bound.isActive())
+            sendAnyway();
+        Q_EMIT statusChanged();
+    });
 }
 
-bool X11PasteKeys::isTrusted() const {
-    return m_keyboard.canSynthesise();
+ServiceStatus X11PasteKeys::status() const {
+    const auto backend = u"XTEST"_s;
+    if (!m_keyboard.isConnected())
+        return {backend, false, X11Keyboard::disconnectedReason()};
+    if (!m_keyboard.canSynthesise())
+        return {backend, false, u"The X server lets no program paste into another."_s};
+    return {backend, true};
 }
 
-void X11PasteKeys::sendPaste() {
-    if (m_bound.isActive())
-        return;
-    if (const auto now = m_keyboard.queryInput(); now.blockingKeys.none())
-        return send(now);
-    m_keyboard.watchModifiers(true);
-    m_bound.start();
+void X11PasteKeys::sendPaste(Completion<void> completion) {
+    if (!m_bound.isActive()) {
+        if (const auto now = m_keyboard.queryInput(); now.blockingKeys.none())
+            return completion(send(now));
+        m_keyboard.watchModifiers(true);
+        m_bound.start();
+    }
+    m_waiting.push_back(std::move(completion));
     // Asked again, since the last key may have gone up before the watch began.
     sendIfFree();
 }
@@ -94,7 +106,7 @@ void X11PasteKeys::sendIfFree() {
     if (!m_bound.isActive())
         return;
     if (const auto now = m_keyboard.queryInput(); now.blockingKeys.none())
-        endWaiting(now);
+        endWaiting(send(now));
 }
 
 void X11PasteKeys::sendAnyway() {
@@ -102,16 +114,19 @@ void X11PasteKeys::sendAnyway() {
     for (size_t keycode = 0; keycode < now.blockingKeys.size(); ++keycode)
         if (now.blockingKeys[keycode])
             m_keyboard.synthesise(keycode, false);
-    endWaiting(now);
+    endWaiting(send(now));
 }
 
-void X11PasteKeys::endWaiting(const X11Keyboard::InputState& now) {
+void X11PasteKeys::endWaiting(const Result<void>& outcome) {
     m_bound.stop();
     m_keyboard.watchModifiers(false);
-    send(now);
+    for (auto& completion : std::exchange(m_waiting, {}))
+        completion(outcome);
 }
 
-void X11PasteKeys::send(const X11Keyboard::InputState& now) {
+Result<void> X11PasteKeys::send(const X11Keyboard::InputState& now) {
+    if (const auto can = status(); !can.works)
+        return std::unexpected(Error{can.reason});
     const auto& keymap = m_keyboard.keymap();
     auto modifier = keymap.keyForModifiers(XCB_MOD_MASK_CONTROL);
     auto key = keymap.keyFor(XK_v, now.group);
@@ -123,12 +138,13 @@ void X11PasteKeys::send(const X11Keyboard::InputState& now) {
         key = keymap.keyFor(XK_Insert, now.group);
     }
     if (!modifier || !key)
-        return;
+        return std::unexpected(Error{u"The keyboard has no keys that paste."_s});
     m_keyboard.synthesise(*modifier, true);
     m_keyboard.synthesise(*key, true);
     m_keyboard.synthesise(*key, false);
     m_keyboard.synthesise(*modifier, false);
     m_keyboard.flush();
+    return {};
 }
 
 } // namespace tavrik

@@ -1,27 +1,22 @@
 #include "platform/x11/X11WindowActivator.h"
 
-#include <QGuiApplication>
+#include "platform/x11/Xcb.h"
+
+#include <QByteArray>
 #include <QWindow>
 
-#include <cstdlib>
-#include <memory>
-#include <string_view>
+#include <algorithm>
 
 namespace tavrik {
 
 X11WindowActivator::X11WindowActivator()
-    : m_connection(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()),
+    : m_connection(applicationConnection()),
       m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
-      m_activeWindow(XCB_ATOM_NONE) {
-    constexpr std::string_view name = "_NET_ACTIVE_WINDOW";
-    const auto cookie = xcb_intern_atom(m_connection, 0, name.size(), name.data());
-    if (auto* reply = xcb_intern_atom_reply(m_connection, cookie, nullptr)) {
-        m_activeWindow = reply->atom;
-        std::free(reply);
-    }
-}
+      m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
+      m_startupInfoBegin(xcbAtom(m_connection, "_NET_STARTUP_INFO_BEGIN")),
+      m_startupInfo(xcbAtom(m_connection, "_NET_STARTUP_INFO")) {}
 
-void X11WindowActivator::activate(QWindow& window) {
+void X11WindowActivator::activate(QWindow& window, const QByteArray& activationToken) {
     constexpr uint32_t sourceIsUser = 2;
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
@@ -33,7 +28,33 @@ void X11WindowActivator::activate(QWindow& window) {
     xcb_send_event(m_connection, 0, m_root,
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&message));
+    if (!activationToken.isEmpty())
+        endStartupNotification(activationToken);
     xcb_flush(m_connection);
+}
+
+void X11WindowActivator::endStartupNotification(const QByteArray& id) {
+    auto quoted = id;
+    quoted.replace('\\', "\\\\").replace('"', "\\\"");
+    const auto text = "remove: ID=\"" + quoted + '"';
+
+    // Split over as many messages as it takes, the closing zero included; only the first is a beginning.
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 8;
+    message.window = xcb_generate_id(m_connection);
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, message.window, m_root, -1, -1, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    constexpr qsizetype most = sizeof message.data.data8;
+    for (qsizetype start = 0; start <= text.size(); start += most) {
+        message.type = start == 0 ? m_startupInfoBegin : m_startupInfo;
+        const auto piece = text.sliced(start, std::min(most, text.size() - start));
+        std::ranges::fill(message.data.data8, uint8_t{0});
+        std::ranges::copy(piece, message.data.data8);
+        xcb_send_event(m_connection, 0, m_root, XCB_EVENT_MASK_PROPERTY_CHANGE,
+                       reinterpret_cast<const char*>(&message));
+    }
+    xcb_destroy_window(m_connection, message.window);
 }
 
 } // namespace tavrik

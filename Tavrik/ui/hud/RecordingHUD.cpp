@@ -59,9 +59,7 @@ void RecordingHUD::show(std::function<float()> levelProvider, std::function<void
     if (!m_panel)
         makePanel();
     m_hiding.stop();
-    placePanel();
-    m_panel->show();
-    m_panel->raise();
+    presentPanel();
     m_levelProvider = std::move(levelProvider);
     m_levelTimer.start();
 }
@@ -87,18 +85,16 @@ void RecordingHUD::makePanel() {
     m_host.adopt(*m_panel);
 }
 
-void RecordingHUD::placePanel() {
+void RecordingHUD::presentPanel() {
     const auto pill = m_panel->rootObject()->property("pillRect").toRectF().toRect();
     const bool translucent = m_host.isTranslucent();
     m_panel->rootObject()->setProperty("translucent", translucent);
     m_panel->setMask(translucent ? QRegion() : capsule(pill));
     m_host.setClickableArea(*m_panel, capsule(pill));
 
-    if (const auto frame = m_host.visibleFrame()) {
-        const QPoint centre(frame->x() + frame->width() / 2,
-                            frame->y() + frame->height() - distanceFromBottom - panelSize.height() / 2);
-        m_panel->setPosition(centre - QPoint(pill.x() + pill.width() / 2, pill.y() + pill.height() / 2));
-    }
+    QRect panel(QPoint(), panelSize);
+    panel.moveCenter(pill.center());
+    m_host.present(*m_panel, panel, distanceFromBottom);
 }
 
 std::function<void()> RecordingHUD::posted(std::function<void()> action) {

@@ -29,7 +29,7 @@ public:
 
 private:
     void makePanel();
-    void placePanel();
+    void presentPanel();
     std::function<void()> posted(std::function<void()> action);
 
     PanelHost& m_host;

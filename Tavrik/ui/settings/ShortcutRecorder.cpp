@@ -26,6 +26,8 @@ ShortcutRecorder::ShortcutRecorder(const Collaborators& with, QObject* parent)
         if (m_phase != Phase::idle && window != m_window)
             end();
     });
+    for (const Service* service : {static_cast<const Service*>(&m_with.hotKey), &m_with.paste})
+        connect(service, &Service::statusChanged, this, &ShortcutRecorder::changed);
 }
 
 ShortcutRecorder::~ShortcutRecorder() {
@@ -39,17 +41,10 @@ QString ShortcutRecorder::display() const {
 QString ShortcutRecorder::warning() const {
     if (m_phase != Phase::idle)
         return {};
-    switch (m_with.hotKey.hotKeyStatus()) {
-    case HotKeyBackend::Status::registered:
-        return {};
-    case HotKeyBackend::Status::taken:
-        return QStringLiteral("Another program holds %1. Click the shortcut and press another one.")
-            .arg(display());
-    case HotKeyBackend::Status::unavailable:
-        return QStringLiteral("%1 cannot be used here. Click the shortcut and press another one.")
-            .arg(display());
-    }
-    return {};
+    QStringList reasons{m_with.hotKey.status().reason, m_with.paste.status().reason};
+    reasons.removeAll(QString());
+    reasons.removeDuplicates();
+    return reasons.join(u'\n');
 }
 
 void ShortcutRecorder::toggle() {

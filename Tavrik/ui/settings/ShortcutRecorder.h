@@ -12,6 +12,7 @@ namespace tavrik {
 class AbstractHotKeyOwner;
 class KeyReader;
 class PreferenceStore;
+class Service;
 class Settings;
 
 /// Records the hot key from the keyboard. While it does, no key reaches anything else: neither a control of
@@ -30,6 +31,8 @@ public:
         const Settings& settings;
         const KeyReader& keys;
         AbstractHotKeyOwner& hotKey;
+        /// Whether a dictation can be pasted.
+        const Service& paste;
     };
 
     explicit ShortcutRecorder(const Collaborators& with, QObject* parent = nullptr);
@@ -38,7 +41,8 @@ public:
     bool isRecording() const { return m_phase == Phase::recording; }
     /// The shortcut in the preferences, as shown to the user.
     QString display() const;
-    /// Why the shortcut does not work, and what helps; empty if it does.
+    /// What keeps the shortcut, or the paste that follows it, from working, for the user; empty if nothing
+    /// does.
     QString warning() const;
 
     /// Begins, or gives up.

@@ -5,7 +5,7 @@
 
 namespace tavrik {
 
-LazyViews::LazyViews(Views::Parts parts) : m_parts(std::move(parts)) {}
+LazyViews::LazyViews(Views::Dependencies dependencies) : m_dependencies(std::move(dependencies)) {}
 
 void LazyViews::show(std::function<float()> levelProvider, std::function<void()> onCancel,
                      std::function<void()> onConfirm) {
@@ -23,16 +23,16 @@ void LazyViews::hide() {
         m_views->hud().hide();
 }
 
-void LazyViews::showMainWindow() {
+void LazyViews::showMainWindow(const QByteArray& activationToken) {
     if (auto* views = load())
-        views->showMainWindow();
+        views->showMainWindow(activationToken);
 }
 
 Views* LazyViews::load() {
     if (!m_views) {
         QLibrary module(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_VIEWS_MODULE));
         if (const auto make = reinterpret_cast<MakeViews>(module.resolve("makeViews")))
-            m_views.reset(make(m_parts));
+            m_views.reset(make(m_dependencies));
     }
     return m_views.get();
 }

@@ -11,19 +11,20 @@ namespace tavrik {
 /// and works. Main thread only.
 class LazyViews final : public AbstractRecordingHUD {
 public:
-    explicit LazyViews(Views::Parts parts);
+    explicit LazyViews(Views::Dependencies dependencies);
 
     void show(std::function<float()> levelProvider, std::function<void()> onCancel,
               std::function<void()> onConfirm) override;
     void setProcessing() override;
     void hide() override;
 
-    void showMainWindow();
+    /// The token may be empty.
+    void showMainWindow(const QByteArray& activationToken);
 
 private:
     Views* load();
 
-    Views::Parts m_parts;
+    Views::Dependencies m_dependencies;
     std::unique_ptr<Views> m_views;
 };
 

@@ -36,7 +36,7 @@ void providePersianFaces() {
 
 /// What the window shows, and the window.
 struct MainWindowController::Content {
-    Content(const Parts& parts, QQmlEngine& engine);
+    Content(const Dependencies& dependencies, QQmlEngine& engine);
 
     AccountModel account;
     SettingsModel settings;
@@ -44,13 +44,13 @@ struct MainWindowController::Content {
     QQuickView view;
 };
 
-MainWindowController::Content::Content(const Parts& parts, QQmlEngine& engine)
-    : account(parts.account, parts.links, parts.fullUserName), settings(parts.settings),
-      pages({.store = parts.history(),
-             .clipboard = parts.clipboard,
-             .queue = parts.queue,
-             .days = parts.days,
-             .fullUserName = parts.fullUserName}),
+MainWindowController::Content::Content(const Dependencies& dependencies, QQmlEngine& engine)
+    : account(dependencies.account, dependencies.links, dependencies.fullUserName),
+      settings(dependencies.settings), pages({.store = dependencies.history(),
+                                              .clipboard = dependencies.clipboard,
+                                              .queue = dependencies.queue,
+                                              .days = dependencies.days,
+                                              .fullUserName = dependencies.fullUserName}),
       view(&engine, nullptr) {
     qml_register_types_Tavrik();
     providePersianFaces();
@@ -68,19 +68,19 @@ MainWindowController::Content::Content(const Parts& parts, QQmlEngine& engine)
     view.setSource(QUrl(QStringLiteral("qrc:/qml/Tavrik/shell/MainView.qml")));
 }
 
-MainWindowController::MainWindowController(Parts parts, QQmlEngine& engine)
-    : m_parts(std::move(parts)), m_engine(engine) {}
+MainWindowController::MainWindowController(Dependencies dependencies, QQmlEngine& engine)
+    : m_dependencies(std::move(dependencies)), m_engine(engine) {}
 
 MainWindowController::~MainWindowController() = default;
 
-void MainWindowController::show() {
+void MainWindowController::show(const QByteArray& activationToken) {
     if (!m_content)
-        m_content = std::make_unique<Content>(m_parts, m_engine);
+        m_content = std::make_unique<Content>(m_dependencies, m_engine);
     auto& view = m_content->view;
     m_content->pages.aboutToShow();
     view.setWindowStates(view.windowStates() & ~Qt::WindowMinimized);
     view.show();
-    m_parts.activator.activate(view);
+    m_dependencies.activator.activate(view, activationToken);
 }
 
 QWindow* MainWindowController::window() const {

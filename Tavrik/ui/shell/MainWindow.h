@@ -23,7 +23,7 @@ class WindowActivator;
 class MainWindowController {
 public:
     /// Everything outlives the controller.
-    struct Parts {
+    struct Dependencies {
         MainQueue& queue;
         AuthStore& account;
         /// Opens the history, or gives the one that is open.
@@ -38,11 +38,11 @@ public:
     };
 
     /// `engine` outlives the controller too.
-    MainWindowController(Parts parts, QQmlEngine& engine);
+    MainWindowController(Dependencies dependencies, QQmlEngine& engine);
     ~MainWindowController();
 
-    /// Brings the window to the front, and the keyboard focus to it.
-    void show();
+    /// Brings the window to the front, and the keyboard focus to it. The token may be empty.
+    void show(const QByteArray& activationToken);
 
     /// The window, once it was shown; null before.
     QWindow* window() const;
@@ -50,7 +50,7 @@ public:
 private:
     struct Content;
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     QQmlEngine& m_engine;
     std::unique_ptr<Content> m_content;
 };

@@ -13,10 +13,10 @@ class PanelHost;
 class Views {
 public:
     /// Everything outlives the views.
-    struct Parts {
+    struct Dependencies {
         MainQueue& queue;
         PanelHost& panels;
-        MainWindowController::Parts window;
+        MainWindowController::Dependencies window;
     };
 
     Views() = default;
@@ -25,10 +25,11 @@ public:
     virtual ~Views() = default;
 
     virtual AbstractRecordingHUD& hud() = 0;
-    virtual void showMainWindow() = 0;
+    /// The token may be empty.
+    virtual void showMainWindow(const QByteArray& activationToken) = 0;
 };
 
 /// What the module offers, under the name "makeViews". The caller owns the result.
-using MakeViews = Views* (*)(Views::Parts);
+using MakeViews = Views* (*)(Views::Dependencies);
 
 } // namespace tavrik

@@ -10,11 +10,12 @@ namespace {
 
 class QuickViews final : public Views {
 public:
-    explicit QuickViews(Parts parts)
-        : m_hud(parts.panels, parts.queue, m_engine), m_window(std::move(parts.window), m_engine) {}
+    explicit QuickViews(Dependencies dependencies)
+        : m_hud(dependencies.panels, dependencies.queue, m_engine),
+          m_window(std::move(dependencies.window), m_engine) {}
 
     AbstractRecordingHUD& hud() override { return m_hud; }
-    void showMainWindow() override { m_window.show(); }
+    void showMainWindow(const QByteArray& activationToken) override { m_window.show(activationToken); }
 
 private:
     ViewEngine m_engine;
@@ -26,7 +27,7 @@ private:
 
 } // namespace tavrik
 
-extern "C" Q_DECL_EXPORT tavrik::Views* makeViews(tavrik::Views::Parts parts) {
+extern "C" Q_DECL_EXPORT tavrik::Views* makeViews(tavrik::Views::Dependencies dependencies) {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    return new tavrik::QuickViews(std::move(parts));
+    return new tavrik::QuickViews(std::move(dependencies));
 }

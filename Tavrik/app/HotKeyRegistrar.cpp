@@ -1,0 +1,57 @@
+#include "app/HotKeyRegistrar.h"
+
+#include "preferences/Settings.h"
+
+namespace tavrik {
+
+HotKeyRegistrar::HotKeyRegistrar(HotKeyBackend& backend, MainQueue& queue, const Settings& settings)
+    : m_backend(backend), m_queue(queue), m_settings(settings) {}
+
+void HotKeyRegistrar::registerHotKey() {
+    m_isStale = false;
+    m_hotKey.reset();
+    m_combination = {m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
+    m_display = m_settings.hotKeyDisplay();
+    m_hotKey = std::make_unique<HotKey>(m_backend, m_queue, m_combination);
+    m_hotKey->setOnPress(m_onPress);
+    m_hotKey->setOnRelease(m_onRelease);
+    connect(m_hotKey.get(), &Service::statusChanged, this, &Service::statusChanged);
+    Q_EMIT statusChanged();
+}
+
+void HotKeyRegistrar::stop() {
+    m_isStale = false;
+    m_hotKey.reset();
+}
+
+void HotKeyRegistrar::setRecording(bool recording) {
+    m_isRecording = recording;
+    if (!recording && m_isStale)
+        registerHotKey();
+}
+
+void HotKeyRegistrar::refresh() {
+    if (!m_hotKey)
+        return;
+    const KeyCombination wanted{m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
+    if (wanted != m_combination || m_settings.hotKeyDisplay() != m_display || !m_hotKey->status().works)
+        hotKeyChanged();
+}
+
+void HotKeyRegistrar::releaseHotKey() {
+    if (!m_isRecording)
+        m_hotKey.reset();
+}
+
+void HotKeyRegistrar::hotKeyChanged() {
+    if (m_isRecording)
+        m_isStale = true;
+    else
+        registerHotKey();
+}
+
+ServiceStatus HotKeyRegistrar::status() const {
+    return m_hotKey ? m_hotKey->status() : m_backend.status();
+}
+
+} // namespace tavrik

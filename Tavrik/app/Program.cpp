@@ -1,0 +1,147 @@
+#include "app/Program.h"
+
+#include "account/AuthStore.h"
+#include "app/AppDelegate.h"
+#include "app/HotKeyRegistrar.h"
+#include "base/AppVersion.h"
+#include "base/MainQueue.h"
+#include "capture/Paster.h"
+#include "capture/Recorder.h"
+#include "history/HistoryStore.h"
+#include "platform/Alerts.h"
+#include "platform/Appearance.h"
+#include "platform/Clipboard.h"
+#include "platform/DayWatcher.h"
+#include "platform/FolderRevealer.h"
+#include "platform/HotKeyBackend.h"
+#include "platform/KeyReader.h"
+#include "platform/LinkOpener.h"
+#include "platform/LoginItem.h"
+#include "platform/Microphone.h"
+#include "platform/PanelHost.h"
+#include "platform/PasteKeys.h"
+#include "platform/Platform.h"
+#include "platform/PreferenceStore.h"
+#include "platform/SecureSlot.h"
+#include "platform/SoundPlayer.h"
+#include "platform/StatusItem.h"
+#include "platform/WindowActivator.h"
+#include "preferences/Settings.h"
+#include "services/HttpClient.h"
+#include "services/OpenRouter.h"
+#include "translation/Translator.h"
+#include "ui/shell/LazyViews.h"
+#include "updates/UpdateChecker.h"
+
+#include <QCoreApplication>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace tavrik {
+
+namespace {
+
+/// Where releases are announced; empty in a build without a backend.
+QUrl releaseManifest() {
+    const auto backend = Supabase::builtIn();
+    return backend.exists() ? backend.endpoint(u"storage/v1/object/public/releases/version.json"_s) : QUrl();
+}
+
+} // namespace
+
+/// In the order in which they are built; taken down in the reverse one. Nothing refers to what comes after
+/// it.
+struct Program::Objects {
+    MainQueue queue;
+    Platform platform{queue};
+    std::unique_ptr<PreferenceStore> preferences = makePreferenceStore();
+    Settings settings{*preferences};
+    HttpClient http{queue};
+    AuthStore account{*platform.secureSlot, http, queue, Supabase::builtIn()};
+    Recorder recorder{*platform.microphone, platformFolders().temporary};
+    Translator translator{account, settings, http, queue, Supabase::builtIn(), openRouterEndpoint()};
+    Paster paster{*platform.clipboard, *platform.pasteKeys, queue};
+    UpdateChecker updates{
+        http, *platform.alerts, queue, releaseManifest(), appVersion(), [this](const QUrl& url) {
+            platform.links->open(url);
+        }};
+    std::optional<HistoryStore> openedHistory;
+    HotKeyRegistrar hotKey{*platform.hotKeys, queue, settings};
+    LazyViews views{{
+        .queue = queue,
+        .panels = *platform.panels,
+        .window = {.queue = queue,
+                   .account = account,
+                   .history = [this]() -> HistoryStore& { return history(); },
+                   .clipboard = *platform.clipboard,
+                   .days = *platform.days,
+                   .links = *platform.links,
+                   .activator = *platform.windowActivator,
+                   .settings =
+                       {
+                           .shortcut = {*preferences, settings, *platform.keyReader, hotKey,
+                                        *platform.pasteKeys},
+                           .appearance = *platform.appearance,
+                           .loginItem = *platform.loginItem,
+                           .folders = *platform.folders,
+                           .texts = platformTexts(),
+                           .dataFolder = platformFolders().applicationSupport,
+                       },
+                   .fullUserName = fullUserName()},
+    }};
+    AppDelegate delegate{{
+        .queue = queue,
+        .preferences = *preferences,
+        .settings = settings,
+        .account = account,
+        .hotKey = hotKey,
+        .recorder = recorder,
+        .hud = views,
+        .translator = translator,
+        .paster = paster,
+        .history = [this]() -> HistoryStore& { return history(); },
+        .alerts = *platform.alerts,
+        .appearance = *platform.appearance,
+        .microphone = *platform.microphone,
+        .pasteKeys = *platform.pasteKeys,
+        .sounds = *platform.sounds,
+        .statusItem = *platform.statusItem,
+        .openMainWindow = [this](const QByteArray& activationToken) { views.showMainWindow(activationToken); },
+        .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
+        .quit = &QCoreApplication::quit,
+    }};
+
+    HistoryStore& history() {
+        return openedHistory ? *openedHistory : openedHistory.emplace(platformFolders().applicationSupport);
+    }
+};
+
+Program::Program() : m_objects(std::make_unique<Objects>()) {}
+
+Program::~Program() = default;
+
+void Program::start() {
+    m_objects->delegate.applicationDidFinishLaunching();
+    m_objects->updates.startPeriodicChecks();
+}
+
+void Program::reopen(const QByteArray& activationToken) {
+    m_objects->delegate.applicationShouldHandleReopen(activationToken);
+}
+
+void Program::open(const QByteArrayList& urls, const QByteArray& activationToken) {
+    for (const auto& url : urls)
+        m_objects->account.handleCallback(url);
+    reopen(activationToken);
+}
+
+QList<NamedService> Program::services() const {
+    auto services = m_objects->platform.services();
+    // What the user has is the combination, not only the means to grab one.
+    services.front().service = &m_objects->hotKey;
+    return services;
+}
+
+} // namespace tavrik

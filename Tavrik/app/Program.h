@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Service.h"
+
+#include <QByteArrayList>
+#include <QList>
+
+#include <memory>
+
+namespace tavrik {
+
+/// The running program: every object it consists of, put together. Main thread; made after QApplication and
+/// destroyed before it.
+class Program {
+public:
+    Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    /// Gives up a recording or translation in progress.
+    ~Program();
+
+    /// The launch sequence; once.
+    void start();
+
+    /// The user has started the program again. The activation token may be empty.
+    void reopen(const QByteArray& activationToken);
+
+    /// Takes in URLs, byte for byte as they were given, and shows the window.
+    void open(const QByteArrayList& urls, const QByteArray& activationToken);
+
+    /// The services of the desktop that a dictation needs or profits from, in the order of one.
+    QList<NamedService> services() const;
+
+private:
+    struct Objects;
+
+    std::unique_ptr<Objects> m_objects;
+};
+
+} // namespace tavrik
