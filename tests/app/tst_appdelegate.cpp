@@ -252,22 +252,15 @@ private Q_SLOTS:
         QTEST(int(desk.audioFiles().size()), "files");
     }
 
-    void level_data() {
-        QTest::addColumn<float>("power");
-        QTest::addColumn<float>("level");
-        QTest::newRow("above full scale") << 3.0F << 1.0F;
-        QTest::newRow("half way") << -25.0F << 0.5F;
-        QTest::newRow("silence") << -INFINITY << 0.0F;
-        QTest::newRow("not a number") << NAN << 0.0F;
-    }
-
     void level() {
-        QFETCH(float, power);
         Desk desk;
         desk.play("press");
         QCOMPARE(desk.hud.level(), 0.0F);
-        desk.recorder.power = power;
-        QTEST(desk.hud.level(), "level");
+        for (const auto& [power, level] :
+             {std::pair(3.0F, 1.0F), {-25.0F, 0.5F}, {-INFINITY, 0.0F}, {NAN, 0.0F}}) {
+            desk.recorder.power = power;
+            QCOMPARE(desk.hud.level(), level);
+        }
         desk.play("gone");
         QCOMPARE(desk.hud.level(), 0.0F);
     }
@@ -355,52 +348,61 @@ private Q_SLOTS:
         QCOMPARE(desk.journal.last(), "register 97 4096");
     }
 
-    void firstRun_data() {
-        QTest::addColumn<bool>("signedIn");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("opens");
-        QTest::newRow("nobody, no key") << false << "" << true;
-        QTest::newRow("own key") << false << "sk" << false;
-        QTest::newRow("signed in") << true << "" << false;
-    }
-
     void firstRun() {
-        QFETCH(bool, signedIn);
-        QFETCH(QString, key);
-        QFETCH(bool, opens);
-        Desk desk;
-        desk.preferences.values["openrouter_api_key"] = key;
-        desk.app->applicationDidFinishLaunching();
-        desk.account.signedIn = signedIn;
-        desk.account.known();
-
-        // Due when the window would be.
-        bool due = false;
-        desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
-        QVERIFY(!desk.journal.contains("window"));
-        QTRY_VERIFY(due);
-        QCOMPARE(desk.journal.contains("window"), opens);
+        for (const auto& [signedIn, key, opens] :
+             {std::tuple(false, "", true), {false, "sk", false}, {true, "", false}}) {
+            Desk desk;
+            desk.preferences.values["openrouter_api_key"] = key;
+            desk.app->applicationDidFinishLaunching();
+            desk.account.signedIn = signedIn;
+            desk.account.known();
+            // Due when the window would be.
+            bool due = false;
+            desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
+            QVERIFY(!desk.journal.contains("window"));
+            QTRY_VERIFY(due);
+            QCOMPARE(desk.journal.contains("window"), opens);
+        }
     }
 
-    void takenHotKeyIsToldAndTriedAgain() {
+    void aHotKeyThatIsNotOursIsTold() {
         Desk desk;
         desk.hotKeys.answer = {"fake", false, "Another program holds it."};
         desk.app->applicationDidFinishLaunching();
-        QVERIFY(desk.status.note.contains("⌥ Space"));
-        QVERIFY(!desk.journal.join(u' ').contains("alert"));
-
-        desk.journal.clear();
+        const auto note = "⌥ Space: Another program holds it.";
+        QCOMPARE(desk.status.note, note);
         desk.preferences.changed();
-        QCOMPARE(desk.journal.count("register 49 2048"), 1);
-        QVERIFY(!desk.status.note.isEmpty());
+        QCOMPARE(desk.status.note, note);
 
+        // Tried again when the user comes for help, and only while it does not work.
         desk.hotKeys.answer = {"fake", true};
-        desk.app->applicationShouldHandleReopen(" 7");
-        QCOMPARE(desk.journal.count("register 49 2048"), 2);
+        desk.app->applicationShouldHandleReopen({});
+        desk.app->applicationShouldHandleReopen({});
+        QCOMPARE(desk.journal.count("register 49 2048"), 3);
         QVERIFY(desk.status.note.isEmpty());
 
-        desk.app->applicationShouldHandleReopen(" 7");
-        QCOMPARE(desk.journal.count("register 49 2048"), 2);
+        desk.hotKeys.held->set({"fake", false, "The keyboard has changed."});
+        QCOMPARE(desk.status.note, "⌥ Space: The keyboard has changed.");
+        desk.hotKeys.held->set({"fake", true});
+        QVERIFY(desk.status.note.isEmpty());
+        QVERIFY(!desk.journal.join(u' ').contains("alert"));
+    }
+
+    void textThatStaysOnTheClipboardIsTold() {
+        Desk desk;
+        desk.app->applicationDidFinishLaunching();
+        desk.play("press release text");
+        desk.paster.pending(std::unexpected(Error{"No keys."}));
+        QCOMPARE(desk.status.note, "Your text stays on the clipboard: No keys.");
+        desk.play("press release text");
+        desk.paster.pending({});
+        QVERIFY(desk.status.note.isEmpty());
+        desk.pasteKeys.set({"fake", false, "Not permitted."});
+        QCOMPARE(desk.status.note, "Your text stays on the clipboard: Not permitted.");
+        QVERIFY(!desk.journal.join(u' ').contains("alert"));
+
+        desk.play("press release text gone");
+        desk.paster.pending({});
     }
 };
 

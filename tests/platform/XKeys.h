@@ -18,6 +18,7 @@ enum XKey : quint8 {
     keyV = 55,
     keyAlt = 64,
     keySpace = 65,
+    keyLeft = 113,
     keySuper = 133,
 };
 
@@ -46,6 +47,11 @@ public:
         press(key);
         release(key);
         release(modifier);
+    }
+
+    void releaseAll() {
+        for (const auto key : {keyAlt, keySpace, keyShift, keyControl, keySuper, keyLeft})
+            release(key);
     }
 
     bool isDown(quint8 key) {
