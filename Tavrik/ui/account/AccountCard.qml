@@ -38,7 +38,7 @@ DropdownCard {
             Label {
                 width: parent.width
                 text: card.account.email
-                size: 11
+                size: Theme.captionSize
                 color: Theme.secondary
                 elide: Text.ElideMiddle
             }
@@ -47,17 +47,18 @@ DropdownCard {
 
     Label {
         text: "Tavrik v" + card.version
-        size: 11
+        size: Theme.captionSize
         color: Theme.secondary
     }
 
     PlainButton {
-        name: "Sign out"
+        id: signOut
+        text: "Sign out"
         onClicked: card.account.signOut()
 
-        Label {
-            text: "Sign out"
-            size: 11
+        contentItem: Label {
+            text: signOut.text
+            size: Theme.captionSize
             font.weight: Font.Medium
             Accessible.ignored: true
         }

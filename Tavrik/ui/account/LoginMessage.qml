@@ -1,15 +1,15 @@
 import QtQuick
 import Tavrik
 
-// What came of it, in the words of whoever said so.
+// Error or notice text, as the service worded it.
 Label {
-    width: 300
+    width: Theme.signInWidth
     visible: text !== ""
-    size: 12
+    size: Theme.smallSize
     color: Theme.error
     horizontalAlignment: Text.AlignHCenter
     wrapMode: Text.Wrap
-    // A server may say more than there is room for.
+    // A service may say more than there is room for.
     maximumLineCount: 8
     elide: Text.ElideRight
 }

@@ -10,7 +10,7 @@ Flickable {
     contentHeight: Math.max(height, column.height + 48)
     boundsBehavior: Flickable.StopAtBounds
     clip: true
-    Component.onCompleted: emailField.edit()
+    Component.onCompleted: emailField.forceActiveFocus()
 
     LoginForm {
         id: form
@@ -49,9 +49,9 @@ Flickable {
 
         PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
-            name: "Continue with Google"
+            text: "Continue with Google"
             symbol: "globe"
-            labelWidth: 280
+            labelWidth: Theme.signInWidth - 2 * horizontalPadding
             horizontalPadding: 10
             verticalPadding: 7
             enabled: login.account.hasBackend
@@ -69,36 +69,36 @@ Flickable {
 
             Rectangle {
                 anchors.verticalCenter: parent.verticalCenter
-                width: (300 - or.width) / 2 - 10
-                height: 1
+                width: (Theme.signInWidth - or.width) / 2 - parent.spacing
+                height: Theme.hairline
                 color: Theme.border
             }
 
             Label {
                 id: or
                 text: "or"
-                size: 11
+                size: Theme.captionSize
                 color: Theme.secondary
             }
 
             Rectangle {
                 anchors.verticalCenter: parent.verticalCenter
-                width: (300 - or.width) / 2 - 10
-                height: 1
+                width: (Theme.signInWidth - or.width) / 2 - parent.spacing
+                height: Theme.hairline
                 color: Theme.border
             }
         }
 
         Column {
             anchors.horizontalCenter: parent.horizontalCenter
-            width: 300
+            width: Theme.signInWidth
             spacing: 10
 
             LoginField {
                 id: emailField
                 width: parent.width
                 label: "Email"
-                placeholder: "you@example.com"
+                placeholderText: "you@example.com"
                 inputMethodHints: Qt.ImhEmailCharactersOnly | Qt.ImhNoAutoUppercase
                 onTextChanged: form.email = text
                 onAccepted: form.submit()
@@ -107,7 +107,7 @@ Flickable {
             LoginField {
                 width: parent.width
                 label: "Password"
-                placeholder: form.creatingAccount ? "At least 6 characters" : "Password"
+                placeholderText: form.creatingAccount ? "At least 6 characters" : "Password"
                 echoMode: TextInput.Password
                 onTextChanged: form.password = text
                 onAccepted: form.submit()
@@ -127,9 +127,9 @@ Flickable {
 
         PushButton {
             anchors.horizontalCenter: parent.horizontalCenter
-            name: form.busy ? "Please wait…" : form.creatingAccount ? "Create account" : "Sign in"
+            text: form.busy ? "Please wait…" : form.creatingAccount ? "Create account" : "Sign in"
             prominent: true
-            labelWidth: 280
+            labelWidth: Theme.signInWidth - 2 * horizontalPadding
             horizontalPadding: 10
             verticalPadding: 7
             enabled: form.submittable
@@ -139,12 +139,12 @@ Flickable {
         PlainButton {
             id: modeLink
             anchors.horizontalCenter: parent.horizontalCenter
-            name: form.creatingAccount ? "Already have an account? Sign in" : "New here? Create an account"
+            text: form.creatingAccount ? "Already have an account? Sign in" : "New here? Create an account"
             onClicked: form.toggleMode()
 
-            Label {
-                text: modeLink.name
-                size: 12
+            contentItem: Label {
+                text: modeLink.text
+                size: Theme.smallSize
                 color: Theme.secondary
                 Accessible.ignored: true
             }

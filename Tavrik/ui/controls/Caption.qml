@@ -3,13 +3,13 @@ import Tavrik
 
 // A small title above a list.
 Label {
-    // As it reads; `text` is how it looks.
+    // For screen readers; `text` may be in capitals.
     required property string title
 
-    size: 11
+    size: Theme.captionSize
     font.weight: Font.DemiBold
-    // Joined scripts do not bear being spaced out.
-    font.letterSpacing: /^[\u0020-\u024f]*$/.test(text) ? 0.8 : 0
+    // Letter-spacing breaks joined scripts.
+    font.letterSpacing: /^[\u0020-\u024f]*$/.test(text) ? Theme.captionSpacing : 0
     color: Theme.secondary
     Accessible.role: Accessible.Heading
     Accessible.name: title

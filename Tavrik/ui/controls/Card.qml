@@ -1,10 +1,10 @@
 import QtQuick
 import Tavrik
 
-// The surface that a page's content stands on.
+// The surface of a page's content.
 Rectangle {
     color: Theme.card
-    radius: 14
-    border.width: 1
+    radius: Theme.cardRadius
+    border.width: Theme.hairline
     border.color: Theme.border
 }

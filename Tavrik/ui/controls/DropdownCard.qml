@@ -1,12 +1,12 @@
 import QtQuick
 import Tavrik
 
-// A card that drops from the window's upper corner while it is `shown`.
+// A card that drops from the window's upper corner while `shown`.
 Item {
     id: card
 
     required property bool shown
-    property real padding: 16
+    property real padding: Theme.cardPadding
     default property alias content: column.data
     property alias spacing: column.spacing
 
@@ -20,13 +20,13 @@ Item {
 
     Behavior on opacity {
         NumberAnimation {
-            duration: 120
+            duration: Theme.openDuration
             easing.type: Easing.OutQuad
         }
     }
 
     BoxShadow {
-        corner: 12
+        corner: Theme.groupRadius
         blur: 18
         offset: 6
         darkness: 0.16
@@ -34,10 +34,10 @@ Item {
 
     Card {
         anchors.fill: parent
-        radius: 12
+        radius: Theme.groupRadius
     }
 
-    // What is not on a control of the card does not reach what lies below.
+    // Clicks beside the card's controls must not reach what lies below.
     MouseArea {
         anchors.fill: parent
     }

@@ -1,11 +1,11 @@
 import QtQuick
 import Tavrik
 
-// Shows which control the keyboard acts on. Clicks give no control the focus, so it stays out of a mouse's way.
+// Outlines the control that has the keyboard focus. Clicks give no button the focus, so mouse users never see it.
 Rectangle {
     anchors.fill: parent
-    anchors.margins: -2
+    anchors.margins: -Theme.focusWidth
     color: "transparent"
-    border.width: 2
+    border.width: Theme.focusWidth
     border.color: Theme.accent
 }

@@ -6,25 +6,24 @@ PlainButton {
     id: button
 
     required property string symbol
-    property real size: 13
-    property real padding: 5
+    property real size: Theme.textSize
     property bool active: false
 
-    implicitWidth: image.width + 2 * padding
-    implicitHeight: image.height + 2 * padding
+    padding: 5
+    toolTip: text
 
-    Rectangle {
-        anchors.fill: parent
+    background: Rectangle {
         radius: button.radius
         color: Theme.hover
         visible: button.active || button.hovered
     }
 
-    SymbolImage {
-        id: image
-        anchors.centerIn: parent
-        name: button.symbol
-        size: button.size
-        colour: Theme.secondary
+    // An image of its own would be as large as its pixels are many.
+    contentItem: Row {
+        SymbolImage {
+            name: button.symbol
+            size: button.size
+            colour: Theme.secondary
+        }
     }
 }

@@ -1,9 +1,9 @@
 import QtQuick
 import Tavrik
 
-// A text as it stands, whatever it holds.
+// Plain text, whatever it holds.
 Text {
-    property real size: 13
+    property real size: Theme.textSize
 
     textFormat: Text.PlainText
     color: Theme.primary

@@ -18,14 +18,14 @@ Item {
 
     Behavior on progress {
         NumberAnimation {
-            duration: 140
+            duration: Theme.sheetDuration
             easing.type: Easing.OutQuad
         }
     }
 
     Rectangle {
         anchors.fill: parent
-        color: "black"
+        color: Theme.shade
         opacity: 0.25 * overlay.progress
     }
 
@@ -44,7 +44,7 @@ Item {
         opacity: overlay.progress
 
         BoxShadow {
-            corner: 16
+            corner: Theme.sheetRadius
             blur: 34
             offset: 12
             darkness: 0.28
@@ -62,9 +62,9 @@ Item {
 
         Rectangle {
             anchors.fill: parent
-            radius: 16
+            radius: Theme.sheetRadius
             color: "transparent"
-            border.width: 1
+            border.width: Theme.hairline
             border.color: Theme.border
         }
     }

@@ -1,75 +1,53 @@
 import QtQuick
+import QtQuick.Templates as T
 import Tavrik
 
-// A button that looks like what is put into it.
-Item {
+// A button that looks like its content. `text` is its accessible name.
+T.AbstractButton {
     id: button
 
-    // For screen readers.
-    required property string name
     property string toolTip
-    property real radius: 6
-    // A double click counts once, for a button that makes room for another in its own place. Does not change.
-    property bool countsDoubleClickOnce: false
-    readonly property bool hovered: mouse.containsMouse
-    readonly property bool pressed: mouse.pressed
+    property real radius: Theme.controlRadius
+    // The second click of a double click does nothing: for a button whose place another takes at the first.
+    // Does not change.
+    property bool ignoresDoubleClick: false
 
-    default property alias content: face.data
-
-    signal clicked
-
-    function click(): void {
+    function press(): void {
         if (enabled)
             clicked();
     }
 
-    implicitWidth: face.childrenRect.width
-    implicitHeight: face.childrenRect.height
-    activeFocusOnTab: enabled
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
 
-    Accessible.role: Accessible.Button
-    Accessible.name: name
-    // Nothing else tells a screen reader that a button cannot be used.
+    Accessible.name: text
+    // Nothing else tells a screen reader that a button is disabled.
     Accessible.focusable: enabled
-    Accessible.onPressAction: click()
-    Keys.onSpacePressed: event => {
-        if (!event.isAutoRepeat)
-            click();
-    }
+    Accessible.onPressAction: press()
     Keys.onReturnPressed: event => {
         if (!event.isAutoRepeat)
-            click();
+            press();
     }
     Keys.onEnterPressed: event => {
         if (!event.isAutoRepeat)
-            click();
+            press();
     }
-
-    Item {
-        id: face
-        anchors.fill: parent
+    Component.onCompleted: {
+        // With a listener the second click is reported as a double click only.
+        if (ignoresDoubleClick)
+            doubleClicked.connect(() => {});
     }
 
     FocusRing {
-        radius: button.radius + 2
+        radius: button.radius + Theme.focusWidth
         visible: button.activeFocus
     }
 
     ToolTipArea {
         anchors.fill: parent
         text: button.toolTip
-        hovered: button.toolTip !== "" && mouse.containsMouse && !mouse.pressed
-    }
-
-    MouseArea {
-        id: mouse
-        anchors.fill: parent
-        hoverEnabled: true
-        onClicked: button.click()
-        Component.onCompleted: {
-            // Where somebody listens to it, the second click is reported as this alone.
-            if (button.countsDoubleClickOnce)
-                doubleClicked.connect(() => {});
-        }
+        hovered: button.toolTip !== "" && button.hovered && !button.pressed
     }
 }

@@ -1,28 +1,33 @@
 import QtQuick
 import Tavrik
 
-// Where a search is typed; `query` follows every keystroke.
-Rectangle {
+// A field for a search; `text` follows every keystroke.
+InputField {
     id: field
 
-    readonly property alias query: input.text
-
-    // Escape was pressed in a field that is empty already.
+    // Escape was pressed in an empty field.
     signal abandoned
 
     function edit(): void {
-        input.forceActiveFocus();
-        input.selectAll();
-    }
-    function clear(): void {
-        input.clear();
+        forceActiveFocus();
+        selectAll();
     }
 
-    implicitHeight: input.implicitHeight + 12
-    radius: 8
-    color: Theme.canvas
-    border.width: 1
-    border.color: Theme.border
+    label: "Search"
+    placeholderText: "Search…"
+    fill: Theme.canvas
+    leftPadding: symbol.x + symbol.width + 6
+    rightPadding: 9
+    topPadding: 6
+    bottomPadding: 6
+    font.pointSize: Theme.points(12.5, Screen.logicalPixelDensity)
+    Accessible.searchEdit: true
+    Keys.onEscapePressed: {
+        if (text === "")
+            abandoned();
+        else
+            clear();
+    }
 
     SymbolImage {
         id: symbol
@@ -31,53 +36,5 @@ Rectangle {
         name: "magnifyingglass"
         size: 11
         colour: Theme.secondary
-    }
-
-    Text {
-        anchors.fill: input
-        visible: input.text === "" && input.preeditText === ""
-        text: "Search…"
-        font: input.font
-        color: Theme.placeholder
-        Accessible.ignored: true
-    }
-
-    TextInput {
-        id: input
-        anchors.left: symbol.right
-        anchors.leftMargin: 6
-        anchors.right: parent.right
-        anchors.rightMargin: 9
-        anchors.verticalCenter: parent.verticalCenter
-        clip: true
-        activeFocusOnTab: true
-        selectByMouse: true
-        color: Theme.primary
-        selectionColor: Theme.highlight
-        selectedTextColor: Theme.primary
-        font.pointSize: Theme.points(12.5, Screen.logicalPixelDensity)
-        Accessible.role: Accessible.EditableText
-        Accessible.name: "Search"
-        Accessible.searchEdit: true
-        Keys.onEscapePressed: event => {
-            if (text === "")
-                field.abandoned();
-            else
-                clear();
-        }
-    }
-
-    // The whole field takes the click, as a field of the desktop does.
-    TapHandler {
-        onTapped: input.forceActiveFocus()
-    }
-
-    HoverHandler {
-        cursorShape: Qt.IBeamCursor
-    }
-
-    FocusRing {
-        radius: field.radius + 2
-        visible: input.activeFocus
     }
 }

@@ -21,11 +21,11 @@ Rectangle {
         chosen(options[next].value);
     }
 
-    implicitWidth: row.implicitWidth + 4
-    implicitHeight: row.implicitHeight + 4
-    radius: 8
+    implicitWidth: row.implicitWidth + 2 * row.x
+    implicitHeight: row.implicitHeight + 2 * row.y
+    radius: Theme.fieldRadius
     color: Theme.canvas
-    border.width: 1
+    border.width: Theme.hairline
     border.color: Theme.border
     Accessible.role: Accessible.Grouping
     Accessible.name: name
@@ -40,6 +40,7 @@ Rectangle {
             id: segments
             model: picker.options
 
+            // Not checkable: what is chosen is the model's to say.
             PlainButton {
                 id: segment
 
@@ -47,29 +48,28 @@ Rectangle {
                 required property int index
                 readonly property bool isCurrent: index === picker.current
 
-                name: modelData.label
-                implicitWidth: content.implicitWidth + 20
-                implicitHeight: content.implicitHeight + 10
-                // One stop for the whole group, as with any set of choices; the arrows move within it.
-                activeFocusOnTab: isCurrent || activeFocus || (picker.current < 0 && index === 0)
+                text: modelData.label
+                horizontalPadding: 10
+                verticalPadding: 5
+                // One tab stop for the group, like any set of radio buttons; the arrows move within it.
+                focusPolicy: isCurrent || activeFocus || (picker.current < 0 && index === 0) ? Qt.TabFocus : Qt.NoFocus
                 onClicked: picker.chosen(modelData.value)
                 Keys.onLeftPressed: picker.move(-1)
+                Keys.onUpPressed: picker.move(-1)
                 Keys.onRightPressed: picker.move(1)
+                Keys.onDownPressed: picker.move(1)
                 Accessible.role: Accessible.RadioButton
                 Accessible.checkable: true
                 Accessible.checked: isCurrent
-                Accessible.onToggleAction: click()
+                Accessible.onToggleAction: press()
 
-                Rectangle {
-                    anchors.fill: parent
-                    radius: 6
+                background: Rectangle {
+                    radius: segment.radius
                     color: Theme.card
                     visible: segment.isCurrent
                 }
 
-                Row {
-                    id: content
-                    anchors.centerIn: parent
+                contentItem: Row {
                     spacing: 5
 
                     SymbolImage {
@@ -81,8 +81,8 @@ Rectangle {
 
                     Label {
                         anchors.verticalCenter: parent.verticalCenter
-                        text: segment.modelData.label
-                        size: 12
+                        text: segment.text
+                        size: Theme.smallSize
                         font.weight: Font.Medium
                         Accessible.ignored: true
                     }

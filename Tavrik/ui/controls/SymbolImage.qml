@@ -1,12 +1,12 @@
 import QtQuick
 import Tavrik
 
-// One of the program's symbols, as large as it stands beside text of the given size.
+// One of the program's symbols, scaled to go with text of the given size.
 Image {
     id: image
 
     required property string name
-    property real size: 13
+    property real size: Theme.textSize
     property color colour: Theme.primary
 
     readonly property int side: Math.round(size * 1.25)

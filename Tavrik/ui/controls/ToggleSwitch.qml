@@ -1,46 +1,69 @@
 import QtQuick
+import QtQuick.Templates as T
 import Tavrik
 
-// A switch; what it is for stands beside it.
-PlainButton {
-    id: toggle
+// A switch without a label of its own; `text` is its accessible name.
+T.Switch {
+    id: toggleSwitch
 
-    required property bool on
+    function press(): void {
+        if (!enabled)
+            return;
+        toggle();
+        toggled();
+    }
 
-    implicitWidth: 38
-    implicitHeight: 22
-    radius: 11
+    implicitWidth: implicitIndicatorWidth
+    implicitHeight: implicitIndicatorHeight
+    focusPolicy: Qt.TabFocus
 
     Accessible.role: Accessible.CheckBox
-    Accessible.checkable: true
-    Accessible.checked: on
-    Accessible.onToggleAction: click()
+    Accessible.name: text
+    Accessible.focusable: enabled
+    Accessible.onPressAction: press()
+    Accessible.onToggleAction: press()
+    Keys.onReturnPressed: event => {
+        if (!event.isAutoRepeat)
+            press();
+    }
+    Keys.onEnterPressed: event => {
+        if (!event.isAutoRepeat)
+            press();
+    }
 
-    Rectangle {
-        anchors.fill: parent
+    indicator: Rectangle {
+        implicitWidth: 38
+        implicitHeight: 22
         radius: height / 2
-        color: toggle.on ? Theme.accent : Theme.track
+        color: toggleSwitch.checked ? Theme.accent : Theme.track
 
         Behavior on color {
             ColorAnimation {
-                duration: 120
+                duration: Theme.openDuration
+            }
+        }
+
+        Rectangle {
+            x: 2 + toggleSwitch.visualPosition * (parent.width - width - 4)
+            y: 2
+            width: 18
+            height: 18
+            radius: height / 2
+            color: Theme.handle
+
+            Behavior on x {
+                enabled: !toggleSwitch.pressed
+
+                NumberAnimation {
+                    duration: Theme.openDuration
+                    easing.type: Easing.OutQuad
+                }
             }
         }
     }
 
-    Rectangle {
-        x: toggle.on ? parent.width - width - 2 : 2
-        y: 2
-        width: 18
-        height: 18
-        radius: 9
-        color: "white"
-
-        Behavior on x {
-            NumberAnimation {
-                duration: 120
-                easing.type: Easing.OutQuad
-            }
-        }
+    FocusRing {
+        radius: height / 2
+        visible: toggleSwitch.activeFocus
     }
 }

@@ -13,12 +13,12 @@ TranscriptionPage {
     Binding {
         target: history.transcriptions
         property: "query"
-        value: search.query
+        value: search.text
     }
 
     Label {
         text: "History"
-        size: 25
+        size: Theme.headlineSize
         font.weight: Font.Bold
         Accessible.role: Accessible.Heading
     }
@@ -31,7 +31,7 @@ TranscriptionPage {
     Label {
         width: parent.width
         visible: history.transcriptions.empty
-        text: search.query === "" ? "No transcriptions yet." : "No matches for “" + search.query + "”."
+        text: search.text === "" ? "No transcriptions yet." : "No matches for “" + search.text + "”."
         wrapMode: Text.Wrap
         color: Theme.secondary
     }

@@ -115,10 +115,9 @@ Item {
                 symbol: row.copied ? "checkmark" : "doc.on.doc"
                 size: 11
                 padding: 3
-                name: "Copy"
+                text: "Copy"
                 Accessible.description: row.copied ? "Copied" : ""
-                toolTip: name
-                activeFocusOnTab: row.current || activeFocus
+                focusPolicy: row.current || activeFocus ? Qt.TabFocus : Qt.NoFocus
                 onClicked: row.transcriptions.copy(row.index)
             }
 
@@ -127,10 +126,9 @@ Item {
                 symbol: "trash"
                 size: 11
                 padding: 3
-                name: "Delete"
-                toolTip: name
-                countsDoubleClickOnce: true
-                activeFocusOnTab: row.current || activeFocus
+                text: "Delete"
+                ignoresDoubleClick: true
+                focusPolicy: row.current || activeFocus ? Qt.TabFocus : Qt.NoFocus
                 onClicked: row.transcriptions.remove(row.index)
             }
         }

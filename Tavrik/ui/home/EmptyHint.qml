@@ -1,7 +1,7 @@
 import QtQuick
 import Tavrik
 
-// Stands in a list's place while there is nothing to list.
+// Stands in for an empty list.
 Rectangle {
     id: hint
 
@@ -9,8 +9,8 @@ Rectangle {
 
     implicitHeight: words.height + 40
     color: "transparent"
-    radius: 10
-    border.width: 1
+    radius: Theme.listRadius
+    border.width: Theme.hairline
     border.color: Theme.border
 
     SymbolImage {
@@ -18,7 +18,6 @@ Rectangle {
         x: 20
         anchors.verticalCenter: parent.verticalCenter
         name: hint.searching ? "magnifyingglass" : "mic"
-        size: 13
         colour: Theme.secondary
     }
 

@@ -25,13 +25,13 @@ TranscriptionPage {
     Binding {
         target: home.transcriptions
         property: "query"
-        value: search.query
+        value: search.text
     }
 
     Label {
         width: parent.width
         text: "Welcome back, " + home.pages.firstName
-        size: 25
+        size: Theme.headlineSize
         font.weight: Font.Bold
         elide: Text.ElideRight
         Accessible.role: Accessible.Heading
@@ -67,8 +67,7 @@ TranscriptionPage {
                 anchors.rightMargin: -3
                 anchors.verticalCenter: parent.verticalCenter
                 symbol: home.searching ? "xmark.circle.fill" : "magnifyingglass"
-                name: home.searching ? "Close search" : "Search"
-                toolTip: name
+                text: home.searching ? "Close search" : "Search"
                 onClicked: home.toggleSearch()
             }
         }
@@ -76,7 +75,7 @@ TranscriptionPage {
         EmptyHint {
             width: parent.width
             visible: home.transcriptions.empty
-            searching: search.query !== ""
+            searching: search.text !== ""
         }
     }
 

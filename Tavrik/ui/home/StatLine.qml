@@ -12,14 +12,14 @@ Column {
 
     Label {
         text: parent.value
-        size: 23
+        size: Theme.titleSize
         font.weight: Font.DemiBold
         Accessible.ignored: true
     }
 
     Label {
         text: parent.label
-        size: 12
+        size: Theme.smallSize
         color: Theme.secondary
         Accessible.ignored: true
     }

@@ -1,7 +1,8 @@
 import QtQuick
 import Tavrik
 
-// A round button with a symbol, without any of the platform's own look.
+// A round button of the panel. It is no control of Templates: loading them would delay the first panel, which never
+// has the keyboard focus.
 Item {
     id: button
 
@@ -21,15 +22,21 @@ Item {
     Rectangle {
         anchors.fill: parent
         radius: height / 2
-        color: Qt.rgba(1, 1, 1, button.prominent ? (mouse.containsMouse ? 0.85 : 1) : (mouse.containsMouse ? 0.25 : 0.14))
+        color: {
+            if (button.prominent)
+                return mouse.containsMouse ? Theme.panelProminentButtonHover : Theme.panelProminentButton;
+            return mouse.containsMouse ? Theme.panelButtonHover : Theme.panelButton;
+        }
     }
 
-    // The size at which the symbol's stroke has the weight of bold text of 9.5 points.
+    // At this size the symbol's stroke has the weight of bold text of 9.5 points.
     Image {
+        readonly property color colour: button.prominent ? Theme.panelProminentSymbol : Theme.panelSymbol
+
         anchors.centerIn: parent
         sourceSize.width: 20
         sourceSize.height: 20
-        source: "image://symbols/" + button.symbol + "/" + (button.prominent ? "ff000000" : "e6ffffff")
+        source: "image://symbols/" + button.symbol + "/" + colour.toString().slice(1)
     }
 
     ToolTipArea {

@@ -1,7 +1,7 @@
 import QtQuick
 import Tavrik
 
-// The panel's content: a dark pill, and round it the room its shadow needs.
+// The panel's content: a dark pill, and around it the room for its shadow.
 Item {
     id: root
 
@@ -10,6 +10,9 @@ Item {
     readonly property rect pillRect: Qt.rect(pill.x, pill.y, pill.width, pill.height)
     readonly property int margin: 24
     readonly property int shadowOffset: 8
+    readonly property real horizontalPadding: 7
+    readonly property real verticalPadding: 6
+    readonly property real spacing: 9
 
     width: pill.width + 2 * margin
     height: pill.height + 2 * margin + shadowOffset
@@ -24,16 +27,16 @@ Item {
         id: pill
         x: root.margin
         y: root.margin
-        width: 7 + cancel.width + 9 + middle.width + 9 + confirm.width + 7
-        height: 6 + cancel.height + 6
+        width: confirm.x + confirm.width + root.horizontalPadding
+        height: cancel.height + 2 * root.verticalPadding
         // Without translucency the window itself is cut to the shape.
         radius: root.translucent ? height / 2 : 0
-        color: Qt.rgba(0.09, 0.09, 0.10, root.translucent ? 0.94 : 1)
+        color: root.translucent ? Theme.panel : Theme.panelOpaque
 
         HUDButton {
             id: cancel
-            x: 7
-            y: 6
+            x: root.horizontalPadding
+            y: root.verticalPadding
             symbol: "xmark"
             prominent: false
             toolTip: "Cancel"
@@ -42,7 +45,7 @@ Item {
 
         Item {
             id: middle
-            x: cancel.x + cancel.width + 9
+            x: cancel.x + cancel.width + root.spacing
             width: 84
             height: parent.height
 
@@ -50,6 +53,7 @@ Item {
                 anchors.centerIn: parent
                 width: parent.width
                 height: 16
+                color: Theme.panelBar
                 visible: !root.model.processing
                 model: root.model
             }
@@ -63,6 +67,7 @@ Item {
                     anchors.verticalCenter: parent.verticalCenter
                     width: 10
                     height: 10
+                    color: Theme.panelText
                     running: visible && Window.visibility !== Window.Hidden
                 }
 
@@ -70,9 +75,8 @@ Item {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Translating…"
                     textFormat: Text.PlainText
-                    color: Qt.rgba(1, 1, 1, 0.85)
-                    // 10.5 device-independent pixels: a pixel size holds no fraction.
-                    font.pointSize: 10.5 * 72 / (25.4 * Screen.logicalPixelDensity)
+                    color: Theme.panelText
+                    font.pointSize: Theme.points(10.5, Screen.logicalPixelDensity)
                     font.weight: Font.Medium
                     Accessible.role: Accessible.StaticText
                     Accessible.name: text
@@ -82,8 +86,8 @@ Item {
 
         HUDButton {
             id: confirm
-            x: middle.x + middle.width + 9
-            y: 6
+            x: middle.x + middle.width + root.spacing
+            y: root.verticalPadding
             symbol: "checkmark"
             prominent: true
             toolTip: "Finish and paste"

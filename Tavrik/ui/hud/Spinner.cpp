@@ -43,8 +43,9 @@ void Spinner::paint(QPainter* painter) {
     for (int i = 0; i < spokes; ++i) {
         // The leading spoke is the brightest; the others fade behind it.
         const int age = (m_step - i + spokes) % spokes;
-        QPen pen(QColor::fromRgbF(1, 1, 1, std::max(0.85F - 0.1F * static_cast<float>(age), 0.2F)),
-                 thickness);
+        auto colour = m_color;
+        colour.setAlphaF(std::max(m_color.alphaF() - 0.1F * static_cast<float>(age), 0.2F));
+        QPen pen(colour, thickness);
         pen.setCapStyle(Qt::RoundCap);
         painter->setPen(pen);
         painter->save();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QBasicTimer>
+#include <QColor>
 #include <QQuickPaintedItem>
 
 namespace tavrik {
@@ -10,6 +11,8 @@ class Spinner : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(bool running READ isRunning WRITE setRunning NOTIFY runningChanged)
+    /// Of the leading spoke.
+    Q_PROPERTY(QColor color MEMBER m_color)
 
 public:
     explicit Spinner(QQuickItem* parent = nullptr);
@@ -28,6 +31,7 @@ protected:
 private:
     QBasicTimer m_steps;
     int m_step = 0;
+    QColor m_color = Qt::white;
 };
 
 } // namespace tavrik

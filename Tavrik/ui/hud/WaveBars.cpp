@@ -91,7 +91,7 @@ void WaveBars::timerEvent(QTimerEvent* event) {
 void WaveBars::paint(QPainter* painter) {
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
-    painter->setBrush(QColor::fromRgbF(1, 1, 1, 0.92F));
+    painter->setBrush(m_color);
     const auto count = static_cast<double>(m_drawn.size());
     double x = (width() - count * barWidth - (count - 1) * spacing) / 2;
     for (const double level : std::as_const(m_drawn)) {

@@ -3,6 +3,7 @@
 #include "ui/hud/HUDModel.h"
 
 #include <QBasicTimer>
+#include <QColor>
 #include <QElapsedTimer>
 #include <QList>
 #include <QPointer>
@@ -18,6 +19,7 @@ class WaveBars : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(tavrik::HUDModel* model READ model WRITE setModel NOTIFY modelChanged)
+    Q_PROPERTY(QColor color MEMBER m_color)
 
 public:
     explicit WaveBars(QQuickItem* parent = nullptr);
@@ -38,6 +40,7 @@ private:
     void followLevels();
 
     QPointer<HUDModel> m_model;
+    QColor m_color = Qt::white;
     QList<double> m_levels;
     QList<double> m_from;
     QList<double> m_drawn;

@@ -45,7 +45,7 @@ Column {
             subtitle: page.settings.signOutText
 
             PushButton {
-                name: "Sign out"
+                text: "Sign out"
                 onClicked: page.account.signOut()
             }
         }
@@ -57,7 +57,7 @@ Column {
             subtitle: page.settings.dataFolderText
 
             PushButton {
-                name: page.settings.revealFolderText
+                text: page.settings.revealFolderText
                 onClicked: page.settings.revealDataFolder()
             }
         }

@@ -1,11 +1,11 @@
 import QtQuick
 import Tavrik
 
-// A caption in the settings' column of tabs.
+// A caption among the tabs.
 Label {
-    size: 11
+    size: Theme.captionSize
     font.weight: Font.DemiBold
-    font.letterSpacing: 0.8
+    font.letterSpacing: Theme.captionSpacing
     color: Theme.secondary
     leftPadding: 10
     rightPadding: 10

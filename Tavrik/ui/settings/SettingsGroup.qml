@@ -7,9 +7,9 @@ Rectangle {
 
     width: parent.width
     height: column.height
-    radius: 12
+    radius: Theme.groupRadius
     color: Theme.inset
-    border.width: 1
+    border.width: Theme.hairline
     border.color: Theme.border
 
     Column {

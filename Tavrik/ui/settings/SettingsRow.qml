@@ -1,7 +1,7 @@
 import QtQuick
 import Tavrik
 
-// One setting: what it is, and the control that changes it.
+// One setting: its title, and the control that changes it.
 Item {
     id: row
 
@@ -12,13 +12,13 @@ Item {
     default property alias control: controls.data
 
     width: parent.width
-    height: Math.max(texts.height, controls.height) + 28 + (noteLabel.visible ? noteLabel.height + 8 : 0)
+    height: Math.max(texts.height, controls.height) + 2 * Theme.rowPadding + (noteLabel.visible ? noteLabel.height + 8 : 0)
 
     Column {
         id: texts
-        x: 16
-        y: 14 + Math.max(0, (controls.height - height) / 2)
-        width: parent.width - 48 - controls.width
+        x: Theme.cardPadding
+        y: Theme.rowPadding + Math.max(0, (controls.height - height) / 2)
+        width: parent.width - 3 * Theme.cardPadding - controls.width
         spacing: 2
 
         Label {
@@ -32,7 +32,7 @@ Item {
             width: parent.width
             text: row.subtitle
             visible: text !== ""
-            size: 12
+            size: Theme.smallSize
             color: Theme.secondary
             wrapMode: Text.Wrap
         }
@@ -40,20 +40,20 @@ Item {
 
     Item {
         id: controls
-        x: parent.width - width - 16
-        y: 14 + Math.max(0, (texts.height - height) / 2)
+        x: parent.width - width - Theme.cardPadding
+        y: Theme.rowPadding + Math.max(0, (texts.height - height) / 2)
         width: childrenRect.width
         height: childrenRect.height
     }
 
     Label {
         id: noteLabel
-        x: 16
-        y: parent.height - height - 14
-        width: parent.width - 32
+        x: Theme.cardPadding
+        y: parent.height - height - Theme.rowPadding
+        width: parent.width - 2 * Theme.cardPadding
         text: row.note
         visible: text !== ""
-        size: 12
+        size: Theme.smallSize
         color: Theme.warning
         wrapMode: Text.Wrap
     }

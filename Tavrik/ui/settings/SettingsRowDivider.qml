@@ -1,10 +1,10 @@
 import QtQuick
 import Tavrik
 
-// Between two rows.
+// A line between two rows.
 Rectangle {
-    x: 16
-    width: parent.width - 32
-    height: 1
+    x: Theme.cardPadding
+    width: parent.width - 2 * x
+    height: Theme.hairline
     color: Theme.border
 }

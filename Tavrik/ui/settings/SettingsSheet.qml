@@ -13,12 +13,14 @@ Item {
 
     // "general", "system" or "account".
     property string tab: "general"
+    readonly property real tabWidth: 200
+    readonly property real pagePadding: 30
     readonly property var pages: ({
             general: Qt.resolvedUrl("GeneralSettings.qml"),
             system: Qt.resolvedUrl("SystemSettings.qml"),
             account: Qt.resolvedUrl("AccountSettings.qml")
         })
-    // The pages are not made before they can be seen.
+    // No page is made before the sheet is first shown.
     property bool wasPresented: false
 
     width: 760
@@ -34,7 +36,7 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        radius: 16
+        radius: Theme.sheetRadius
         color: Theme.card
     }
 
@@ -42,12 +44,12 @@ Item {
     Rectangle {
         width: 2 * radius
         height: parent.height
-        radius: 16
+        radius: Theme.sheetRadius
         color: Theme.canvas
     }
     Rectangle {
-        x: 16
-        width: 200 - x
+        x: Theme.sheetRadius
+        width: sheet.tabWidth - x
         height: parent.height
         color: Theme.canvas
     }
@@ -55,7 +57,7 @@ Item {
     Column {
         x: 14
         y: 24
-        width: 172
+        width: sheet.tabWidth - 2 * x
         spacing: 3
 
         SettingsCaption {
@@ -64,7 +66,7 @@ Item {
 
         SidebarButton {
             width: parent.width
-            title: "General"
+            text: "General"
             symbol: "slider.horizontal.3"
             current: sheet.tab === "general"
             onClicked: sheet.tab = "general"
@@ -72,7 +74,7 @@ Item {
 
         SidebarButton {
             width: parent.width
-            title: "System"
+            text: "System"
             symbol: "display"
             current: sheet.tab === "system"
             onClicked: sheet.tab = "system"
@@ -85,7 +87,7 @@ Item {
 
         SidebarButton {
             width: parent.width
-            title: "Account"
+            text: "Account"
             symbol: "person.crop.circle"
             current: sheet.tab === "account"
             onClicked: sheet.tab = "account"
@@ -96,24 +98,24 @@ Item {
         x: 24
         y: parent.height - height - 24
         text: "Tavrik v" + sheet.settings.version
-        size: 11
+        size: Theme.captionSize
         color: Theme.secondary
     }
 
     Flickable {
         id: scroller
-        x: 200
+        x: sheet.tabWidth
         width: parent.width - x
         height: parent.height
-        contentHeight: page.height + 60
+        contentHeight: page.height + 2 * sheet.pagePadding
         boundsBehavior: Flickable.StopAtBounds
         clip: true
 
         ViewLoader {
             id: page
-            x: 30
-            y: 30
-            width: scroller.width - 60
+            x: sheet.pagePadding
+            y: sheet.pagePadding
+            width: scroller.width - 2 * sheet.pagePadding
             view: sheet.wasPresented ? sheet.pages[sheet.tab] : ""
             needs: () => sheet.tab === "account" ? {
                     settings: sheet.settings,
@@ -135,8 +137,7 @@ Item {
         size: 16
         padding: 0
         radius: width / 2
-        name: "Close"
-        toolTip: name
+        text: "Close"
         onClicked: sheet.closed()
     }
 }

@@ -3,7 +3,7 @@ import Tavrik
 
 // The title of a page of settings.
 Label {
-    size: 23
+    size: Theme.titleSize
     font.weight: Font.DemiBold
     bottomPadding: 6
     Accessible.role: Accessible.Heading

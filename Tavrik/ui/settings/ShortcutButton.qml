@@ -9,27 +9,26 @@ PlainButton {
 
     readonly property string shown: recorder.recording ? "Press keys…" : recorder.display
 
-    name: "Shortcut: " + shown
+    text: "Shortcut: " + shown
     toolTip: "Click, then press the new shortcut. Esc cancels."
-    implicitWidth: Math.max(90, label.implicitWidth) + 20
-    implicitHeight: label.implicitHeight + 10
+    horizontalPadding: 10
+    verticalPadding: 5
+    implicitWidth: Math.max(90, implicitContentWidth) + leftPadding + rightPadding
     onClicked: recorder.toggle()
 
-    Rectangle {
-        anchors.fill: parent
+    background: Rectangle {
         radius: button.radius
         color: Theme.card
-        border.width: 1
+        border.width: Theme.hairline
         border.color: button.recorder.recording ? Theme.accent : Theme.border
     }
 
-    Label {
-        id: label
-        anchors.centerIn: parent
+    contentItem: Label {
         text: button.shown
-        size: 12
+        size: Theme.smallSize
         font.weight: Font.Medium
         color: button.recorder.recording ? Theme.accent : Theme.primary
+        horizontalAlignment: Text.AlignHCenter
         Accessible.ignored: true
     }
 }

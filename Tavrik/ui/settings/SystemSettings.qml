@@ -22,9 +22,10 @@ Column {
             title: "Launch app at login"
 
             ToggleSwitch {
-                name: "Launch app at login"
-                on: page.settings.launchAtLogin
-                onClicked: page.settings.launchAtLogin = !on
+                text: "Launch app at login"
+                // Stays off where the desktop refuses: the model says again what it is.
+                checked: page.settings.launchAtLogin
+                onToggled: page.settings.launchAtLogin = checked
             }
         }
     }
@@ -41,9 +42,9 @@ Column {
             subtitle: "Chimes when recording starts and when text is pasted."
 
             ToggleSwitch {
-                name: "Recording and notification sounds"
-                on: page.settings.sounds
-                onClicked: page.settings.sounds = !on
+                text: "Recording and notification sounds"
+                checked: page.settings.sounds
+                onToggled: page.settings.sounds = checked
             }
         }
     }

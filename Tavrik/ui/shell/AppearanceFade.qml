@@ -1,14 +1,14 @@
 import QtQuick
 import Tavrik
 
-// Leads the window from one appearance to the other: the last picture of the old one lies over the new one, and fades.
+// Fades the window from one appearance to the other: a picture of the old one lies over the new one and fades out.
 Image {
     id: fade
 
-    // What the picture is of.
+    // What is pictured.
     required property Item from
 
-    function turn(): void {
+    function follow(): void {
         Theme.dark = Theme.applicationIsDark;
     }
 
@@ -19,10 +19,10 @@ Image {
         target: Theme
         function onApplicationIsDarkChanged() {
             if (fade.Window.visibility === Window.Hidden || fade.Window.visibility === Window.Minimized)
-                return fade.turn();
+                return fade.follow();
             fade.from.grabToImage(picture => {
                 fade.source = picture.url;
-                fade.turn();
+                fade.follow();
                 going.restart();
             });
         }
@@ -34,7 +34,7 @@ Image {
         property: "opacity"
         from: 1
         to: 0
-        duration: 200
+        duration: Theme.appearanceDuration
         easing.type: Easing.InOutQuad
         onFinished: fade.source = ""
     }

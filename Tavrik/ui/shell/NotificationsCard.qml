@@ -17,13 +17,13 @@ DropdownCard {
         SymbolImage {
             anchors.verticalCenter: parent.verticalCenter
             name: "bell.slash"
-            size: 12
+            size: Theme.smallSize
             colour: Theme.secondary
         }
 
         Label {
             text: "Nothing here yet."
-            size: 12
+            size: Theme.smallSize
             color: Theme.secondary
         }
     }

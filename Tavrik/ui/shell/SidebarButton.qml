@@ -5,45 +5,48 @@ import Tavrik
 PlainButton {
     id: button
 
-    required property string title
     required property string symbol
     property bool collapsed: false
     property bool current: false
 
-    name: title
-    toolTip: title
-    radius: 8
-    implicitHeight: Math.max(symbolImage.height, label.height) + 14
+    toolTip: text
+    radius: Theme.fieldRadius
+    horizontalPadding: 9
+    verticalPadding: 7
     Accessible.selectable: true
     Accessible.selected: current
 
-    Rectangle {
-        anchors.fill: parent
+    background: Rectangle {
         radius: button.radius
         color: button.current ? Theme.selection : Theme.hover
         visible: button.current || button.hovered
     }
 
-    SymbolImage {
-        id: symbolImage
-        x: 9 + Math.round((18 - width) / 2)
-        anchors.verticalCenter: parent.verticalCenter
-        name: button.symbol
-    }
+    contentItem: Row {
+        spacing: 9
 
-    Label {
-        id: label
-        x: 9 + 18 + 9
-        anchors.verticalCenter: parent.verticalCenter
-        text: button.title
-        font.weight: Font.Medium
-        opacity: button.collapsed ? 0 : 1
-        visible: opacity > 0
-        Accessible.ignored: true
+        Item {
+            anchors.verticalCenter: parent.verticalCenter
+            width: 18
+            height: childrenRect.height
 
-        Behavior on opacity {
-            NumberAnimation {
-                duration: 160
+            SymbolImage {
+                anchors.horizontalCenter: parent.horizontalCenter
+                name: button.symbol
+            }
+        }
+
+        Label {
+            anchors.verticalCenter: parent.verticalCenter
+            text: button.text
+            font.weight: Font.Medium
+            opacity: button.collapsed ? 0 : 1
+            Accessible.ignored: true
+
+            Behavior on opacity {
+                NumberAnimation {
+                    duration: 160
+                }
             }
         }
     }

@@ -1,10 +1,9 @@
 import Tavrik
 
-// Makes the sidebar narrow or wide.
+// Collapses or expands the sidebar.
 IconButton {
     required property bool collapsed
 
     symbol: "sidebar.left"
-    name: collapsed ? "Expand sidebar" : "Collapse sidebar"
-    toolTip: name
+    text: collapsed ? "Expand sidebar" : "Collapse sidebar"
 }

@@ -13,21 +13,21 @@ Item {
     signal collapseToggled
 
     // 1 when wide, 0 when collapsed.
-    readonly property real openness: Math.max(0, Math.min(1, (width - 60) / (208 - 60)))
+    readonly property real openness: Math.max(0, Math.min(1, (width - Theme.collapsedSidebarWidth) / (Theme.sidebarWidth - Theme.collapsedSidebarWidth)))
 
     width: spring.value
     clip: true
 
     SpringValue {
         id: spring
-        target: sidebar.collapsed ? 60 : 208
+        target: sidebar.collapsed ? Theme.collapsedSidebarWidth : Theme.sidebarWidth
     }
 
     Item {
         id: header
-        x: 12
+        x: Theme.sidebarMargin
         y: 52
-        width: parent.width - 24
+        width: parent.width - 2 * x
         height: 38 + 18 + 4 * sidebar.openness
 
         Row {
@@ -58,14 +58,14 @@ Item {
     }
 
     Column {
-        x: 12
+        x: Theme.sidebarMargin
         y: header.y + header.height
         width: header.width
         spacing: 3
 
         SidebarButton {
             width: parent.width
-            title: "Home"
+            text: "Home"
             symbol: "square.grid.2x2"
             collapsed: sidebar.collapsed
             current: sidebar.selection === "home"
@@ -74,7 +74,7 @@ Item {
 
         SidebarButton {
             width: parent.width
-            title: "History"
+            text: "History"
             symbol: "clock.arrow.circlepath"
             collapsed: sidebar.collapsed
             current: sidebar.selection === "history"
@@ -83,7 +83,7 @@ Item {
     }
 
     Column {
-        x: 12
+        x: Theme.sidebarMargin
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 14
         width: header.width
@@ -91,7 +91,7 @@ Item {
 
         SidebarButton {
             width: parent.width
-            title: "Settings"
+            text: "Settings"
             symbol: "gearshape"
             collapsed: sidebar.collapsed
             onClicked: sidebar.settingsOpened()

@@ -1,7 +1,7 @@
 import QtQuick
 import Tavrik
 
-// The two buttons that open the drop-down cards; `panel` says which card is open: "", "notifications" or "account".
+// The two buttons of the drop-down cards; `panel` names the open card: "", "notifications" or "account".
 Row {
     id: icons
 
@@ -15,16 +15,14 @@ Row {
 
     TopIconButton {
         symbol: "bell"
-        name: "Notifications"
-        toolTip: name
+        text: "Notifications"
         active: icons.panel === "notifications"
         onClicked: icons.toggle("notifications")
     }
 
     TopIconButton {
         symbol: "person.crop.circle"
-        name: "Account"
-        toolTip: name
+        text: "Account"
         active: icons.panel === "account"
         onClicked: icons.toggle("account")
     }

@@ -1,6 +1,6 @@
 import Tavrik
 
-// One of the buttons in the window's corner.
+// A button in the window's corner.
 IconButton {
     size: 14
     padding: 6
