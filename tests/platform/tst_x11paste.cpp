@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 using namespace tavrik;
@@ -115,7 +116,9 @@ private Q_SLOTS:
         const auto setLayout = [this](const QStringList& wanted) {
             output(u"setxkbmap"_s, wanted);
             m_keyboard->queryInput();
-            QTest::qWait(1);
+            QEventLoop loop;
+            QTimer::singleShot(0, &loop, &QEventLoop::quit);
+            loop.exec();
         };
         setLayout(layout);
         m_keys->lock(locks, group);
