@@ -78,9 +78,12 @@ void AppDelegate::updateNote() {
     QStringList notes;
     if (const auto reason = m_dependencies.hotKey.status().reason; !reason.isEmpty())
         notes << m_dependencies.settings.hotKeyDisplay() + u": "_s + reason;
-    const auto keys = m_dependencies.pasteKeys.status().reason;
-    if (const auto& reason = m_pasteNote.isEmpty() ? keys : m_pasteNote; !reason.isEmpty())
-        notes << u"Your text stays on the clipboard: "_s + reason;
+    const auto keys = m_dependencies.pasteKeys.status();
+    const auto failure = m_pasteNote.isEmpty() && !keys.works ? keys.reason : m_pasteNote;
+    if (!failure.isEmpty())
+        notes << u"Your text stays on the clipboard: "_s + failure;
+    else if (!keys.reason.isEmpty())
+        notes << keys.reason;
     m_dependencies.statusItem.setNote(notes.join(u'\n'));
 }
 

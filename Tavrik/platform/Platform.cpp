@@ -63,6 +63,11 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance() {
 namespace {
 
 const QString noXServer = u"There is no X server."_s;
+// Of an X server that a Wayland compositor started for the programs that need one.
+const QString keysFromX =
+    u"In this Wayland session the shortcut may only be heard while an X program has the keyboard."_s;
+const QString keysToX = u"In this Wayland session only X programs can be pasted into."_s;
+const QString panelNeedsX = u"The panel needs an X server."_s;
 const QString noScreen = u"There is no screen."_s;
 
 /// What users start.
@@ -115,9 +120,11 @@ void Platform::chooseClipboardAndKeys() {
     } else {
         clipboard = std::make_unique<NullClipboard>(noScreen);
     }
-    if (m_foundation->keyboard.isConnected()) {
-        hotKeys = std::make_unique<X11HotKeyBackend>(m_foundation->keyboard);
-        pasteKeys = std::make_unique<X11PasteKeys>(m_foundation->keyboard, std::move(offerSelection));
+    if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected()) {
+        const bool besideWayland = qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+        hotKeys = std::make_unique<X11HotKeyBackend>(keyboard, besideWayland ? keysFromX : QString());
+        pasteKeys = std::make_unique<X11PasteKeys>(keyboard, std::move(offerSelection),
+                                                   besideWayland ? keysToX : QString());
     } else {
         hotKeys = std::make_unique<NullHotKeyBackend>(noXServer);
         pasteKeys = std::make_unique<NullPasteKeys>(noXServer);
@@ -130,7 +137,7 @@ void Platform::chooseWindows() {
         panels = std::make_unique<X11PanelHost>();
         windowActivator = std::make_unique<X11WindowActivator>();
     } else {
-        panels = std::make_unique<NullPanelHost>(hasScreen() ? noXServer : noScreen);
+        panels = std::make_unique<NullPanelHost>(hasScreen() ? panelNeedsX : noScreen);
         windowActivator = std::make_unique<QtWindowActivator>();
     }
 }

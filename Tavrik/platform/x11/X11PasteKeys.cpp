@@ -67,8 +67,9 @@ bool isTerminal(const QByteArrayList& windowClass) {
 
 } // namespace
 
-X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection)
-    : m_keyboard(keyboard), m_offerSelection(std::move(offerSelection)) {
+X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection, QString restriction)
+    : m_keyboard(keyboard), m_offerSelection(std::move(offerSelection)),
+      m_restriction(std::move(restriction)) {
     m_bound.setSingleShot(true);
     m_bound.setInterval(patience);
     connect(&m_bound, &QTimer::timeout, this, &X11PasteKeys::sendAnyway);
@@ -87,7 +88,7 @@ ServiceStatus X11PasteKeys::status() const {
         return {backend, false, X11Keyboard::disconnectedReason()};
     if (!m_keyboard.canSynthesise())
         return {backend, false, u"The X server lets no program paste into another."_s};
-    return {backend, true};
+    return {backend, true, m_restriction};
 }
 
 void X11PasteKeys::sendPaste(Completion<void> completion) {

@@ -41,9 +41,11 @@ QString ShortcutRecorder::display() const {
 QString ShortcutRecorder::warning() const {
     if (m_phase != Phase::idle)
         return {};
-    QStringList reasons{m_with.hotKey.status().reason, m_with.paste.status().reason};
+    const auto paste = m_with.paste.status();
+    QStringList reasons{m_with.hotKey.status().reason,
+                        paste.works ? paste.reason
+                                    : QStringLiteral("Your text stays on the clipboard: ") + paste.reason};
     reasons.removeAll(QString());
-    reasons.removeDuplicates();
     return reasons.join(u'\n');
 }
 

@@ -1,5 +1,7 @@
 #include "ui/shell/LazyViews.h"
 
+#include "platform/PanelHost.h"
+
 #include <QCoreApplication>
 #include <QLibrary>
 
@@ -9,6 +11,8 @@ LazyViews::LazyViews(Views::Dependencies dependencies) : m_dependencies(std::mov
 
 void LazyViews::show(std::function<float()> levelProvider, std::function<void()> onCancel,
                      std::function<void()> onConfirm) {
+    if (!m_dependencies.panels.status().works)
+        return;
     if (auto* views = load())
         views->hud().show(std::move(levelProvider), std::move(onCancel), std::move(onConfirm));
 }
