@@ -18,37 +18,21 @@ using namespace tavrik;
 
 namespace {
 
-class FakeRecorder : public AbstractRecorder {
-public:
-    explicit FakeRecorder(QString folder) : m_folder(std::move(folder)) {}
+/// A whole program. The desktop, and all around the controller but the history, is this one object, which
+/// writes down what is asked of it.
+struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, AbstractPaster, Account {
     Result<void> start() override {
         if (broken)
             return std::unexpected(Error{"no microphone"});
-        m_file = QString("%1/take-%2.wav").arg(m_folder).arg(++m_count);
-        QFile file(m_file);
+        take = QString("%1/take-%2.wav").arg(folder.path()).arg(++takes);
+        QFile file(take);
         return file.open(QFile::WriteOnly) ? Result<void>{} : std::unexpected(Error{file.errorString()});
     }
     std::optional<Take> stop() override {
-        if (m_file.isEmpty() || lost)
-            return std::nullopt;
-        return Take{std::exchange(m_file, {}), duration};
+        return take.isEmpty() || lost ? std::nullopt : std::optional(Take{std::exchange(take, {}), duration});
     }
     std::optional<float> averagePower() override { return power; }
 
-    bool broken = false;
-    bool lost = false;
-    double duration = 2;
-    std::optional<float> power;
-
-private:
-    QString m_folder;
-    QString m_file;
-    int m_count = 0;
-};
-
-class FakeHUD : public AbstractRecordingHUD {
-public:
-    explicit FakeHUD(fake::Journal& log) : journal(log) {}
     void show(std::function<float()> provider, std::function<void()> onCancel,
               std::function<void()> onConfirm) override {
         journal << "panel";
@@ -59,69 +43,49 @@ public:
     void setProcessing() override { journal << "panel waits"; }
     void hide() override { journal << "no panel"; }
 
-    fake::Journal& journal;
-    std::function<float()> level;
-    std::function<void()> cancel = [] {
-    };
-    std::function<void()> confirm = [] {
-    };
-};
-
-class FakeTranslator : public AbstractTranslator {
-public:
-    explicit FakeTranslator(fake::Journal& log) : journal(log) {}
     void prepare() override { ++prepared; }
     void translate(const QString& file, Completion<QString> completion) override {
-        QVERIFY(QFile::exists(file));
-        journal << "translate";
-        pending = std::move(completion);
-        if (immediate)
-            answer(std::unexpected(*immediate));
+        journal << (QFile::exists(file) ? "translate" : "translate nothing");
+        translated = std::move(completion);
+        if (refusal)
+            answer(std::unexpected(*refusal));
     }
     void answer(Result<QString> result) {
-        if (auto completion = std::exchange(pending, nullptr))
+        if (auto completion = std::exchange(translated, nullptr))
             completion(std::move(result));
     }
 
-    fake::Journal& journal;
-    Completion<QString> pending;
-    std::optional<Error> immediate;
-    int prepared = 0;
-};
-
-class FakePaster : public AbstractPaster {
-public:
-    explicit FakePaster(fake::Journal& log) : journal(log) {}
     void paste(const QString& text, Completion<void> completion) override {
         journal << QString("paste [%1]").arg(text);
-        pending = std::move(completion);
+        pasted = std::move(completion);
     }
-    fake::Journal& journal;
-    Completion<void> pending;
-};
 
-class FakeAccount : public Account {
-public:
     bool isSignedIn() const override { return signedIn; }
-    void whenKnown(std::function<void()> callback) override { known = std::move(callback); }
+    void whenKnown(std::function<void()> callback) override { accountKnown = std::move(callback); }
     void withValidAccessToken(Completion<QString>) override {}
 
+    QString take;
+    int takes = 0;
+    bool broken = false;
+    bool lost = false;
+    double duration = 2;
+    std::optional<float> power;
+    std::function<float()> level;
+    std::function<void()> cancel = [] {
+    };
+    std::function<void()> confirm = cancel;
+    int prepared = 0;
+    Completion<QString> translated;
+    std::optional<Error> refusal;
+    Completion<void> pasted;
     bool signedIn = false;
-    std::function<void()> known;
-};
+    std::function<void()> accountKnown;
 
-/// A whole program whose neighbours are all stand-ins but the history and the queue.
-struct Desk {
     QTemporaryDir folder;
     fake::Journal journal;
     MainQueue queue;
     fake::Preferences preferences;
     Settings settings{preferences};
-    FakeAccount account;
-    FakeRecorder recorder{folder.path()};
-    FakeHUD hud{journal};
-    FakeTranslator translator{journal};
-    FakePaster paster{journal};
     HistoryStore history{folder.filePath("data")};
     fake::AlertsLog alerts{journal};
     fake::AppearanceLog appearance;
@@ -131,28 +95,33 @@ struct Desk {
     fake::Sounds sounds{journal};
     fake::Status status{journal};
     HotKeyRegistrar hotKey{hotKeys, queue, settings};
-    std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(
-        AppDelegate::Dependencies{queue,
-                                  preferences,
-                                  settings,
-                                  account,
-                                  hotKey,
-                                  recorder,
-                                  hud,
-                                  translator,
-                                  paster,
-                                  [this]() -> HistoryStore& { return history; },
-                                  alerts,
-                                  appearance,
-                                  microphone,
-                                  pasteKeys,
-                                  sounds,
-                                  status,
-                                  [this](const QByteArray& token) { journal << "window" + token; },
-                                  {},
-                                  [this] {
-                                      journal << "quit";
-                                  }});
+
+    HistoryStore& openHistory() { return history; }
+    void openWindow(const QByteArray& token) { journal << "window" + token; }
+    void quit() { journal << "quit"; }
+
+    AppDelegate::Dependencies dependencies{
+        .queue = queue,
+        .preferences = preferences,
+        .settings = settings,
+        .account = *this,
+        .hotKey = hotKey,
+        .recorder = *this,
+        .hud = *this,
+        .translator = *this,
+        .paster = *this,
+        .history = std::bind_front(&Desk::openHistory, this),
+        .alerts = alerts,
+        .appearance = appearance,
+        .microphone = microphone,
+        .pasteKeys = pasteKeys,
+        .sounds = sounds,
+        .statusItem = status,
+        .openMainWindow = std::bind_front(&Desk::openWindow, this),
+        .checkForUpdates = {},
+        .quit = std::bind_front(&Desk::quit, this),
+    };
+    std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(dependencies);
 
     /// What a test's script may say.
     QMap<QString, std::function<void()>> events;
@@ -164,18 +133,18 @@ struct Desk {
         on("press", [this] { app->startRecording(); });
         on("release", [this] { app->stopAndTranslate(); });
         on("cancel", [this] { app->cancelRecording(); });
-        on("confirm", [this] { hud.confirm(); });
-        on("cross", [this] { hud.cancel(); });
-        on("text", [this] { translator.answer("Hello"); });
-        on("spaces", [this] { translator.answer("  "); });
-        on("empty", [this] { translator.answer(QString()); });
-        on("fail", [this] { translator.answer(std::unexpected(Error{"<b>boom</b>"})); });
-        on("refuse", [this] { translator.immediate = Error{"sign in first"}; });
-        on("broken", [this] { recorder.broken = true; });
-        on("lost", [this] { recorder.lost = true; });
-        on("found", [this] { recorder.lost = false; });
+        on("confirm", [this] { confirm(); });
+        on("cross", [this] { cancel(); });
+        on("text", [this] { answer("Hello"); });
+        on("spaces", [this] { answer("  "); });
+        on("empty", [this] { answer(QString()); });
+        on("fail", [this] { answer(std::unexpected(Error{"<b>boom</b>"})); });
+        on("refuse", [this] { refusal = Error{"sign in first"}; });
+        on("broken", [this] { broken = true; });
+        on("lost", [this] { lost = true; });
+        on("found", [this] { lost = false; });
         on("quiet", [this] { preferences.values["sounds_enabled"] = false; });
-        on("tap", [this] { recorder.duration = 0.4; });
+        on("tap", [this] { duration = 0.4; });
         on("gone", [this] { app.reset(); });
     }
 
@@ -255,14 +224,14 @@ private Q_SLOTS:
     void level() {
         Desk desk;
         desk.play("press");
-        QCOMPARE(desk.hud.level(), 0.0F);
+        QCOMPARE(desk.level(), 0.0F);
         for (const auto& [power, level] :
              {std::pair(3.0F, 1.0F), {-25.0F, 0.5F}, {-INFINITY, 0.0F}, {NAN, 0.0F}}) {
-            desk.recorder.power = power;
-            QCOMPARE(desk.hud.level(), level);
+            desk.power = power;
+            QCOMPARE(desk.level(), level);
         }
         desk.play("gone");
-        QCOMPARE(desk.hud.level(), 0.0F);
+        QCOMPARE(desk.level(), 0.0F);
     }
 
     void launch() {
@@ -286,7 +255,7 @@ private Q_SLOTS:
 
     void storesWhatWasPasted() {
         Desk desk;
-        desk.recorder.duration = 3.25;
+        desk.duration = 3.25;
         const auto before = QDateTime::currentDateTimeUtc();
         desk.play("press release text press release spaces");
         QCOMPARE(desk.history.items().size(), 2);
@@ -295,7 +264,7 @@ private Q_SLOTS:
         QCOMPARE(newest.duration, 3.25);
         QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
         QVERIFY(newest.id != desk.history.items().last().id);
-        QCOMPARE(desk.translator.prepared, 2);
+        QCOMPARE(desk.prepared, 2);
     }
 
     void followsThePreferences() {
@@ -354,8 +323,8 @@ private Q_SLOTS:
             Desk desk;
             desk.preferences.values["openrouter_api_key"] = key;
             desk.app->applicationDidFinishLaunching();
-            desk.account.signedIn = signedIn;
-            desk.account.known();
+            desk.signedIn = signedIn;
+            desk.accountKnown();
             // Due when the window would be.
             bool due = false;
             desk.queue.postAfter(std::chrono::milliseconds(300), [&due] { due = true; });
@@ -392,17 +361,17 @@ private Q_SLOTS:
         Desk desk;
         desk.app->applicationDidFinishLaunching();
         desk.play("press release text");
-        desk.paster.pending(std::unexpected(Error{"No keys."}));
+        desk.pasted(std::unexpected(Error{"No keys."}));
         QCOMPARE(desk.status.note, "Your text stays on the clipboard: No keys.");
         desk.play("press release text");
-        desk.paster.pending({});
+        desk.pasted({});
         QVERIFY(desk.status.note.isEmpty());
         desk.pasteKeys.set({"fake", false, "Not permitted."});
         QCOMPARE(desk.status.note, "Your text stays on the clipboard: Not permitted.");
         QVERIFY(!desk.journal.join(u' ').contains("alert"));
 
         desk.play("press release text gone");
-        desk.paster.pending({});
+        desk.pasted({});
     }
 };
 
