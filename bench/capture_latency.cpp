@@ -2,6 +2,8 @@
 // whose default source hears the sink "vmic", as the virtual desktop's does:  tests/desktop/on-desktop
 // capture_latency [takes]
 
+#include "Measure.h"
+#include "Programs.h"
 #include "capture/Recorder.h"
 #include "platform/Microphone.h"
 #include "platform/linux/PulseConnection.h"
@@ -9,37 +11,20 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <random>
-#include <vector>
 
 using namespace tavrik;
+using namespace tavrik::bench;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double milliseconds(Clock::duration duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-double worst(const std::vector<double>& values) {
-    return std::ranges::max(values);
-}
-
-// Notes when the recorder has written its first and its last samples.
+/// Notes when the recorder has written its first and its last samples.
 class TimedMicrophone final : public Microphone {
 public:
     explicit TimedMicrophone(Microphone& microphone) : m_microphone(microphone) {}
@@ -65,20 +50,16 @@ private:
     Microphone& m_microphone;
 };
 
-// From exec to the first byte on its output.
+/// From exec to the first byte on its output.
 double timePeer() {
-    QProcess parec;
-    const auto begin = Clock::now();
-    parec.start(QStringLiteral("parec"), {QStringLiteral("--latency-msec=20"), QStringLiteral("--rate=16000"),
-                                          QStringLiteral("--channels=1"), QStringLiteral("--format=s16le")});
-    parec.waitForReadyRead(5000);
-    const auto time = milliseconds(Clock::now() - begin);
-    parec.kill();
-    parec.waitForFinished();
-    return time;
+    Process parec;
+    return timed([&] {
+        parec.start("parec", {"--latency-msec=20", "--rate=16000", "--channels=1", "--format=s16le"});
+        parec.waitForReadyRead(5000);
+    });
 }
 
-// The length of what can be heard in the file, and of the silence before and after it.
+/// The length of the tone in the file, and of the silence before and after it, in milliseconds.
 struct Heard {
     double before = 0;
     double tone = 0;
@@ -111,18 +92,15 @@ int main(int argc, char** argv) {
     const QCoreApplication app(argc, argv);
     const int takes = argc > 1 ? std::max(1, QByteArray(argv[1]).toInt()) : 40;
 
-    // The player's latency makes the virtual device work in blocks of about 10 ms, as a sound card does that
-    // was asked for that; left idle it works in blocks of 50 ms.
-    QProcess tone;
-    QProcess player;
+    // With this latency the virtual device works in blocks of about 10 ms, like a sound card that was asked
+    // for that. Idle it works in blocks of 50 ms.
+    Process tone;
+    Process player;
     tone.setStandardOutputProcess(&player);
-    tone.start(
-        QStringLiteral("sox"),
-        QStringLiteral("-q -n -t raw -r 48000 -c 2 -b 16 -e signed - synth sine 440 vol 0.5").split(u' '));
-    player.start(QStringLiteral("pacat"),
-                 QStringLiteral("--playback --raw --rate=48000 --channels=2 --format=s16le "
-                                "--latency-msec=30 --device=vmic")
-                     .split(u' '));
+    tone.start("sox", {"-q", "-n", "-t", "raw", "-r", "48000", "-c", "2", "-b", "16", "-e", "signed", "-",
+                       "synth", "sine", "440", "vol", "0.5"});
+    player.start("pacat", {"--raw", "--rate=48000", "--channels=2", "--format=s16le", "--latency-msec=30",
+                           "--device=vmic"});
     wait(1000);
 
     PulseMicrophone real(std::make_shared<PulseConnection>());
@@ -160,16 +138,10 @@ int main(int argc, char** argv) {
         QFile::remove(file);
     }
 
-    constexpr int recorded = 10;
     if (!recorder.start())
         return 1;
-    std::timespec begin{}, end{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &begin);
-    wait(recorded * 1000);
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &end);
+    const double processor = processorPercent(std::chrono::seconds(10));
     recorder.stop();
-    const auto busy = static_cast<double>(end.tv_sec - begin.tv_sec) +
-                      static_cast<double>(end.tv_nsec - begin.tv_nsec) / 1e9;
 
     std::printf("key down to first sample in the file: %.1f ms median, %.1f worst (parec %.1f, ratio %.2f; "
                 "goal 20 and 0.5)\n",
@@ -181,12 +153,6 @@ int main(int argc, char** argv) {
                 worst(last));
     std::printf("key up to file finished: %.1f ms median, %.1f worst (goal 12)\n", median(stopped),
                 worst(stopped));
-    std::printf("processor while recording: %.2f %% of a core (goal 3 with the panel)\n",
-                busy / recorded * 100);
-
-    tone.kill();
-    player.kill();
-    tone.waitForFinished();
-    player.waitForFinished();
+    std::printf("processor while recording: %.2f %% of a core (goal 3 with the panel)\n", processor);
     return 0;
 }

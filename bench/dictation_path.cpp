@@ -8,7 +8,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,7 +15,6 @@
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QUuid>
 
 #include <cstdio>
@@ -26,10 +24,6 @@ using namespace tavrik;
 using namespace tavrik::bench;
 
 namespace {
-
-double now() {
-    return milliseconds(Clock::now().time_since_epoch());
-}
 
 /// Where the texts arrive. Remembers when its paste key and its text came.
 class Editor : public QPlainTextEdit {

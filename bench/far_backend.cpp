@@ -94,7 +94,7 @@ double dictate(Backend& backend) {
     HotKeyHold hold;
     speak();
     hold.release();
-    const double released = milliseconds(Clock::now().time_since_epoch());
+    const double released = now();
     const double took = backend.firstByte() - released;
     // The reply has the way back before it, and is then pasted.
     QTest::qWait(300);
@@ -133,7 +133,7 @@ int main(int argc, char* argv[]) {
     const auto print = [](const char* which, const std::vector<double>& took) {
         std::printf("release to the request's first byte at a server 25 ms away, %s: %.1f ms, at most %.1f "
                     "(goal 35)\n",
-                    which, median(took), *std::ranges::max_element(took));
+                    which, median(took), worst(took));
     };
     print("first dictation", first);
     print("later ones", later);

@@ -160,7 +160,7 @@ void benchMainThread(int count, int rounds) {
                 "goal 2)\n",
                 count, used, all, median(words), median(rate), median(days));
     std::printf("main thread's share of an add, %d records: %.3f ms (worst of %d: %.2f ms)\n", count,
-                median(insertion), rounds, std::ranges::max(insertion));
+                median(insertion), rounds, worst(insertion));
 }
 
 } // namespace

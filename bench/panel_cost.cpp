@@ -1,7 +1,7 @@
 // What the recording panel costs: how soon it is painted, and the processor's time while its bars follow a
 // voice. Needs an X11 desktop:  tests/desktop/on-desktop panel_cost [seconds]
 
-#include "Measure.h"
+#include "Frames.h"
 #include "base/MainQueue.h"
 #include "platform/x11/X11PanelHost.h"
 #include "ui/hud/RecordingHUD.h"
@@ -10,11 +10,9 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QQuickWindow>
-#include <QTimer>
 
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <vector>
 
 using namespace tavrik;
@@ -22,37 +20,19 @@ using namespace tavrik::bench;
 
 namespace {
 
-QQuickWindow* panel() {
+QQuickWindow& panel() {
     for (auto* window : QGuiApplication::topLevelWindows()) {
         if (auto* quick = qobject_cast<QQuickWindow*>(window))
-            return quick;
+            return *quick;
     }
-    return nullptr;
+    qFatal("no panel");
 }
 
-void runFor(std::chrono::milliseconds duration) {
-    QEventLoop loop;
-    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-/// Milliseconds from the call to the first frame on its way to the screen.
 double showAndPaint(RecordingHUD& hud, const std::function<float()>& voice) {
-    QElapsedTimer time;
-    time.start();
-    hud.show(voice, [] {}, [] {});
-    QEventLoop loop;
-    const auto painted = QObject::connect(panel(), &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
-    loop.exec();
-    QObject::disconnect(painted);
-    return static_cast<double>(time.nsecsElapsed()) / 1e6;
-}
-
-double processorPercent(std::chrono::seconds duration) {
-    const auto before = std::clock();
-    runFor(duration);
-    return 100.0 * static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC /
-           static_cast<double>(duration.count());
+    return untilFrame([&]() -> QQuickWindow& {
+        hud.show(voice, [] {}, [] {});
+        return panel();
+    });
 }
 
 } // namespace

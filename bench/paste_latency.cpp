@@ -1,6 +1,8 @@
 // How long a text takes from our hands into another program's editor, beside the two commands a script would
 // run for it. Needs a desktop that focuses new windows:  tests/desktop/on-desktop paste_latency [rounds]
 
+#include "Measure.h"
+#include "Programs.h"
 #include "base/MainQueue.h"
 #include "capture/Paster.h"
 #include "platform/qt/QtClipboard.h"
@@ -10,31 +12,15 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
-#include <QProcess>
-#include <QTest>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <vector>
 
 using namespace tavrik;
+using namespace tavrik::bench;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double microseconds(Clock::time_point moment) {
-    return std::chrono::duration<double, std::micro>(moment.time_since_epoch()).count();
-}
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
-// Reports the moment of every key V and of every text, on the clock that all processes share, and forgets the
-// text.
+/// Prints the moment of every key V and of every text, then discards the text.
 class Receiver : public QPlainTextEdit {
 public:
     Receiver() {
@@ -55,24 +41,17 @@ protected:
 
 private:
     static void report(const char* what) {
-        std::printf("%s %.1f\n", what, microseconds(Clock::now()));
+        std::printf("%s %.3f\n", what, now());
         std::fflush(stdout);
     }
 };
 
-// The other side, in a process of its own.
+/// The receiver, in a process of its own.
 class Editor {
 public:
     Editor() { m_process.start(QCoreApplication::applicationFilePath(), {"--receiver"}); }
-    Editor(const Editor&) = delete;
-    Editor& operator=(const Editor&) = delete;
-    ~Editor() {
-        m_process.terminate();
-        m_process.waitForFinished();
-    }
 
-    // When the named thing happened, in microseconds. The event loop runs meanwhile, since the text is asked
-    // of it.
+    /// When the named thing happened. The event loop runs meanwhile, for the editor asks it for the text.
     double await(const QByteArray& what) {
         while (!m_process.canReadLine())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -83,17 +62,8 @@ public:
     }
 
 private:
-    QProcess m_process;
+    Process m_process;
 };
-
-void run(const QString& program, const QStringList& arguments, const QByteArray& input = {}) {
-    QProcess process;
-    process.start(program, arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished())
-        qFatal("a command did not end");
-}
 
 int receive(QApplication& application) {
     Receiver receiver;
@@ -118,24 +88,24 @@ void measure(int rounds, const QString& text) {
     std::vector<double> arrived;
     std::vector<double> peer;
     for (int i = 0; i < rounds; ++i) {
-        auto start = microseconds(Clock::now());
+        auto start = now();
         paster.paste(text, [](const Result<void>&) {});
-        sent.push_back(microseconds(Clock::now()) - start);
+        sent.push_back(now() - start);
         keyed.push_back(editor.await("key") - start);
         arrived.push_back(editor.await("text") - start);
 
-        start = microseconds(Clock::now());
+        start = now();
         run("xclip", {"-i", "-selection", "clipboard"}, text.toUtf8());
         run("xdotool", {"key", "--delay", "0", "ctrl+v"});
         editor.await("key");
         peer.push_back(editor.await("text") - start);
     }
     std::printf("paste, text to keys sent, %lld letters: %.2f ms (worst %.2f)\n",
-                static_cast<long long>(text.size()), median(sent) / 1000, std::ranges::max(sent) / 1000);
-    std::printf("paste, text to key event in the editor: %.2f ms (worst %.2f)\n", median(keyed) / 1000,
-                std::ranges::max(keyed) / 1000);
+                static_cast<long long>(text.size()), median(sent), worst(sent));
+    std::printf("paste, text to key event in the editor: %.2f ms (worst %.2f)\n", median(keyed),
+                worst(keyed));
     std::printf("paste, text to text in the editor: %.2f ms (xclip and xdotool %.2f ms, ratio %.2f)\n",
-                median(arrived) / 1000, median(peer) / 1000, median(arrived) / median(peer));
+                median(arrived), median(peer), median(arrived) / median(peer));
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // From the last sample written to the last byte of the request at a server on this machine, for the program's
 // own translator and for curl sending a body made beforehand.
 
-#include "BackendProcess.h"
 #include "Measure.h"
+#include "Programs.h"
 #include "account/Account.h"
 #include "base/MainQueue.h"
 #include "mock-server/Wav.h"
@@ -42,7 +42,7 @@ class Server {
 public:
     Server() : m_http(m_queue) {}
 
-    QUrl url() const { return m_backend.url(chatPath); }
+    QUrl url() const { return QUrl(m_backend + chatPath); }
 
     /// When the only request since the last call ended.
     Clock::time_point lastByte() {
@@ -58,7 +58,7 @@ private:
     QJsonObject control(const QByteArray& method) {
         QJsonObject object;
         QEventLoop loop;
-        m_http.send({.method = method, .url = m_backend.url(QStringLiteral("/control/requests"))},
+        m_http.send({.method = method, .url = QUrl(m_backend + QStringLiteral("/control/requests"))},
                     [&](const Result<HttpResponse>& response) {
                         if (response)
                             object = QJsonDocument::fromJson(response->body).object();
@@ -68,16 +68,12 @@ private:
         return object;
     }
 
-    BackendProcess m_backend{{QStringLiteral("--control")}};
+    Process m_process;
+    const QString m_backend =
+        startBackend(m_process, QStringLiteral(TAVRIK_MOCK_SERVER_PROGRAM), {"--port", "0", "--control"});
     MainQueue m_queue;
     HttpClient m_http;
 };
-
-void wait(std::chrono::milliseconds time) {
-    QEventLoop loop;
-    QTimer::singleShot(time, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 /// The program's translator, with a connection of its own.
 class Dictation {
@@ -91,7 +87,7 @@ public:
     /// As while the user speaks.
     void open() {
         m_translator.prepare();
-        wait(50ms);
+        runFor(50ms);
     }
 
     void send(const QString& file) {
@@ -159,7 +155,7 @@ void measure(Server& server, const QTemporaryDir& folder, int seconds) {
         fresh.open();
         write(file, audio);
         opened.push_back(took([&] { fresh.send(file); }));
-        wait(20ms);
+        runFor(20ms);
         write(file, audio);
         reused.push_back(took([&] { lasting.send(file); }));
         peer.push_back(took([&] { curl(server.url(), body); }));

@@ -1,13 +1,12 @@
 // The history's page over a hundred thousand records: a keystroke in its search beside rg over the same
 // texts, the frames of scrolling, and what opening costs.  window_history [records]
 
-#include "Measure.h"
+#include "Frames.h"
 #include "SomeHistory.h"
 #include "ui/HistoryDesk.h"
 #include "ui/PageView.h"
 
 #include <QApplication>
-#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 
@@ -19,20 +18,14 @@ using namespace tavrik::test;
 
 namespace {
 
-/// From the call until the frame that shows its outcome is on the screen.
+/// From the call until the frame that shows its result is on the screen.
 template<class Call>
 double untilShown(QQuickWindow& window, const Call& call) {
-    return timed([&] {
-        QEventLoop loop;
-        QObject::connect(&window, &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
+    return untilFrame([&]() -> QQuickWindow& {
         call();
         window.update();
-        loop.exec();
+        return window;
     });
-}
-
-double worst(const std::vector<double>& values) {
-    return std::ranges::max(values);
 }
 
 /// The last letter of `word`, when the others are typed already.

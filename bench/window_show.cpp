@@ -1,14 +1,12 @@
 // What the main window costs: how soon it is painted, the first time and later, and the memory it takes.
 // Needs an X11 desktop:  tests/desktop/on-desktop window_show [records]
 
-#include "Measure.h"
+#include "Frames.h"
 #include "SomeHistory.h"
 #include "ui/WindowDesk.h"
 
 #include <QApplication>
-#include <QEventLoop>
 #include <QFile>
-#include <QTimer>
 
 #include <cstdio>
 
@@ -17,19 +15,10 @@ using namespace tavrik::bench;
 
 namespace {
 
-void runFor(std::chrono::milliseconds duration) {
-    QEventLoop loop;
-    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-/// Milliseconds from the call to the first frame on its way to the screen.
 double showAndPaint(test::WindowDesk& desk) {
-    return timed([&] {
+    return untilFrame([&]() -> QQuickWindow& {
         desk.controller.show({});
-        QEventLoop loop;
-        QObject::connect(&desk.window(), &QQuickWindow::frameSwapped, &loop, &QEventLoop::quit);
-        loop.exec();
+        return desk.window();
     });
 }
 
