@@ -30,7 +30,7 @@ void LevelMeter::add(std::span<const qint16> samples) {
 }
 
 float LevelMeter::averagePower() const {
-    // A microphone that has gone must not look as if somebody were still speaking.
+    // A microphone that disappears must not leave the last level standing.
     if (Clock::now() - m_updated.load(std::memory_order_relaxed) > staleAfter)
         return silence;
     return m_power.load(std::memory_order_relaxed);

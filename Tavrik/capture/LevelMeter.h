@@ -9,10 +9,10 @@
 
 namespace tavrik {
 
-/// The average power of the last 50 ms. One thread adds samples, any other may read; neither ever waits.
+/// The average power of the last 50 ms. One thread adds samples, any other may read. Lock-free.
 class LevelMeter {
 public:
-    /// What silence is reported as, in dBFS.
+    /// The lowest level, in dBFS.
     static constexpr float silence = -160;
 
     void add(std::span<const qint16> samples);
@@ -25,7 +25,7 @@ private:
     static constexpr int slotSize = 160; // 10 ms at 16 kHz
     static constexpr int slotCount = 5;
 
-    // The adding thread's own: squares summed over 10 ms each, the oldest replaced in turn.
+    // Used by the adding thread only: sums of squares over 10 ms each, in a ring.
     std::array<qint64, slotCount> m_slots{};
     qint64 m_sum = 0;
     int m_filled = 0;

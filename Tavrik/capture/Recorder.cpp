@@ -13,8 +13,8 @@ namespace tavrik {
 struct Recorder::RunningTake {
     explicit RunningTake(std::unique_ptr<WavFile> wav) : file(std::move(wav)) {}
 
-    // Called on the microphone's thread. The file and the count are the main thread's again once the capture
-    // ended.
+    // On the microphone's thread. Once the capture has stopped, the main thread owns the file and the count
+    // again.
     void add(std::span<const qint16> samples) {
         file->append(samples);
         count += samples.size();
@@ -24,7 +24,7 @@ struct Recorder::RunningTake {
     std::unique_ptr<WavFile> file;
     LevelMeter meter;
     std::size_t count = 0;
-    std::unique_ptr<Microphone::Capture> capture; // goes first, since it feeds the others
+    std::unique_ptr<Microphone::Capture> capture; // destroyed first, since it feeds the others
 };
 
 Recorder::Recorder(Microphone& microphone, QString temporaryFolder)

@@ -12,16 +12,15 @@ class Microphone;
 /// only.
 class Recorder final : public AbstractRecorder {
 public:
-    /// The microphone must outlive the recorder. The folder is where the takes go; it must exist by the time
-    /// of one.
+    /// The microphone must outlive the recorder. The folder must exist when a take starts.
     Recorder(Microphone& microphone, QString temporaryFolder);
     ~Recorder() override;
 
-    /// Fails with the reason why there is no file or no microphone, and leaves no file then. A take that is
-    /// still running is abandoned; its file stays.
+    /// Within 100 ms. Fails with the file's or the microphone's error, and then leaves no file. A take that
+    /// is still running is abandoned; its file stays.
     Result<void> start() override;
 
-    /// The duration counts the samples that came, also those a full disk had no room for.
+    /// The duration counts all captured samples, including those a full disk had no room for.
     std::optional<Take> stop() override;
 
     std::optional<float> averagePower() override;

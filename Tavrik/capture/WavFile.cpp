@@ -44,7 +44,7 @@ WavFile::~WavFile() {
 
 Result<std::unique_ptr<WavFile>> WavFile::create(const QString& path) {
     std::unique_ptr<WavFile> wav(new WavFile(path));
-    // Unbuffered: what was spoken is in the file at once, and the end of a take has nothing left to write.
+    // Unbuffered, so that the end of a take has nothing left to write.
     if (!wav->m_file.open(QIODevice::NewOnly | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner))
         return std::unexpected(Error{wav->m_file.errorString()});
     const Header header;
@@ -79,7 +79,7 @@ void WavFile::discard() {
     m_file.remove();
 }
 
-// A disk that fills takes a part first and refuses the rest at the next attempt, which says why.
+// A full disk first accepts a part; the next attempt fails and sets the error.
 bool WavFile::write(const void* bytes, qint64 size) {
     const auto* next = static_cast<const char*>(bytes);
     while (size > 0) {

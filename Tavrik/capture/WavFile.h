@@ -9,12 +9,11 @@
 
 namespace tavrik {
 
-/// A new RIFF/WAVE file of 16 kHz mono 16-bit samples that grows while it is spoken into. One thread at a
-/// time.
+/// Writes a new RIFF/WAVE file of 16 kHz mono 16-bit samples. One thread at a time.
 class WavFile {
 public:
-    /// Makes the file, readable by its owner only. Fails, leaving nothing behind, where the folder cannot be
-    /// written or a file of that name exists.
+    /// Creates the file, readable by its owner only. Fails, leaving nothing behind, if the folder is not
+    /// writable or the name is taken.
     static Result<std::unique_ptr<WavFile>> create(const QString& path);
 
     WavFile(const WavFile&) = delete;
@@ -25,11 +24,11 @@ public:
 
     QString path() const { return m_file.fileName(); }
 
-    /// Writes the samples at the end. Once the disk is full the rest is dropped.
+    /// Appends samples. Once the disk is full, later ones are dropped.
     void append(std::span<const qint16> samples);
 
-    /// States the length in the header and closes the file. Until then the header says that the length is
-    /// unknown and the samples reach to the end of the file, as recorders that write into a pipe do.
+    /// Writes the length into the header and closes the file. Until then the header says that the length is
+    /// unknown, as in a stream.
     void finish();
 
     /// Closes the file and deletes it.

@@ -4,7 +4,7 @@
 
 namespace tavrik {
 
-/// Tells when the user's calendar has moved on. Main thread only.
+/// Reports changes of the local date. Main thread only.
 class DayWatcher {
 public:
     DayWatcher() = default;
@@ -12,9 +12,9 @@ public:
     DayWatcher& operator=(const DayWatcher&) = delete;
     virtual ~DayWatcher() = default;
 
-    /// Calls `changed`, from the event loop, after each midnight, one that the computer slept through
-    /// included, and when the clock or the time zone was set; sometimes also when nothing has changed.
-    /// Replaces an earlier callback; an empty one ends the watch.
+    /// Calls `changed` from the event loop after each midnight, also one that passed during suspend, and when
+    /// the clock or the time zone is set. May call it without a change. Replaces the previous callback; an
+    /// empty one ends the watch.
     virtual void watch(std::function<void()> changed) = 0;
 };
 

@@ -45,23 +45,23 @@ void LinuxDayWatcher::watch(std::function<void()> changed) {
     if (const int file = ::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC); file >= 0) {
         m_midnight.emplace(file, [this] {
             m_midnight->drain();
-            awaitMidnight();
+            startMidnightTimer();
             m_changed();
         });
-        awaitMidnight();
+        startMidnightTimer();
     }
     if (const int file = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC); file >= 0) {
         m_zone.emplace(file, [this] {
             m_zone->drain();
             watchZoneFile();
-            awaitMidnight();
+            startMidnightTimer();
             m_changed();
         });
         watchZoneFile();
     }
 }
 
-void LinuxDayWatcher::awaitMidnight() {
+void LinuxDayWatcher::startMidnightTimer() {
     if (!m_midnight)
         return;
     const auto midnight = QDate::currentDate().addDays(1).startOfDay();
@@ -69,8 +69,8 @@ void LinuxDayWatcher::awaitMidnight() {
     ::timerfd_settime(m_midnight->file(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &at, nullptr);
 }
 
-// The name itself is watched, for it is mostly a link that is replaced by another. A name that was replaced
-// is watched anew; one that is still the same keeps its watch.
+// Watches the link itself, since desktops replace it by another. Adding the watch again covers the new link
+// and changes nothing if the link is still the same.
 void LinuxDayWatcher::watchZoneFile() {
     if (!m_zone)
         return;

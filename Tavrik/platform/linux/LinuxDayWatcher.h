@@ -10,18 +10,18 @@
 
 namespace tavrik {
 
-/// Sleeps in the kernel: a timer set to the wall clock's next midnight, which also ends when the clock is
-/// set, and a watch on the file that names the system's time zone.
+/// Waits for a kernel timer set to the next midnight, which also fires when the clock is set, and for changes
+/// of the file that names the time zone.
 class LinuxDayWatcher : public DayWatcher {
 public:
-    /// `zoneFile` may be missing, and is then not watched.
+    /// A missing `zoneFile` is not watched.
     explicit LinuxDayWatcher(const QString& zoneFile = QStringLiteral("/etc/localtime"));
     ~LinuxDayWatcher() override;
 
     void watch(std::function<void()> changed) override;
 
 private:
-    /// A file descriptor that calls back when it can be read.
+    /// Owns a file descriptor and calls back when it is readable.
     class Source {
     public:
         Source(int file, std::function<void()> readable);
@@ -30,7 +30,7 @@ private:
         ~Source();
 
         int file() const;
-        /// Takes what there is to read.
+        /// Reads and discards all pending events.
         void drain() const;
 
     private:
@@ -38,7 +38,7 @@ private:
         QSocketNotifier m_notifier;
     };
 
-    void awaitMidnight();
+    void startMidnightTimer();
     void watchZoneFile();
 
     const QByteArray m_zoneFile;

@@ -23,10 +23,10 @@ struct PulseDeleter {
 template<class T>
 using PulsePointer = std::unique_ptr<T, PulseDeleter>;
 
-/// The connection to the sound server and the thread that serves it. One context is kept, so that a stream is
-/// ready in a fraction of a millisecond; a context that broke is replaced when it is next needed, and nothing
-/// runs until then. Made and destroyed on the main thread; everything else needs a Lock, which callbacks of
-/// libpulse have.
+/// The connection to the sound server, with a thread of its own. One context is kept, so that a stream is
+/// ready in a fraction of a millisecond. A failed context is replaced when the next one is needed.
+/// Construction and destruction on the main thread; all else needs a Lock, which libpulse's callbacks hold
+/// already.
 class PulseConnection : public QObject {
     Q_OBJECT
 
@@ -56,8 +56,8 @@ public:
     /// Begins to connect, unless connected or connecting already. Returns at once.
     void open();
 
-    /// Calls `ready` as soon as there is a connection, perhaps within this call; never if it cannot be had.
-    /// Only the last one asked for is kept.
+    /// Calls `ready` once connected, perhaps within this call; never if the connection fails. A second call
+    /// replaces a callback that is still waiting.
     void whenReady(Ready ready);
 
     /// Waits for the connection until `deadline` (in the time of pa_rtclock_now). Main thread.
@@ -69,20 +69,20 @@ public:
     /// thread, without the Lock.
     ServiceStatus status(Use use);
 
-    /// Waits until `done` is true, asking again after each wake(). False if the deadline came first. Main
+    /// Waits until `done` is true, evaluated after each wake(). False if the deadline came first. Main
     /// thread, after open().
     bool waitUntil(pa_usec_t deadline, const std::function<bool()>& done);
 
-    /// Lets waitUntil() look again.
+    /// Makes waitUntil() evaluate its condition again.
     void wake() { pa_threaded_mainloop_signal(m_loop.get(), 0); }
 
-    /// Gives the connection up, and with it every stream that lives on it, here and in the server.
+    /// Closes the connection and with it all its streams, here and in the server.
     void drop();
 
     /// The error for a server without a source.
     static Error noMicrophone();
 
-    /// What libpulse's error code means to the user.
+    /// The user's message for an error code of libpulse.
     static Error error(int code);
 
 Q_SIGNALS:

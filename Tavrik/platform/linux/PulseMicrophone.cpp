@@ -9,10 +9,10 @@ namespace tavrik {
 
 namespace {
 
-// Less than what is promised to the callers, for the calls around the waiting.
+// Less than the interface promises, to leave time for the calls around the waits.
 constexpr auto stopLimit = 11 * PA_USEC_PER_MSEC;
 constexpr auto fragment = 10 * PA_USEC_PER_MSEC;
-/// Too little to wait a fragment for when the microphone stops: what a resampler holds back, for one.
+/// Buffered time that stop() does not wait for, such as a resampler's.
 constexpr auto negligible = PA_USEC_PER_MSEC;
 
 constexpr pa_sample_spec format{.format = PA_SAMPLE_S16LE, .rate = Microphone::sampleRate, .channels = 1};
@@ -39,7 +39,7 @@ private:
     Microphone::Sink m_sink;
     PulsePointer<pa_stream> m_stream;
     qint64 m_received = 0;          // bytes
-    std::optional<qint64> m_spoken; // bytes up to the moment of stop(), once the server has told
+    std::optional<qint64> m_target; // bytes captured up to stop(), once the server has answered
 };
 
 Result<void> PulseCapture::start(pa_usec_t deadline) {
@@ -68,7 +68,7 @@ Result<void> PulseCapture::start(pa_usec_t deadline) {
     if (pa_stream_get_state(m_stream.get()) == PA_STREAM_READY)
         return {};
     if (isAlive()) {
-        // Without its connection the server cannot open the microphone later, for nobody.
+        // Otherwise the server might open the microphone later, with nobody to close it.
         m_connection->drop();
         return std::unexpected(PulseConnection::error(PA_ERR_TIMEOUT));
     }
@@ -82,19 +82,19 @@ void PulseCapture::stop() {
     const auto deadline = pa_rtclock_now() + stopLimit;
     const PulseConnection::Lock lock(*m_connection);
     if (isAlive()) {
-        // Where the microphone is now, counted in bytes of this stream: what the server has passed on, and
-        // what waits in the device.
+        // The microphone's position in bytes of this stream: what the server has sent plus what the device
+        // still holds.
         const auto onTiming = [](pa_stream* stream, int, void* self) {
             auto& capture = *static_cast<PulseCapture*>(self);
             if (const auto* timing = pa_stream_get_timing_info(stream)) {
                 const auto held = timing->source_usec > negligible ? timing->source_usec : 0;
-                capture.m_spoken = timing->write_index + static_cast<qint64>(pa_usec_to_bytes(held, &format));
+                capture.m_target = timing->write_index + static_cast<qint64>(pa_usec_to_bytes(held, &format));
             }
             capture.m_connection->wake();
         };
         const PulsePointer<pa_operation> query(pa_stream_update_timing_info(m_stream.get(), onTiming, this));
         m_connection->waitUntil(deadline,
-                                [this] { return !isAlive() || (m_spoken && m_received >= *m_spoken); });
+                                [this] { return !isAlive() || (m_target && m_received >= *m_target); });
         if (query)
             pa_operation_cancel(query.get());
     }

@@ -8,7 +8,7 @@ namespace tavrik {
 
 class PulseConnection;
 
-/// The sound server's default source. When it vanishes the server moves the capture to the next one.
+/// Records the sound server's default source. If it disappears, the server moves the capture to another.
 class PulseMicrophone final : public Microphone {
 public:
     explicit PulseMicrophone(std::shared_ptr<PulseConnection> connection);

@@ -10,19 +10,19 @@ namespace tavrik {
 
 namespace {
 
-// How the files were made.
+// The format of the files.
 constexpr pa_sample_spec format{.format = PA_SAMPLE_S16LE, .rate = 44100, .channels = 1};
 constexpr qsizetype headerSize = 44;
 
-/// The samples as they lie in the program's file, not a copy.
+/// The samples, not copied out of the executable.
 QByteArray samplesOf(const char* name) {
     const QResource file(QStringLiteral(":/sounds/%1.wav").arg(QLatin1String(name)));
     return QByteArray::fromRawData(reinterpret_cast<const char*>(file.data()) + headerSize,
                                    file.size() - headerSize);
 }
 
-// One sound on its way out. Deletes itself when the stream has ended, however it ends: played, refused, or
-// because the connection is gone. Lives on the connection's thread.
+// Plays one sound on the connection's thread. Deletes itself when its stream ends, also when it is refused or
+// the connection fails.
 class Playback {
 public:
     static void begin(pa_context* context, const QByteArray& samples) { new Playback(context, samples); }

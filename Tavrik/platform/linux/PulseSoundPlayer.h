@@ -11,8 +11,8 @@ namespace tavrik {
 
 class PulseConnection;
 
-/// Plays through the sound server, as an event sound: the user's volume for those applies. Nothing is kept
-/// open afterwards.
+/// Plays through the sound server with the role "event", so that the user's volume for event sounds applies.
+/// No stream stays open afterwards.
 class PulseSoundPlayer final : public SoundPlayer {
 public:
     explicit PulseSoundPlayer(std::shared_ptr<PulseConnection> connection);

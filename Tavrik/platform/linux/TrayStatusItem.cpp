@@ -27,12 +27,12 @@ namespace {
 
 const auto watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const auto watcherPath = QStringLiteral("/StatusNotifierWatcher");
-/// A bar of the old kind does not tell when it comes; a minute is more than a session takes to start.
-constexpr int mostLooks = 120;
-constexpr auto timeBetweenLooks = 500ms;
+/// An XEmbed tray does not announce itself. A minute is more than a session takes to start.
+constexpr int maxAttempts = 120;
+constexpr auto retryInterval = 500ms;
 
-/// The symbol on a dark tile, since nothing tells whether the bar it stands on is light or dark. A filled
-/// symbol, the one that says "on", is lit.
+/// The symbol on a dark tile, since a program cannot tell whether the tray is light or dark. A filled symbol
+/// means "on" and is highlighted.
 QPixmap tile(const QString& symbol, int size) {
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
@@ -48,7 +48,7 @@ QPixmap tile(const QString& symbol, int size) {
     return pixmap;
 }
 
-/// Draws the tile in the sizes that are really asked for, each once.
+/// Draws the tile in the requested sizes, each once.
 class TileEngine final : public QIconEngine {
 public:
     explicit TileEngine(QString symbol) : m_symbol(std::move(symbol)) {}
@@ -65,7 +65,7 @@ public:
         painter->drawPixmap(rect, pixmap(rect.size(), mode, state));
     }
 
-    /// Those that a bar may choose from.
+    /// What StatusNotifier sends to the tray.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}, {64, 64}};
     }
@@ -80,15 +80,15 @@ private:
 } // namespace
 
 TrayStatusItem::TrayStatusItem(std::function<bool()> hasXEmbedTray)
-    : m_hasXEmbedTray(std::move(hasXEmbedTray)), m_looksLeft(mostLooks) {
+    : m_hasXEmbedTray(std::move(hasXEmbedTray)), m_attemptsLeft(maxAttempts) {
     m_menu.installEventFilter(this);
     auto bus = QDBusConnection::sessionBus();
     const auto* watcher =
         new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayStatusItem::lookForBar);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayStatusItem::findTray);
     bus.connect({}, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
-                SLOT(lookForBar()));
-    lookForBar();
+                SLOT(findTray()));
+    findTray();
 }
 
 TrayStatusItem::~TrayStatusItem() = default;
@@ -143,9 +143,9 @@ bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event) {
     return QObject::eventFilter(watched, event);
 }
 
-/// Qt decides once, at its first icon, which kind of bar there is. At the start of a session ours may come
-/// before either, so the first icon waits for one.
-void TrayStatusItem::lookForBar() {
+/// Qt chooses between StatusNotifier and XEmbed at the first icon, for good. The first icon waits for a tray,
+/// since at the start of a session the program may run before either.
+void TrayStatusItem::findTray() {
     auto ask = QDBusMessage::createMethodCall(watcherService, watcherPath,
                                               QStringLiteral("org.freedesktop.DBus.Properties"),
                                               QStringLiteral("Get"));
@@ -160,8 +160,8 @@ void TrayStatusItem::lookForBar() {
         const QDBusPendingReply<QDBusVariant> hasHost(*call);
         if ((hasHost.isValid() && hasHost.value().variant().toBool()) || m_hasXEmbedTray())
             makeIcon();
-        else if (--m_looksLeft > 0)
-            QTimer::singleShot(timeBetweenLooks, this, &TrayStatusItem::lookForBar);
+        else if (--m_attemptsLeft > 0)
+            QTimer::singleShot(retryInterval, this, &TrayStatusItem::findTray);
     });
 }
 
@@ -170,7 +170,7 @@ void TrayStatusItem::makeIcon() {
     m_icon->setContextMenu(&m_menu);
     connect(m_icon.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
-                // Any click opens the menu, not only the one for menus.
+                // Any click opens the menu, not only the right button.
                 if (reason == QSystemTrayIcon::Trigger)
                     m_menu.popup(QCursor::pos());
             });
@@ -187,7 +187,7 @@ void TrayStatusItem::updateIcon() {
 }
 
 const QIcon& TrayStatusItem::icon() {
-    // Kept, since a change of icon stands between a reply and its paste.
+    // Cached: the icon changes between a reply and its paste.
     auto& icon = m_icons[m_symbol];
     if (icon.isNull())
         icon = QIcon(new TileEngine(m_symbol));

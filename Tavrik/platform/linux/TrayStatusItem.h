@@ -18,7 +18,7 @@ class TrayStatusItem : public StatusItem {
     Q_OBJECT
 
 public:
-    /// `hasXEmbedTray` tells whether a bar of the old kind is there.
+    /// `hasXEmbedTray` tells whether an XEmbed tray is running.
     explicit TrayStatusItem(std::function<bool()> hasXEmbedTray);
     ~TrayStatusItem() override;
 
@@ -31,7 +31,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private Q_SLOTS:
-    void lookForBar();
+    void findTray();
 
 private:
     void makeIcon();
@@ -44,7 +44,7 @@ private:
     QString m_note;
     QMenu m_menu;
     std::function<bool()> m_hasXEmbedTray;
-    int m_looksLeft;
+    int m_attemptsLeft;
     std::unique_ptr<QSystemTrayIcon> m_icon;
 };
 
