@@ -204,6 +204,8 @@ private Q_SLOTS:
         player.play(Sound::basso); // in vain
         for (int run = 0; run < 2; ++run) {
             QVERIFY(m_server->begin());
+            m_client = std::make_unique<Client>();
+            QVERIFY(m_client->connect());
             for (const auto sound : {Sound::pop, Sound::glass, Sound::basso}) {
                 Heard heard;
                 const auto capture = m_client->microphone.start(heard.sink());
