@@ -3,6 +3,7 @@
 #include "history/Transcription.h"
 
 #include <QList>
+#include <QTimeZone>
 
 #include <iterator>
 #include <random>
@@ -17,7 +18,7 @@ inline QList<Transcription> someHistory(int count) {
     std::mt19937 random(1);
     QList<Transcription> records;
     records.reserve(count);
-    auto date = QDateTime(QDate(2026, 7, 1), QTime(12, 0), Qt::UTC);
+    auto date = QDateTime(QDate(2026, 7, 1), QTime(12, 0), QTimeZone::utc());
     for (int i = 0; i < count; ++i) {
         date = date.addSecs(-60 - qint64(random() % 5000));
         QByteArray text;

@@ -80,7 +80,7 @@ std::optional<QDateTime> decodeDate(std::string_view text) {
         return std::nullopt;
     const auto moment = Seconds(chrono::sys_days(day)) + chrono::hours(hour) + chrono::minutes(minute) +
                         chrono::seconds(second);
-    static const QDateTime epoch(QDate(1970, 1, 1), QTime(0, 0), Qt::UTC);
+    static const auto epoch = QDateTime::fromSecsSinceEpoch(0).toUTC();
     return epoch.addSecs(moment.time_since_epoch().count());
 }
 

@@ -2,6 +2,8 @@
 
 #include "history/HistoryFile.h"
 
+#include <QTimeZone>
+
 namespace tavrik::test {
 
 inline Transcription dictation(const QByteArray& text, const QDateTime& date, double duration = 1) {
@@ -10,7 +12,7 @@ inline Transcription dictation(const QByteArray& text, const QDateTime& date, do
 
 /// Distinct records, a minute apart, newest first; the text of the last one is "1".
 inline QList<Transcription> numberedRecords(int count) {
-    const QDateTime newest(QDate(2026, 7, 1), QTime(12, 0), Qt::UTC);
+    const QDateTime newest(QDate(2026, 7, 1), QTime(12, 0), QTimeZone::utc());
     QList<Transcription> records;
     for (int i = 0; i < count; ++i)
         records.append(dictation(QByteArray::number(count - i), newest.addSecs(-60 * i)));

@@ -17,7 +17,7 @@ namespace {
 
 Transcription record(const QByteArray& text) {
     return {QUuid::fromString(QStringLiteral("1B4E28BA-2FA1-11D2-883F-0016D3CCA427")),
-            QDateTime(QDate(2025, 3, 1), QTime(14, 5, 9), Qt::UTC), text, 2.5};
+            QDateTime(QDate(2025, 3, 1), QTime(14, 5, 9), QTimeZone::utc()), text, 2.5};
 }
 
 // A whole history around one record with the given members.
@@ -69,9 +69,9 @@ private Q_SLOTS:
             {QDateTime::fromMSecsSinceEpoch(-1, QTimeZone::utc()),
              QDateTime::fromSecsSinceEpoch(-1, QTimeZone::utc())},
             {QDateTime(QDate(2025, 1, 1), QTime(1, 0), QTimeZone(12'600)),
-             QDateTime(QDate(2024, 12, 31), QTime(21, 30), Qt::UTC)},
-            {QDateTime(QDate(12000, 1, 1), QTime(), Qt::UTC),
-             QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59), Qt::UTC)}};
+             QDateTime(QDate(2024, 12, 31), QTime(21, 30), QTimeZone::utc())},
+            {QDateTime(QDate(12000, 1, 1), QTime(), QTimeZone::utc()),
+             QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59), QTimeZone::utc())}};
         for (const auto& [written, read] : rows) {
             const auto records = decodeHistory(document({dictation("", written)}));
             QVERIFY(records);

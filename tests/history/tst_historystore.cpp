@@ -64,7 +64,7 @@ private Q_SLOTS:
     }
 
     void sortsNewestFirstAndStably() {
-        const QDateTime day(QDate(2025, 3, 1), QTime(12, 0), Qt::UTC);
+        const QDateTime day(QDate(2025, 3, 1), QTime(12, 0), QTimeZone::utc());
         QList records{dictation("old", day.addDays(-1))};
         for (char text = 'a'; text <= 'z'; ++text)
             records.append(dictation(QByteArray(1, text), day));
@@ -309,14 +309,14 @@ private Q_SLOTS:
             days.insert(date.toTimeZone(zone).date());
         };
         // Close to every change of the clock.
-        auto change = QDateTime(QDate(1990, 1, 1), QTime(0, 0), Qt::UTC);
+        auto change = QDateTime(QDate(1990, 1, 1), QTime(0, 0), QTimeZone::utc());
         for (int i = 0; i < 100 && change.isValid(); ++i) {
             for (const int seconds : {-86'400, -3600, -1, 0, 1, 3600, 86'400})
                 add(change.addSecs(seconds));
             change = zone.nextTransition(change).atUtc;
         }
         for (const auto& far : {QDate(1, 1, 1), QDate(1850, 6, 1), QDate(2400, 7, 1), QDate(9999, 12, 31)})
-            add(QDateTime(far, QTime(23, 30), Qt::UTC));
+            add(QDateTime(far, QTime(23, 30), QTimeZone::utc()));
         QCOMPARE(distinctDays(records, zone), days.size());
         std::ranges::sort(records, {}, &Transcription::date);
         QCOMPARE(distinctDays(records, zone), days.size());
