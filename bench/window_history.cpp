@@ -96,10 +96,10 @@ int main(int argc, char* argv[]) {
     std::unique_ptr<HistoryPages> pages;
     std::printf("%d records\n", count);
     std::printf("models made in %.1f ms\n",
-                timed([&] { pages = std::make_unique<HistoryPages>(desk.collaborators(days)); }));
+                timed([&] { pages = std::make_unique<HistoryPages>(desk.dependencies(days)); }));
     std::unique_ptr<PageView> view;
     std::printf("page opened and on the screen in %.1f ms\n", timed([&] {
-                    view = std::make_unique<PageView>(QStringLiteral("HistoryView"), *pages);
+                    view = std::make_unique<PageView>(QStringLiteral("history/HistoryView"), *pages);
                     view->show();
                     untilShown(*view, [] {});
                 }));

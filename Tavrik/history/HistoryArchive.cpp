@@ -2,7 +2,8 @@
 
 #include "base/FileReplacement.h"
 #include "base/PrivateFiles.h"
-#include "history/HistoryFile.h"
+#include "history/HistoryDecoder.h"
+#include "history/HistoryEncoder.h"
 #include "history/WordCount.h"
 
 #include <QFileInfo>
@@ -13,6 +14,8 @@
 
 namespace tavrik {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool isNewer(const Transcription& a, const Transcription& b) {
@@ -22,8 +25,11 @@ bool isNewer(const Transcription& a, const Transcription& b) {
 } // namespace
 
 HistoryArchive::HistoryArchive(const QString& folder)
-    : m_folder(folder), m_path(folder + QStringLiteral("/history.json")),
-      m_thread([this](const std::stop_token& stop) { run(stop); }) {}
+    : m_folder(folder), m_path(folder + u"/history.json"_s) {
+    m_thread.setMaxThreadCount(1);
+    m_thread.setExpiryTimeout(0);
+    m_thread.start([this] { m_content.set_value(load()); });
+}
 
 HistoryArchive::~HistoryArchive() = default;
 
@@ -31,29 +37,10 @@ HistoryArchive::Content HistoryArchive::takeContent() {
     return m_content.get_future().get();
 }
 
-void HistoryArchive::apply(Change change) {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_changes.push_back(std::move(change));
-    }
-    m_changed.notify_one();
-}
-
-void HistoryArchive::run(const std::stop_token& stop) {
-    m_content.set_value(load());
-    while (true) {
-        std::vector<Change> changes;
-        {
-            std::unique_lock lock(m_mutex);
-            m_changed.wait(lock, stop, [this] { return !m_changes.empty(); });
-            changes.swap(m_changes);
-        }
-        if (changes.empty())
-            return;
-        for (const auto& change : changes)
-            change(m_records);
-        save();
-    }
+void HistoryArchive::save(const QList<Transcription>& records) {
+    const std::scoped_lock lock(m_mutex);
+    if (!std::exchange(m_pending, records))
+        m_thread.start([this] { savePending(); });
 }
 
 HistoryArchive::Content HistoryArchive::load() {
@@ -62,29 +49,31 @@ HistoryArchive::Content HistoryArchive::load() {
     if (!QFileInfo::exists(m_path))
         return {};
     narrowToOwner(m_path);
-    auto decoded = readRegularFile(m_path, std::numeric_limits<qint32>::max()).and_then(decodeHistory);
-    if (!decoded) {
+    auto records = readRegularFile(m_path, std::numeric_limits<qint32>::max()).and_then(decodeHistory);
+    if (!records) {
         m_fileNotDecoded = true;
         return {};
     }
-    m_records = std::move(*decoded);
-    if (!std::ranges::is_sorted(m_records, isNewer))
-        std::ranges::stable_sort(m_records, isNewer);
-    Content content;
-    // A copy of its own: a shared one would be made at the first change, on the thread that changes it.
-    content.records = QList<Transcription>(m_records.cbegin(), m_records.cend());
-    for (const auto& record : std::as_const(m_records))
-        content.words += wordCount(record.text);
-    return content;
+    if (!std::ranges::is_sorted(*records, isNewer))
+        std::ranges::stable_sort(*records, isNewer);
+    qint64 words = 0;
+    for (const auto& record : std::as_const(*records))
+        words += wordCount(record.text);
+    return {.records = *std::move(records), .words = words};
 }
 
-void HistoryArchive::save() {
+void HistoryArchive::savePending() {
+    QList<Transcription> records;
+    {
+        const std::scoped_lock lock(m_mutex);
+        records = std::exchange(m_pending, std::nullopt).value();
+    }
     makePrivateFolder(m_folder);
     if (m_fileNotDecoded && !keepAside(m_path))
         return;
     m_fileNotDecoded = false;
     FileReplacement file(m_path);
-    encodeHistory(m_records, [&file](QByteArrayView bytes) { file.write(bytes); });
+    encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece); });
     file.commit();
 }
 

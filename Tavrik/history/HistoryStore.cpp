@@ -3,8 +3,6 @@
 #include "history/LocalDays.h"
 #include "history/WordCount.h"
 
-#include <QTimeZone>
-
 #include <cmath>
 #include <utility>
 
@@ -22,9 +20,9 @@ const QList<Transcription>& HistoryStore::items() const {
 void HistoryStore::insertFirst(Transcription record) {
     waitForContent();
     Q_EMIT aboutToInsert(0, 0);
-    m_content.records.prepend(record);
     m_content.words += wordCount(record.text);
-    m_archive.apply([record = std::move(record)](QList<Transcription>& records) { records.prepend(record); });
+    m_content.records.prepend(std::move(record));
+    m_archive.save(m_content.records);
     Q_EMIT inserted(0, 0);
 }
 
@@ -48,8 +46,7 @@ void HistoryStore::remove(QUuid id) {
         found = true;
     }
     if (found)
-        m_archive.apply(
-            [id](QList<Transcription>& all) { all.removeIf([&id](auto& r) { return r.id == id; }); });
+        m_archive.save(records);
 }
 
 qint64 HistoryStore::totalWords() const {

@@ -1,4 +1,5 @@
-#include "history/HistoryFile.h"
+#include "history/HistoryDecoder.h"
+#include "history/HistoryEncoder.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -12,9 +13,9 @@ using namespace tavrik;
 namespace {
 
 QByteArray encoded(const QList<Transcription>& records) {
-    QByteArray bytes;
-    encodeHistory(records, [&bytes](QByteArrayView piece) { bytes.append(piece); });
-    return bytes;
+    QByteArray json;
+    encodeHistory(records, [&json](QByteArrayView piece) { json.append(piece); });
+    return json;
 }
 
 // What another reader of JSON makes of the same document.

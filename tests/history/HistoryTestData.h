@@ -1,12 +1,15 @@
 #pragma once
 
-#include "history/HistoryFile.h"
+#include "history/HistoryEncoder.h"
 
 #include <QTimeZone>
 
 namespace tavrik::test {
 
-inline Transcription dictation(const QByteArray& text, const QDateTime& date, double duration = 1) {
+inline Transcription dictation(const QByteArray& text,
+                               const QDateTime& date = QDateTime::fromSecsSinceEpoch(1'750'000'000,
+                                                                                     QTimeZone::utc()),
+                               double duration = 1) {
     return {QUuid::createUuid(), date, text, duration};
 }
 
@@ -19,10 +22,10 @@ inline QList<Transcription> numberedRecords(int count) {
     return records;
 }
 
-inline QByteArray document(const QList<Transcription>& records) {
-    QByteArray bytes;
-    encodeHistory(records, [&bytes](QByteArrayView piece) { bytes.append(piece); });
-    return bytes;
+inline QByteArray encodeHistory(const QList<Transcription>& records) {
+    QByteArray json;
+    tavrik::encodeHistory(records, [&json](QByteArrayView piece) { json.append(piece); });
+    return json;
 }
 
 } // namespace tavrik::test

@@ -2,20 +2,15 @@
 
 #include "history/HistoryStore.h"
 
-#include <QCoreApplication>
 #include <QThread>
 
 #include <cstdio>
 
-int main(int argc, char* argv[]) {
-    const QCoreApplication application(argc, argv);
-    tavrik::HistoryStore store(QCoreApplication::arguments().at(1));
-    qsizetype number = store.items().size();
+int main(int, char* argv[]) {
+    tavrik::HistoryStore store(QString::fromLocal8Bit(argv[1]));
     std::puts("ready");
     std::fflush(stdout);
-    while (true) {
+    for (auto number = store.items().size() + 1;; ++number, QThread::msleep(1))
         store.insertFirst(
-            {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), QByteArray::number(++number), 1});
-        QThread::msleep(1);
-    }
+            {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), QByteArray::number(number), 1});
 }

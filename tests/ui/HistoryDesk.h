@@ -3,8 +3,8 @@
 // A history in a folder of its own and everything its pages need, with a clock that the test sets.
 
 #include "base/MainQueue.h"
-#include "history/HistoryFile.h"
 #include "history/HistoryStore.h"
+#include "history/HistoryTestData.h"
 #include "platform/Clipboard.h"
 #include "platform/DayWatcher.h"
 #include "ui/history/HistoryPages.h"
@@ -36,15 +36,16 @@ struct HistoryDesk {
     CalledDays days;
     MainQueue queue;
     QDateTime now{QDate(2025, 3, 7), QTime(15, 0)};
-    HistoryPages pages{collaborators(days)};
+    UserLocale locale{.texts = "en_US", .numbers = "en_US", .dates = "en_US"};
+    HistoryPages pages{dependencies(days)};
 
-    HistoryPages::Collaborators collaborators(DayWatcher& watcher) {
+    HistoryPages::Dependencies dependencies(DayWatcher& watcher) {
         return {.store = store,
                 .clipboard = clipboard,
                 .queue = queue,
                 .days = watcher,
                 .fullUserName = QStringLiteral("Sara Ahmadi"),
-                .locale = {.texts = "en_US", .numbers = "en_US", .dates = "en_US"},
+                .locale = locale,
                 .now = [this] {
                     return now;
                 }};
@@ -53,7 +54,7 @@ struct HistoryDesk {
     static QString filled(const QString& folder, const QList<Transcription>& records) {
         QFile file(folder + QStringLiteral("/history.json"));
         if (!records.isEmpty() && file.open(QIODevice::WriteOnly))
-            encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece.data(), piece.size()); });
+            file.write(encodeHistory(records));
         return folder;
     }
 

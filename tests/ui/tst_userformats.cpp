@@ -12,85 +12,49 @@ class UserFormatsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void compact_data() {
-        QTest::addColumn<std::string>("locale");
-        QTest::addColumn<qint64>("number");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("as it is") << std::string("en_US") << qint64{950} << "950";
-        QTest::newRow("a thousand") << std::string("en_US") << qint64{1234} << "1.2K";
-        QTest::newRow("two digits suffice") << std::string("en_US") << qint64{12345} << "12K";
-        QTest::newRow("Persian") << std::string("fa_IR") << qint64{1234} << "۱٫۲ هزار";
-    }
-    void compact() {
-        QFETCH(std::string, locale);
-        QFETCH(qint64, number);
-        QFETCH(QString, text);
-        auto shown = UserFormats({.texts = locale, .numbers = locale, .dates = locale}).compact(number);
-        QCOMPARE(shown.replace(QChar::Nbsp, u' '), text);
+    void numbers() {
+        const std::tuple<const char*, qint64, QString> rows[]{{"en_US", 950, "950"},
+                                                              {"en_US", 12345, "12K"},
+                                                              {"en_US", 3'000'000, "3M"},
+                                                              {"fa_IR", 1234, QStringLiteral("۱٫۲ هزار")}};
+        for (const auto& [locale, number, text] : rows)
+            QCOMPARE(UserFormats({.texts = locale, .numbers = locale, .dates = locale}).compact(number).replace(QChar::Nbsp, u' '), text);
     }
 
-    void dayTitle_data() {
-        QTest::addColumn<std::string>("locale");
-        QTest::addColumn<QDate>("day");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("caption");
-        QTest::newRow("yesterday") << std::string("de_DE") << QDate(2025, 3, 6) << "Yesterday" << "YESTERDAY";
-        QTest::newRow("later") << std::string("en_US") << QDate(2025, 3, 8) << "Mar 8, 2025" << "MAR 8, 2025";
-        QTest::newRow("Turkish") << std::string("tr_TR") << QDate(2024, 4, 4) << "4 Nis 2024" << "4 NİS 2024";
-        QTest::newRow("Persian calendar")
-            << std::string("fa_IR") << QDate(2025, 3, 4) << "۱۴ اسفند ۱۴۰۳" << "۱۴ اسفند ۱۴۰۳";
-    }
-    void dayTitle() {
-        QFETCH(std::string, locale);
-        QFETCH(QDate, day);
-        QFETCH(QString, title);
-        QFETCH(QString, caption);
-        const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
-        QCOMPARE(formats.dayTitle(day, QDate(2025, 3, 7)), title);
-        QCOMPARE(formats.caption(title), caption);
+    void days() {
+        const std::tuple<const char*, QDate, QString> rows[]{
+            {"de_DE", {2025, 3, 6}, "YESTERDAY"},
+            {"en_US", {2025, 3, 8}, "MAR 8, 2025"},
+            {"tr_TR", {2024, 4, 4}, QStringLiteral("4 NİS 2024")},
+            {"fa_IR", {2025, 3, 4}, QStringLiteral("۱۴ اسفند ۱۴۰۳")}};
+        for (const auto& [locale, day, caption] : rows) {
+            const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
+            QCOMPARE(formats.caption(formats.dayTitle(day, QDate(2025, 3, 7))), caption);
+        }
     }
 
-    void shortcut_data() {
-        QTest::addColumn<quint32>("code");
-        QTest::addColumn<QString>("characters");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("arrow") << 126U << "" << "⌃⌥⇧⌘ ↑";
-        QTest::newRow("backspace") << 51U << "\b" << "⌃⌥⇧⌘ Delete";
-        QTest::newRow("no characters") << 96U << "" << "⌃⌥⇧⌘ Key 96";
-        QTest::newRow("Persian") << 40U << "ن" << "⌃⌥⇧⌘ ن";
-        QTest::newRow("grows") << 27U << "ß" << "⌃⌥⇧⌘ SS";
-    }
-    void shortcut() {
-        QFETCH(quint32, code);
-        QFETCH(QString, characters);
+    void shortcuts() {
         constexpr auto all = KeyCombination::control + KeyCombination::option + KeyCombination::shift +
                              KeyCombination::command;
-        QTEST(shortcutText({{code, all}, characters}), "text");
+        const std::tuple<quint32, const char*, const char*> rows[]{
+            {126, "", "↑"}, {51, "\b", "Delete"}, {96, "", "Key 96"}, {40, "ن", "ن"}, {27, "ß", "SS"}};
+        for (const auto& [code, characters, text] : rows)
+            QCOMPARE(shortcutText({{code, all}, QString::fromUtf8(characters)}),
+                     QStringLiteral("⌃⌥⇧⌘ ") + QString::fromUtf8(text));
     }
 
-    void locale_data() {
-        QTest::addColumn<QByteArray>("all");
-        QTest::addColumn<QByteArray>("dates");
-        QTest::addColumn<QByteArray>("general");
-        QTest::addColumn<std::string>("expected");
-        QTest::newRow("general") << QByteArray() << QByteArray() << QByteArray("de_DE.UTF-8")
-                                 << std::string("de_DE");
-        QTest::newRow("category first")
-            << QByteArray() << QByteArray("fa_IR") << QByteArray("de_DE") << std::string("fa_IR");
-        QTest::newRow("all before it") << QByteArray("it_IT.UTF-8@euro") << QByteArray("fa_IR")
-                                       << QByteArray("de_DE") << std::string("it_IT");
-        QTest::newRow("none") << QByteArray("C.UTF-8") << QByteArray() << QByteArray()
-                              << std::string("en_US");
-    }
-    void locale() {
-        QFETCH(QByteArray, all);
-        QFETCH(QByteArray, dates);
-        QFETCH(QByteArray, general);
-        QFETCH(std::string, expected);
-        qputenv("LC_ALL", all);
-        qputenv("LC_TIME", dates);
-        qputenv("LANG", general);
-        QCOMPARE(UserLocale::fromEnvironment().dates, expected);
+    void locales() {
+        const std::tuple<const char*, const char*, const char*, std::string> rows[]{
+            {"", "", "de_DE.UTF-8", "de_DE"},
+            {"", "fa_IR", "de_DE", "fa_IR"},
+            {"it_IT.UTF-8@euro", "fa_IR", "de_DE", "it_IT"},
+            {"C.UTF-8", "", "", "en_US"}};
+        for (const auto& [all, dates, general, expected] : rows) {
+            qputenv("LC_ALL", all);
+            qputenv("LC_TIME", dates);
+            qputenv("LANG", general);
+            QCOMPARE(UserLocale::fromEnvironment().dates, expected);
+        }
     }
 };
 

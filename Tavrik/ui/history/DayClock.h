@@ -10,7 +10,7 @@
 
 namespace tavrik {
 
-/// Which day it is where the user is, and to which day a moment belongs. Main thread only.
+/// Today's date and the days of other moments, in the user's time zone. Main thread only.
 class DayClock : public QObject {
     Q_OBJECT
 
@@ -24,11 +24,11 @@ public:
     /// Julian day of a moment, in the user's time zone.
     qint64 dayOf(qint64 msecsSinceEpoch) const;
 
-    /// Looks at the clock and the time zone again.
+    /// Reads the clock and the time zone again.
     void refresh();
 
 Q_SIGNALS:
-    /// Another day has begun, or the days are no longer where they were.
+    /// Another day has begun, or the time zone has changed.
     void changed();
 
 private:
@@ -36,7 +36,7 @@ private:
     QDate m_today;
     QByteArray m_zone;
     int m_offset = 0;
-    /// What it has looked up serves the next call.
+    /// Caches.
     mutable LocalDays m_days;
 };
 

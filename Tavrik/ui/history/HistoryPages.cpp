@@ -4,14 +4,16 @@
 
 namespace tavrik {
 
-HistoryPages::HistoryPages(const Collaborators& with, QObject* parent)
-    : QObject(parent), m_days(with.days),
-      m_firstName(with.fullUserName.split(u' ', Qt::SkipEmptyParts).value(0, with.fullUserName)),
-      m_clock(with.now), m_formats(with.locale), m_figures(with.store, m_clock, m_formats),
-      m_today(TranscriptionModel::Scope::today, SearchFold(with.locale.texts),
-              {with.store, m_clock, m_formats, with.clipboard, with.queue}),
-      m_all(TranscriptionModel::Scope::all, SearchFold(with.locale.texts),
-            {with.store, m_clock, m_formats, with.clipboard, with.queue}) {
+HistoryPages::HistoryPages(const Dependencies& dependencies, QObject* parent)
+    : QObject(parent), m_days(dependencies.days),
+      m_firstName(
+          dependencies.fullUserName.split(u' ', Qt::SkipEmptyParts).value(0, dependencies.fullUserName)),
+      m_clock(dependencies.now), m_formats(dependencies.locale),
+      m_stats(dependencies.store, m_clock, m_formats),
+      m_today(TranscriptionModel::Scope::today, dependencies.locale.texts,
+              {dependencies.store, m_clock, m_formats, dependencies.clipboard, dependencies.queue}),
+      m_all(TranscriptionModel::Scope::all, dependencies.locale.texts,
+            {dependencies.store, m_clock, m_formats, dependencies.clipboard, dependencies.queue}) {
     m_days.watch([this] { m_clock.refresh(); });
 }
 
@@ -23,8 +25,8 @@ QString HistoryPages::firstName() const {
     return m_firstName;
 }
 
-UsageFigures* HistoryPages::figures() {
-    return &m_figures;
+UsageStats* HistoryPages::stats() {
+    return &m_stats;
 }
 
 TranscriptionModel* HistoryPages::today() {

@@ -3,7 +3,7 @@
 #include "ui/history/DayClock.h"
 #include "ui/history/TranscriptionModel.h"
 #include "ui/history/UserFormats.h"
-#include "ui/home/UsageFigures.h"
+#include "ui/home/UsageStats.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -15,37 +15,37 @@ class DayWatcher;
 class HistoryStore;
 class MainQueue;
 
-/// What the pages Home and History show. Main thread only.
+/// The models of the pages Home and History. Main thread only.
 class HistoryPages : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the window")
     Q_PROPERTY(QString firstName READ firstName CONSTANT)
-    Q_PROPERTY(tavrik::UsageFigures* figures READ figures CONSTANT)
+    Q_PROPERTY(tavrik::UsageStats* stats READ stats CONSTANT)
     Q_PROPERTY(tavrik::TranscriptionModel* today READ today CONSTANT)
     Q_PROPERTY(tavrik::TranscriptionModel* all READ all CONSTANT)
 
 public:
-    struct Collaborators {
+    struct Dependencies {
         HistoryStore& store;
         Clipboard& clipboard;
         MainQueue& queue;
         DayWatcher& days;
-        /// Of the computer's user, as the system reports it.
+        /// The user's full name as the system reports it.
         QString fullUserName;
         UserLocale locale = UserLocale::fromEnvironment();
         DayClock::Now now = qOverload<>(&QDateTime::currentDateTime);
     };
 
-    explicit HistoryPages(const Collaborators& with, QObject* parent = nullptr);
+    explicit HistoryPages(const Dependencies& dependencies, QObject* parent = nullptr);
     ~HistoryPages() override;
 
     QString firstName() const;
-    UsageFigures* figures();
+    UsageStats* stats();
     TranscriptionModel* today();
     TranscriptionModel* all();
 
-    /// The window comes up: makes sure that today is today.
+    /// Call when the window is shown: the day may have changed.
     void aboutToShow();
 
 private:
@@ -53,7 +53,7 @@ private:
     const QString m_firstName;
     DayClock m_clock;
     UserFormats m_formats;
-    UsageFigures m_figures;
+    UsageStats m_stats;
     TranscriptionModel m_today;
     TranscriptionModel m_all;
 };

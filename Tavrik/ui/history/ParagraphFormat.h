@@ -7,15 +7,14 @@
 
 namespace tavrik {
 
-/// Gives a TextEdit what it has no properties for: lines of one height whatever scripts they hold, with room
-/// between them, and to each paragraph the direction of its own text.
+/// Gives a TextEdit what it has no properties for: a fixed line height for all scripts, and for each
+/// paragraph the direction of its own text.
 class ParagraphFormat : public QObject {
     Q_OBJECT
     QML_ELEMENT
     /// The edit's textDocument.
     Q_PROPERTY(QQuickTextDocument* document READ document WRITE setDocument NOTIFY changed REQUIRED)
-    /// Between a line and the next, in pixels, added to the height of the edit's font; it lies above the
-    /// lines.
+    /// Pixels above each line, added to the height of the edit's font.
     Q_PROPERTY(qreal lineDistance READ lineDistance WRITE setLineDistance NOTIFY changed REQUIRED)
 
 public:

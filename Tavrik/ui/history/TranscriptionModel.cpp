@@ -20,7 +20,7 @@ namespace tavrik {
 namespace {
 
 constexpr auto copyConfirmation = 1200ms;
-/// Short enough for a frame to be drawn in time beside it.
+/// Leaves time to draw a frame.
 constexpr auto indexingSlice = 4ms;
 /// Texts between two looks at the clock.
 constexpr std::size_t indexingStep = 256;
@@ -28,13 +28,14 @@ constexpr auto removedRecord = std::numeric_limits<quint32>::max();
 
 } // namespace
 
-TranscriptionModel::TranscriptionModel(Scope scope, SearchFold fold, Collaborators with, QObject* parent)
-    : QAbstractListModel(parent), m_scope(scope), m_fold(fold), m_with(with), m_index(fold) {
+TranscriptionModel::TranscriptionModel(Scope scope, const std::string& locale,
+                                       const Dependencies& dependencies, QObject* parent)
+    : QAbstractListModel(parent), m_scope(scope), m_dependencies(dependencies), m_index(locale) {
     m_indexing.setInterval(0ms);
-    connect(&m_indexing, &QTimer::timeout, this, &TranscriptionModel::searchOn);
-    connect(&m_with.store, &HistoryStore::inserted, this, &TranscriptionModel::storeInserted);
-    connect(&m_with.store, &HistoryStore::removed, this, &TranscriptionModel::storeRemoved);
-    connect(&m_with.clock, &DayClock::changed, this, &TranscriptionModel::rebuild);
+    connect(&m_indexing, &QTimer::timeout, this, &TranscriptionModel::continueSearch);
+    connect(&m_dependencies.store, &HistoryStore::inserted, this, &TranscriptionModel::storeInserted);
+    connect(&m_dependencies.store, &HistoryStore::removed, this, &TranscriptionModel::storeRemoved);
+    connect(&m_dependencies.clock, &DayClock::changed, this, &TranscriptionModel::rebuild);
     rebuild();
 }
 
@@ -74,10 +75,10 @@ void TranscriptionModel::copy(int row) {
     const auto* record = recordAt(row);
     if (!record)
         return;
-    m_with.clipboard.setText(QString::fromUtf8(record->text));
+    m_dependencies.clipboard.setText(QString::fromUtf8(record->text));
     m_copied.insert(record->id);
     announce(row, row, {copiedRole});
-    m_with.queue.postAfter(copyConfirmation, [self = QPointer(this), id = record->id] {
+    m_dependencies.queue.postAfter(copyConfirmation, [self = QPointer(this), id = record->id] {
         if (self)
             self->endCopyConfirmation(id);
     });
@@ -85,7 +86,7 @@ void TranscriptionModel::copy(int row) {
 
 void TranscriptionModel::remove(int row) {
     if (const auto* record = recordAt(row))
-        m_with.store.remove(QUuid(record->id));
+        m_dependencies.store.remove(QUuid(record->id));
 }
 
 int TranscriptionModel::rowCount(const QModelIndex& parent) const {
@@ -106,9 +107,10 @@ QVariant TranscriptionModel::data(const QModelIndex& index, int role) const {
     case dayTitleRole:
         if (m_scope == Scope::today || !startsDay(row))
             return QString();
-        return m_with.formats.dayTitle(QDate::fromJulianDay(dayOfRow(row)), m_with.clock.today());
+        return m_dependencies.formats.dayTitle(QDate::fromJulianDay(dayOfRow(row)),
+                                               m_dependencies.clock.today());
     case dayCaptionRole:
-        return m_with.formats.caption(data(index, dayTitleRole).toString());
+        return m_dependencies.formats.caption(data(index, dayTitleRole).toString());
     case firstOfDayRole:
         return startsDay(row);
     case lastOfDayRole:
@@ -135,7 +137,7 @@ QHash<int, QByteArray> TranscriptionModel::roleNames() const {
 void TranscriptionModel::rebuild() {
     const bool wasEmpty = isEmpty();
     beginResetModel();
-    const auto count = static_cast<quint32>(m_with.store.items().size());
+    const auto count = static_cast<quint32>(m_dependencies.store.items().size());
     m_days.clear();
     m_days.reserve(count);
     m_all.clear();
@@ -144,7 +146,7 @@ void TranscriptionModel::rebuild() {
         if (isShown(i))
             m_all.push_back(i);
     }
-    // Only a clock that was set back brings the days of a history out of order.
+    // Days are out of order only if the clock was set back.
     std::ranges::stable_sort(m_all, std::greater(), [this](quint32 record) { return m_days[record]; });
     m_index.clear();
     if (m_open || !m_query.isEmpty())
@@ -172,7 +174,7 @@ void TranscriptionModel::storeInserted(qsizetype first, qsizetype last) {
 }
 
 void TranscriptionModel::insertRow(quint32 record) {
-    const auto& text = m_with.store.items().at(record).text;
+    const auto& text = m_dependencies.store.items().at(record).text;
     const auto place = m_all.insert(placeIn(m_all, record), record);
     const auto position = static_cast<std::size_t>(place - m_all.begin());
     const bool known =
@@ -181,10 +183,9 @@ void TranscriptionModel::insertRow(quint32 record) {
         m_index.insert(position, text);
 
     if (!m_query.isEmpty()) {
-        TextIndex alone(m_fold);
-        alone.insert(0, text);
-        // The search comes to those that lie ahead of it.
-        if (!known || alone.find(m_query.toUtf8()).empty())
+        // What is not indexed yet is searched later.
+        const auto found = known ? m_index.find(m_query.toUtf8(), position) : std::vector<quint32>();
+        if (found.empty() || found.front() != position)
             return;
     }
     const auto at = placeIn(m_rows, record);
@@ -225,9 +226,8 @@ void TranscriptionModel::storeRemoved(qsizetype first, qsizetype last) {
     tellIfEmpty(wasEmpty);
 }
 
-// Rows are not matched up with what they showed before: those that stay show other records, and the
-// difference in number comes or goes at the end. Thus a keystroke costs as much as what is visible, whatever
-// the history's size.
+// Rows are reused for other records, and inserted or removed only at the end: a keystroke then costs as much
+// as the visible rows.
 void TranscriptionModel::replaceRows(Rows rows) {
     const auto before = static_cast<int>(m_rows.size());
     const auto after = static_cast<int>(rows.size());
@@ -255,24 +255,25 @@ void TranscriptionModel::announce(qsizetype first, qsizetype last, const QList<i
 
 void TranscriptionModel::endCopyConfirmation(const QUuid& id) {
     m_copied.remove(id);
-    const auto& items = m_with.store.items();
+    const auto& items = m_dependencies.store.items();
     const auto row = std::ranges::find(m_rows, id, [&items](quint32 record) { return items.at(record).id; });
     if (row != m_rows.end())
         announce(row - m_rows.begin(), row - m_rows.begin(), {copiedRole});
 }
 
 qint32 TranscriptionModel::dayOfRecord(qsizetype record) const {
-    return static_cast<qint32>(m_with.clock.dayOf(m_with.store.items().at(record).date.toMSecsSinceEpoch()));
+    return static_cast<qint32>(
+        m_dependencies.clock.dayOf(m_dependencies.store.items().at(record).date.toMSecsSinceEpoch()));
 }
 
 bool TranscriptionModel::isShown(quint32 record) const {
-    return m_scope == Scope::all || m_days[record] == m_with.clock.today().toJulianDay();
+    return m_scope == Scope::all || m_days[record] == m_dependencies.clock.today().toJulianDay();
 }
 
 const Transcription* TranscriptionModel::recordAt(int row) const {
     if (row < 0 || row >= rowCount() || m_rows[static_cast<std::size_t>(row)] == removedRecord)
         return nullptr;
-    return &m_with.store.items().at(m_rows[static_cast<std::size_t>(row)]);
+    return &m_dependencies.store.items().at(m_rows[static_cast<std::size_t>(row)]);
 }
 
 qint32 TranscriptionModel::dayOfRow(int row) const {
@@ -306,7 +307,7 @@ void TranscriptionModel::growIndex() {
     while (!isIndexed() && !until.hasExpired()) {
         const auto end = std::min(m_index.size() + indexingStep, m_all.size());
         for (auto i = m_index.size(); i < end; ++i)
-            m_index.insert(i, m_with.store.items().at(m_all[i]).text);
+            m_index.insert(i, m_dependencies.store.items().at(m_all[i]).text);
     }
     if (isIndexed())
         m_indexing.stop();
@@ -314,7 +315,7 @@ void TranscriptionModel::growIndex() {
         m_indexing.start();
 }
 
-void TranscriptionModel::searchOn() {
+void TranscriptionModel::continueSearch() {
     const bool wasEmpty = isEmpty();
     const auto searched = m_index.size();
     growIndex();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/history/TextIndex.h"
+#include "ui/history/SearchIndex.h"
 
 #include <QAbstractListModel>
 #include <QSet>
@@ -8,6 +8,7 @@
 #include <QUuid>
 #include <QtQml/qqmlregistration.h>
 
+#include <string>
 #include <vector>
 
 namespace tavrik {
@@ -19,9 +20,7 @@ class MainQueue;
 class UserFormats;
 struct Transcription;
 
-/// The records of one page as rows: all of them or today's, of these the ones that contain what is searched,
-/// newest day first. Rows are numbers into the store; texts are made when a row comes into view. Main thread
-/// only.
+/// The records of one page: all or today's, filtered by a query, newest day first. Main thread only.
 class TranscriptionModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -34,9 +33,9 @@ public:
     enum Role {
         textRole = Qt::UserRole,
         timeRole,
-        /// The title of the row's day, where the row is its first and the model shows all days; else empty.
+        /// The day's title in its first row, where the model shows all days; else empty.
         dayTitleRole,
-        /// The same as a caption shows it.
+        /// The same in upper case.
         dayCaptionRole,
         firstOfDayRole,
         lastOfDayRole,
@@ -44,7 +43,7 @@ public:
         copiedRole,
     };
 
-    struct Collaborators {
+    struct Dependencies {
         HistoryStore& store;
         DayClock& clock;
         const UserFormats& formats;
@@ -52,21 +51,23 @@ public:
         MainQueue& queue;
     };
 
-    TranscriptionModel(Scope scope, SearchFold fold, Collaborators with, QObject* parent = nullptr);
+    /// `locale` says how searches compare texts ("tr_TR").
+    TranscriptionModel(Scope scope, const std::string& locale, const Dependencies& dependencies,
+                       QObject* parent = nullptr);
 
     QString query() const;
     /// Shows the records that contain `query`; an empty one shows all.
     void setQuery(const QString& query);
 
-    /// Nothing is shown, and no search is under way that may still find something.
+    /// No rows, and no search still running.
     bool isEmpty() const;
 
-    /// A page begins to show this model: the search is made ready, a little at a time.
+    /// A page shows this model: starts to build the search index.
     Q_INVOKABLE void open();
-    /// The page is gone, and with it the query and what was made for searching.
+    /// The page is gone: drops the query and the index.
     Q_INVOKABLE void close();
 
-    /// Puts the row's text on the clipboard, and says so in copiedRole for 1.2 seconds.
+    /// Puts the row's text on the clipboard and sets copiedRole for 1.2 seconds.
     Q_INVOKABLE void copy(int row);
     /// Deletes the row's record from the history.
     Q_INVOKABLE void remove(int row);
@@ -92,33 +93,32 @@ private:
     void tellIfEmpty(bool wasEmpty);
     void endCopyConfirmation(const QUuid& id);
 
-    /// Null when there is no such row, as may be with a click on one that is just going.
+    /// Null when there is no such row.
     const Transcription* recordAt(int row) const;
     qint32 dayOfRecord(qsizetype record) const;
     qint32 dayOfRow(int row) const;
     bool isShown(quint32 record) const;
     bool startsDay(int row) const;
-    /// Where a record stands, or would, among rows.
+    /// Where a record is, or would be inserted, in rows.
     Rows::iterator placeIn(Rows& rows, quint32 record) const;
-    /// Those of m_all from position `first` on that match the query, as far as the index has come.
+    /// The indexed records of m_all from position `first` on that match the query.
     Rows matchesFrom(std::size_t first) const;
     bool isIndexed() const { return m_index.size() == m_all.size(); }
-    /// Adds texts to the index for a few milliseconds, and has it go on later if some are missing.
+    /// Indexes texts for a few milliseconds, and schedules the rest.
     void growIndex();
-    void searchOn();
+    void continueSearch();
 
     const Scope m_scope;
-    const SearchFold m_fold;
-    const Collaborators m_with;
+    const Dependencies m_dependencies;
     QString m_query;
     /// Julian day of each of the store's records.
     std::vector<qint32> m_days;
-    /// What is shown without a query, and what is shown.
+    /// The rows without a query, and those that match it.
     Rows m_all;
     Rows m_rows;
-    /// While a page is open: the texts of m_all from its beginning, as far as it has come. What is newest is
-    /// thus found at once, however long the history is.
-    TextIndex m_index;
+    /// The texts of m_all from its beginning, while a page is open. Indexing 100,000 texts at the first
+    /// keystroke would take 60 ms; in slices, the newest are found at once.
+    SearchIndex m_index;
     QTimer m_indexing;
     bool m_open = false;
     QSet<QUuid> m_copied;

@@ -9,6 +9,8 @@
 
 namespace tavrik {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString toQString(const icu::UnicodeString& text) {
@@ -38,9 +40,9 @@ QString UserFormats::compact(qint64 number) const {
 
 QString UserFormats::dayTitle(QDate day, QDate today) const {
     if (day == today)
-        return QStringLiteral("Today");
+        return u"Today"_s;
     if (day.addDays(1) == today)
-        return QStringLiteral("Yesterday");
+        return u"Yesterday"_s;
 
     if (!m_formats->date) {
         UErrorCode status = U_ZERO_ERROR;
@@ -56,8 +58,7 @@ QString UserFormats::dayTitle(QDate day, QDate today) const {
 }
 
 QString UserFormats::caption(const QString& title) const {
-    icu::UnicodeString text(reinterpret_cast<const char16_t*>(title.utf16()), static_cast<int>(title.size()));
-    return toQString(text.toUpper(m_locale.dates.c_str()));
+    return QLocale(QString::fromStdString(m_locale.dates)).toUpper(title);
 }
 
 QString UserFormats::time(QTime time) {

@@ -11,7 +11,7 @@ namespace {
 
 std::string localeOf(const char* category) {
     for (const char* variable : {"LC_ALL", category, "LANG"}) {
-        // "de_DE.UTF-8@euro": the encoding and the variant are of no concern here.
+        // Without encoding and variant, as in "de_DE.UTF-8@euro".
         const auto name = qgetenv(variable).split('@').first().split('.').first();
         if (name == "C" || name == "POSIX")
             return "en_US";

@@ -4,14 +4,13 @@
 
 namespace tavrik {
 
-/// The locales the user has chosen, one per kind of text, as ICU names them ("de_DE").
+/// The user's locales by category, as ICU names them ("de_DE").
 struct UserLocale {
     std::string texts;
     std::string numbers;
     std::string dates;
 
-    /// What the environment says, in the order in which it is meant to be read; where it says nothing, ICU's
-    /// default.
+    /// From LC_ALL, the category's own variable, or LANG; else ICU's default.
     static UserLocale fromEnvironment();
 };
 

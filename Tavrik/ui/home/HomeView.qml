@@ -18,7 +18,7 @@ TranscriptionPage {
     }
 
     transcriptions: pages.today
-    roomBeside: figures.width + 14
+    roomBeside: stats.width + 14
     spacing: 24
     gap: 10
 
@@ -91,7 +91,7 @@ TranscriptionPage {
     }
 
     Card {
-        id: figures
+        id: stats
         parent: home
         x: home.width - width - home.margin
         y: home.marginAbove - home.scrolled
@@ -106,18 +106,18 @@ TranscriptionPage {
             spacing: 20
 
             StatLine {
-                value: home.pages.figures.totalWords
+                value: home.pages.stats.totalWords
                 label: "total words"
             }
 
             StatLine {
-                value: home.pages.figures.wordsPerMinute
+                value: home.pages.stats.wordsPerMinute
                 label: "wpm"
             }
 
             StatLine {
-                value: home.pages.figures.daysUsed
-                label: home.pages.figures.daysLabel
+                value: home.pages.stats.daysUsed
+                label: home.pages.stats.daysLabel
             }
         }
     }

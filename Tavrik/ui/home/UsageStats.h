@@ -10,8 +10,8 @@ class DayClock;
 class HistoryStore;
 class UserFormats;
 
-/// The history's figures, ready to be shown. Main thread only.
-class UsageFigures : public QObject {
+/// The usage statistics as the home page shows them. Main thread only.
+class UsageStats : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the window")
@@ -21,8 +21,8 @@ class UsageFigures : public QObject {
     Q_PROPERTY(QString daysLabel READ daysLabel NOTIFY changed)
 
 public:
-    UsageFigures(const HistoryStore& store, const DayClock& clock, const UserFormats& formats,
-                 QObject* parent = nullptr);
+    UsageStats(const HistoryStore& store, const DayClock& clock, const UserFormats& formats,
+               QObject* parent = nullptr);
 
     QString totalWords() const;
     QString wordsPerMinute() const;

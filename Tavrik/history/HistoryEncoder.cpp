@@ -1,0 +1,131 @@
+#include "history/HistoryEncoder.h"
+
+#include <QByteArrayView>
+#include <QTimeZone>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace tavrik {
+
+namespace {
+
+// The goal for saving 100,000 records is 1.8 times writing and syncing the same bytes: here 57 ms. With
+// QUuid::toByteArray(), std::ranges::find_if() for escapes and the two below it takes 75 to 82 ms.
+
+// yyyy-MM-ddTHH:mm:ssZ; QDateTime::toString() takes 60 ms more.
+void appendDate(QByteArray& json, const QDateTime& date) {
+    static const QDateTime epoch(QDate(1970, 1, 1), QTime(0, 0), QTimeZone::utc());
+    static const QDateTime earliest(QDate(1, 1, 1), QTime(0, 0), QTimeZone::utc());
+    static const QDateTime latest(QDate(9999, 12, 31), QTime(23, 59, 59), QTimeZone::utc());
+    const auto utc = date.isValid() ? std::clamp(date.toUTC(), earliest, latest) : epoch;
+    const auto day = utc.date();
+    const auto time = utc.time();
+    std::array<char, 20> text{'0', '0', '0', '0', '-', '0', '0', '-', '0', '0',
+                              'T', '0', '0', ':', '0', '0', ':', '0', '0', 'Z'};
+    const auto put = [&text](size_t end, int value) {
+        for (; value > 0; value /= 10)
+            text[--end] = static_cast<char>('0' + value % 10);
+    };
+    put(4, day.year());
+    put(7, day.month());
+    put(10, day.day());
+    put(13, time.hour());
+    put(16, time.minute());
+    put(19, time.second());
+    json.append(text.data(), text.size());
+}
+
+// QUuid::toByteArray() takes 8 ms more.
+void appendId(QByteArray& json, const QUuid& id) {
+    std::array<char, 36> text;
+    text.fill('-');
+    const auto put = [&text](size_t end, size_t digits, uint value) {
+        for (; digits > 0; --digits, value >>= 4)
+            text[--end] = "0123456789ABCDEF"[value & 15];
+    };
+    put(8, 8, id.data1);
+    put(13, 4, id.data2);
+    put(18, 4, id.data3);
+    for (size_t i = 0; i < 8; ++i)
+        put(i < 2 ? 21 + 2 * i : 22 + 2 * i, 2, id.data4[i]);
+    json.append(text.data(), text.size());
+}
+
+void appendDuration(QByteArray& json, double duration) {
+    std::array<char, 32> text;
+    const auto* end =
+        std::to_chars(text.data(), text.data() + text.size(), std::isfinite(duration) ? duration : 0).ptr;
+    json.append(text.data(), end - text.data());
+}
+
+void appendEscape(QByteArray& json, char c) {
+    switch (c) {
+    case '"':
+    case '\\':
+        json.append('\\').append(c);
+        break;
+    case '\n':
+        json.append("\\n");
+        break;
+    case '\r':
+        json.append("\\r");
+        break;
+    case '\t':
+        json.append("\\t");
+        break;
+    default:
+        json.append("\\u00").append(QByteArray(1, c).toHex());
+    }
+}
+
+// A table takes 5 ms less than comparisons.
+constexpr auto needsEscape = [] {
+    std::array<bool, 256> table{};
+    for (size_t control = 0; control < 0x20; ++control)
+        table[control] = true;
+    table['"'] = table['\\'] = true;
+    return table;
+}();
+
+void appendEscaped(QByteArray& json, QByteArrayView text) {
+    const char* plain = text.begin();
+    for (const char* at = plain; at != text.end(); ++at) {
+        if (!needsEscape[static_cast<unsigned char>(*at)])
+            continue;
+        json.append(plain, at - plain);
+        appendEscape(json, *at);
+        plain = at + 1;
+    }
+    json.append(plain, text.end() - plain);
+}
+
+} // namespace
+
+void encodeHistory(const QList<Transcription>& records, const std::function<void(QByteArrayView)>& write) {
+    // A whole document of 100,000 records takes 33 MB and 15 ms more.
+    constexpr qsizetype pieceSize = qsizetype{128} * 1024;
+    QByteArray json("[");
+    const char* separator = "\n";
+    for (const auto& record : records) {
+        json.append(separator).append("  {\n    \"date\": \"");
+        appendDate(json, record.date);
+        json.append("\",\n    \"duration\": ");
+        appendDuration(json, record.duration);
+        json.append(",\n    \"id\": \"");
+        appendId(json, record.id);
+        json.append("\",\n    \"text\": \"");
+        appendEscaped(json, record.text);
+        json.append("\"\n  }");
+        separator = ",\n";
+        if (json.size() >= pieceSize) {
+            write(json);
+            json.resize(0);
+        }
+    }
+    write(json.append(records.isEmpty() ? "]\n" : "\n]\n"));
+}
+
+} // namespace tavrik
