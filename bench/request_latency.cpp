@@ -5,7 +5,7 @@
 #include "Programs.h"
 #include "account/Account.h"
 #include "base/MainQueue.h"
-#include "mock-server/Wav.h"
+#include "mock-server/TestWav.h"
 #include "preferences/Settings.h"
 #include "services/HttpClient.h"
 #include "support/FakePlatform.h"

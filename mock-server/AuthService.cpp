@@ -1,21 +1,21 @@
 #include "mock-server/AuthService.h"
 
-#include "mock-server/Passwords.h"
 #include "mock-server/RequestChecks.h"
+#include "mock-server/Secrets.h"
 
 #include <QDateTime>
-#include <QJsonObject>
+#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QUrlQuery>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 namespace {
 
-constexpr qsizetype shortestPassword = 6;
+constexpr qsizetype minimumPasswordLength = 6;
 
 Reply grantRefusal(const QString& error, const QString& description) {
     return Reply::json(400, {{u"error"_s, error}, {u"error_description"_s, description}});
@@ -48,41 +48,41 @@ User newUser(const QString& email, bool confirmed) {
             .createdAt = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)};
 }
 
-/// What is wrong with a password that is to be used from now on.
-std::optional<QString> objection(const QByteArray& password) {
-    if (password.size() < shortestPassword)
-        return u"Password should be at least %1 characters."_s.arg(shortestPassword);
-    if (password.size() > longestPassword)
-        return u"Password cannot be longer than %1 characters"_s.arg(longestPassword);
-    if (password.contains('\0'))
-        return u"Password cannot contain a zero byte"_s;
+/// The reason to refuse a new password, if any.
+std::optional<QString> passwordProblem(const QByteArray& password) {
+    if (password.size() < minimumPasswordLength)
+        return u"Password should be at least %1 characters."_s.arg(minimumPasswordLength);
+    if (password.size() > maximumPasswordLength)
+        return u"Password cannot be longer than %1 characters"_s.arg(maximumPasswordLength);
     return {};
 }
 
 } // namespace
 
 AuthService::AuthService(Options options)
-    : m_users(std::move(options.users)), m_tokens(m_users.secret(), options.tokenLifetime),
+    : m_users(std::move(options.users)), m_tokenLifetime(options.tokenLifetime),
       m_confirmsEmail(options.confirmsEmail) {}
 
 Reply AuthService::signUp(const Request& request) {
-    const auto body = readPost(request);
+    if (const auto checked = checkPost(request); !checked)
+        return checked.error();
+    const auto body = readObject(request);
     if (!body)
         return body.error();
     const auto email = body->value(u"email"_s).toString().toLower();
     const auto password = body->value(u"password"_s).toString().toUtf8();
     if (!isAddress(email))
         return refusal(400, u"Unable to validate email address: invalid format"_s);
-    if (const auto objected = objection(password))
-        return refusal(422, *objected);
+    if (const auto problem = passwordProblem(password))
+        return refusal(422, *problem);
 
     const auto* known = m_users.withEmail(email);
     if (known && known->confirmed)
         return refusal(422, u"User already registered"_s);
-    // Whoever asks again before confirming gets another message, and the password given last.
+    // Signing up again before confirming sends another message and changes the password.
     auto user = known ? *known : newUser(email, !m_confirmsEmail);
     user.passwordHash = hashPassword(password);
-    if (user.passwordHash.isEmpty() || !m_users.put(user))
+    if (!m_users.put(user))
         return notSaved();
     if (user.confirmed)
         return sessionReply(user);
@@ -91,33 +91,32 @@ Reply AuthService::signUp(const Request& request) {
 }
 
 Reply AuthService::token(const Request& request) {
+    if (const auto checked = checkPost(request); !checked)
+        return checked.error();
+    const auto body = readObject(request);
+    if (!body)
+        return body.error();
     const auto grant = QUrlQuery(QString::fromLatin1(request.query)).queryItemValue(u"grant_type"_s);
     if (grant == u"password")
-        return passwordGrant(request);
+        return passwordGrant(*body);
     if (grant == u"refresh_token")
-        return refreshGrant(request);
+        return refreshGrant(*body);
     return grantRefusal(u"unsupported_grant_type"_s, u"Unsupported grant type"_s);
 }
 
-Reply AuthService::passwordGrant(const Request& request) {
-    const auto body = readPost(request);
-    if (!body)
-        return body.error();
-    const auto* user = m_users.withEmail(body->value(u"email"_s).toString().toLower());
-    const auto password = body->value(u"password"_s).toString().toUtf8();
-    if (!user || objection(password) || !passwordMatches(password, user->passwordHash))
+Reply AuthService::passwordGrant(const QJsonObject& body) {
+    const auto* user = m_users.withEmail(body[u"email"_s].toString().toLower());
+    const auto password = body[u"password"_s].toString().toUtf8();
+    if (!user || passwordProblem(password) || !passwordMatches(password, user->passwordHash))
         return grantRefusal(u"invalid_grant"_s, u"Invalid login credentials"_s);
     if (!user->confirmed)
         return grantRefusal(u"invalid_grant"_s, u"Email not confirmed"_s);
     return sessionReply(*user);
 }
 
-Reply AuthService::refreshGrant(const Request& request) {
-    const auto body = readPost(request);
-    if (!body)
-        return body.error();
+Reply AuthService::refreshGrant(const QJsonObject& body) {
     const auto next = randomToken();
-    const auto* user = m_users.replaceRefreshToken(body->value(u"refresh_token"_s).toString().toUtf8(), next);
+    const auto* user = m_users.replaceRefreshToken(body[u"refresh_token"_s].toString().toUtf8(), next);
     if (!user)
         return refusal(400, u"Invalid Refresh Token: Refresh Token Not Found"_s);
     return Reply::json(200, session(*user, next));
@@ -131,8 +130,11 @@ Reply AuthService::user(const Request& request) const {
 }
 
 const User* AuthService::bearer(const Request& request) const {
-    const auto id = m_tokens.userId(request.bearerToken());
-    return id ? m_users.withId(*id) : nullptr;
+    const auto claims =
+        QJsonDocument::fromJson(verify(request.bearerToken(), m_users.secret()).value_or(QByteArray()));
+    if (claims[u"exp"_s].toInteger() <= QDateTime::currentSecsSinceEpoch())
+        return nullptr;
+    return m_users.withId(claims[u"sub"_s].toString());
 }
 
 std::optional<QJsonObject> AuthService::signInConfirmed(const QString& email) {
@@ -141,7 +143,7 @@ std::optional<QJsonObject> AuthService::signInConfirmed(const QString& email) {
         return {};
     const auto* known = m_users.withEmail(address);
     auto user = known ? *known : newUser(address, true);
-    // A password that nobody confirmed must not open what is from now on somebody's account.
+    // Whoever signed up without confirming may not keep access to the account.
     if (!user.confirmed)
         user.passwordHash.clear();
     user.confirmed = true;
@@ -171,13 +173,20 @@ Reply AuthService::sessionReply(const User& user) {
     return members ? Reply::json(200, *members) : notSaved();
 }
 
+QByteArray AuthService::accessToken(const User& user) const {
+    // Two tokens of the same second differ.
+    const QJsonObject claims{{u"sub"_s, user.id},
+                             {u"jti"_s, QString::fromLatin1(randomToken())},
+                             {u"exp"_s, QDateTime::currentSecsSinceEpoch() + m_tokenLifetime.count()}};
+    return sign(QJsonDocument(claims).toJson(QJsonDocument::Compact), m_users.secret());
+}
+
 QJsonObject AuthService::session(const User& user, const QByteArray& refreshToken) const {
-    const auto lifetime = m_tokens.lifetime().count();
-    return {{u"access_token"_s, QString::fromLatin1(m_tokens.issue(user))},
+    return {{u"access_token"_s, QString::fromLatin1(accessToken(user))},
             {u"token_type"_s, u"bearer"_s},
-            {u"expires_in"_s, static_cast<qint64>(lifetime)},
+            {u"expires_in"_s, static_cast<qint64>(m_tokenLifetime.count())},
             {u"refresh_token"_s, QString::fromLatin1(refreshToken)},
             {u"user"_s, describe(user)}};
 }
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

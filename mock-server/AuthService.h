@@ -1,59 +1,62 @@
 #pragma once
 
-#include "mock-server/AccessTokens.h"
-#include "mock-server/HttpMessage.h"
+#include "mock-server/Http.h"
 #include "mock-server/UserStore.h"
 
 #include <QMap>
 
-namespace tavrik::backend {
+#include <chrono>
+#include <optional>
 
-/// The accounts of the mock server: sign-up, sign-in, refresh, the user, and the two steps that need a
-/// browser or a mailbox.
+namespace tavrik::mock {
+
+/// Accounts: sign-up, sign-in, refresh, user information, and the steps that take place in a browser or a
+/// mailbox.
 class AuthService {
 public:
     struct Options {
         UserStore users = {};
         std::chrono::seconds tokenLifetime = std::chrono::hours(1);
-        /// A new account can sign in only when its address has been confirmed.
+        /// New accounts must confirm their address before they can sign in.
         bool confirmsEmail = false;
     };
 
     explicit AuthService(Options options);
 
-    /// POST {"email", "password"}: a session, or where addresses are confirmed only the user.
+    /// POST {"email", "password"}: a session, or only the user if the address is to be confirmed.
     Reply signUp(const Request& request);
 
     /// POST: a session for a password ("email", "password") or a refresh token ("refresh_token").
     Reply token(const Request& request);
 
-    /// GET: the bearer of the access token.
+    /// GET: the user of the access token.
     Reply user(const Request& request) const;
 
-    /// The user whose access token the request bears.
+    /// The user of the request's access token; null when that is missing, forged or expired.
     const User* bearer(const Request& request) const;
 
-    /// Makes an account for the address if there is none, takes it as confirmed, and signs its user in:
-    /// the members of a session's reply.
+    /// Creates an account for the address if there is none, marks it confirmed and signs in: a session's
+    /// JSON.
     std::optional<QJsonObject> signInConfirmed(const QString& email);
 
-    /// Confirmations that wait for their user: tokens and addresses.
+    /// Open confirmations: addresses by token.
     const QMap<QByteArray, QString>& mailbox() const { return m_mailbox; }
 
-    /// Confirms the address that the token was made for; false for an unknown token.
+    /// Confirms the token's address; false for an unknown token.
     bool confirm(const QByteArray& token);
 
 private:
-    Reply passwordGrant(const Request& request);
-    Reply refreshGrant(const Request& request);
+    Reply passwordGrant(const QJsonObject& body);
+    Reply refreshGrant(const QJsonObject& body);
+    QByteArray accessToken(const User& user) const;
     std::optional<QJsonObject> newSession(const User& user);
     Reply sessionReply(const User& user);
     QJsonObject session(const User& user, const QByteArray& refreshToken) const;
 
     UserStore m_users;
-    const AccessTokens m_tokens;
+    const std::chrono::seconds m_tokenLifetime;
     const bool m_confirmsEmail;
     QMap<QByteArray, QString> m_mailbox;
 };
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -1,19 +1,19 @@
 #include "mock-server/BrowserPages.h"
 
 #include "mock-server/AuthService.h"
-#include "mock-server/Passwords.h"
 #include "mock-server/RequestChecks.h"
+#include "mock-server/Secrets.h"
 
 #include <QJsonObject>
 #include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 namespace {
 
-constexpr int mostForms = 100;
+constexpr int maximumForms = 100;
 
 Reply page(int status, const QString& title, const QString& body) {
     const auto html =
@@ -52,8 +52,7 @@ Reply BrowserPages::authorize(const Request& request) {
         return refusal(400, u"Unsupported provider: provider is not enabled"_s);
     if (value(query, u"redirect_to"_s) != QLatin1StringView(callback))
         return refusal(400, u"redirect_to is not this project's"_s);
-    // Nobody fills in so many at once.
-    if (m_forms.size() >= mostForms)
+    if (m_forms.size() >= maximumForms)
         m_forms.clear();
     const auto form = QString::fromLatin1(randomToken());
     m_forms.insert(form);
@@ -104,4 +103,4 @@ Reply BrowserPages::verify(const Request& request) {
     return page(200, u"Address confirmed"_s, u"<p>Sign in in Tavrik.</p>"_s);
 }
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -1,29 +1,29 @@
 #pragma once
 
-#include "mock-server/HttpMessage.h"
+#include "mock-server/Http.h"
 
 #include <QSet>
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 class AuthService;
 
-/// What a person sees in the browser: the page that stands in for the provider's sign-in, and the mailbox for
+/// The pages a user sees in the browser: a sign-in page in place of the provider's, and the mailbox with the
 /// confirmations that a hosted project would send.
 class BrowserPages {
 public:
-    /// The one address that sessions are handed to.
+    /// The only redirect URL allowed.
     static constexpr auto callback = "tavrik://auth-callback";
 
     explicit BrowserPages(AuthService& accounts) : m_accounts(accounts) {}
 
-    /// GET ?provider=google&redirect_to=…: asks who is to be signed in.
+    /// GET ?provider=google&redirect_to=…: the sign-in form.
     Reply authorize(const Request& request);
 
-    /// POST of that page's form: leads back to the program, with a session or with the refusal.
+    /// POST of that form: redirects to the program with a session or an error.
     Reply authorized(const Request& request);
 
-    /// GET: the messages that wait.
+    /// GET: the open confirmations.
     Reply mail(const Request& request) const;
 
     /// GET ?token=…: confirms an address.
@@ -31,8 +31,8 @@ public:
 
 private:
     AuthService& m_accounts;
-    /// Forms that have been handed out; each is good once.
+    /// One-time tokens of the forms served.
     QSet<QString> m_forms;
 };
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -1,5 +1,10 @@
 #include "mock-server/MockServer.h"
 
+#include "base/AppVersion.h"
+#include "base/PrivateFiles.h"
+#include "mock-server/RequestChecks.h"
+#include "mock-server/Script.h"
+
 #include <QCryptographicHash>
 #include <QJsonArray>
 
@@ -7,7 +12,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 namespace {
 
@@ -34,20 +39,34 @@ QJsonObject describe(const Request& request) {
             {u"lastByteNs"_s, nanoseconds(request.lastByte)}};
 }
 
-Reply notFound() {
-    return Reply::json(404, {{u"message"_s, u"Not Found"_s}});
+Reply message(int status, const QString& text) {
+    return Reply::json(status, {{u"message"_s, text}});
 }
 
 } // namespace
 
 MockServer::MockServer(Options options)
-    : m_controllable(options.controllable), m_hosts(std::move(options.hosts)),
-      m_models(m_http, std::move(options.upstream)), m_accounts(std::move(options.accounts)),
-      m_manifest(std::move(options.releaseManifest)) {
-    addRoutes();
-    addAccountRoutes();
-    if (m_controllable)
-        addControlRoutes();
+    : m_hosts(std::move(options.hosts)), m_releaseManifest(std::move(options.releaseManifest)),
+      m_controllable(options.controllable), m_accounts(std::move(options.accounts)),
+      m_translation(m_accounts, std::move(options.upstream)) {
+    const auto add = [this](const QByteArray& path, auto& object, auto function) {
+        m_routes[path] = [&object, function](const Request& request) {
+            return (object.*function)(request);
+        };
+    };
+    add("/auth/v1/signup", m_accounts, &AuthService::signUp);
+    add("/auth/v1/token", m_accounts, &AuthService::token);
+    add("/auth/v1/user", m_accounts, &AuthService::user);
+    add("/auth/v1/authorize", m_pages, &BrowserPages::authorize);
+    add("/auth/v1/callback", m_pages, &BrowserPages::authorized);
+    add("/auth/v1/verify", m_pages, &BrowserPages::verify);
+    add("/mail", m_pages, &BrowserPages::mail);
+    add("/storage/v1/object/public/releases/version.json", *this, &MockServer::releaseManifest);
+    if (!m_controllable)
+        return;
+    add("/control/replies", *this, &MockServer::addReplies);
+    add("/control/requests", *this, &MockServer::requestList);
+    add("/control/body", *this, &MockServer::lastBody);
 }
 
 std::optional<ScriptedReply> MockServer::script(const Request& head) {
@@ -63,80 +82,61 @@ std::optional<ScriptedReply> MockServer::script(const Request& head) {
 void MockServer::received(const Request& request) {
     if (!m_controllable || request.path.startsWith(controlPrefix))
         return;
-    if (m_requests.size() == remembered)
+    if (m_requests.size() == maximumRequests)
         m_requests.removeFirst();
     m_requests.append(request);
 }
 
 void MockServer::answer(const Request& request, Responder respond) {
-    // A page of the web whose name leads to this machine may not use what is here for the user's programs.
-    if (!isOurs(request.header("Host")))
-        return respond(Reply::json(421, {{u"message"_s, u"Ask for 127.0.0.1 or localhost"_s}}));
+    // Keeps out web pages whose host name resolves to this machine.
+    if (!isAllowedHost(request.header("Host")))
+        return respond(message(421, u"Ask for 127.0.0.1 or localhost"_s));
+    if (request.path == TranslationService::chatPath)
+        return m_translation.completeChat(request, std::move(respond));
+    if (request.path == "/functions/v1/translate")
+        return m_translation.translate(request, std::move(respond));
     const auto route = m_routes.constFind(request.path);
-    if (route == m_routes.constEnd())
-        respond(notFound());
-    else
-        (*route)(request, std::move(respond));
+    respond(route == m_routes.constEnd() ? message(404, u"Not Found"_s) : (*route)(request));
 }
 
-bool MockServer::isOurs(const QByteArray& host) const {
+bool MockServer::isAllowedHost(const QByteArray& host) const {
     const auto name = QString::fromLatin1(host.split(':').front());
     return name == u"127.0.0.1" || name == u"localhost" || m_hosts.contains(name);
 }
 
-void MockServer::addRoutes() {
-    m_routes[ModelService::path] = [this](const Request& request, Responder respond) {
-        m_chatCompletions.answer(request, std::move(respond));
-    };
-    m_routes["/functions/v1/translate"] = [this](const Request& request, Responder respond) {
-        m_translate.answer(request, std::move(respond));
-    };
-    m_routes[ReleaseManifest::path] = [this](const Request& request, Responder respond) {
-        respond(m_manifest.answer(request));
-    };
+Reply MockServer::releaseManifest(const Request& request) const {
+    constexpr qint64 maximumSize = qint64{1024} * 1024;
+    if (request.method != "GET")
+        return refusal(405, u"Method Not Allowed"_s);
+    if (const auto content = readRegularFile(m_releaseManifest, maximumSize))
+        return {200, {{"Content-Type", "application/json"}}, *content};
+    return Reply::json(200, {{u"version"_s, appVersion()},
+                             {u"url"_s, u"http://127.0.0.1/"_s},
+                             {u"notes"_s, u"This is the version in use."_s}});
 }
 
-void MockServer::addAccountRoutes() {
-    const auto add = [this](const QByteArray& path, auto& part, auto reply) {
-        m_routes[path] = [&part, reply](const Request& request, Responder respond) {
-            respond((part.*reply)(request));
-        };
-    };
-    add("/auth/v1/signup", m_accounts, &AuthService::signUp);
-    add("/auth/v1/token", m_accounts, &AuthService::token);
-    add("/auth/v1/user", m_accounts, &AuthService::user);
-    add("/auth/v1/authorize", m_pages, &BrowserPages::authorize);
-    add("/auth/v1/callback", m_pages, &BrowserPages::authorized);
-    add("/auth/v1/verify", m_pages, &BrowserPages::verify);
-    add("/mail", m_pages, &BrowserPages::mail);
+/// POST: a list of replies to be given next.
+Reply MockServer::addReplies(const Request& request) {
+    const auto replies = parseScript(request.body);
+    if (!replies)
+        return message(400, replies.error().description);
+    addScript(*replies);
+    return {};
 }
 
-void MockServer::addControlRoutes() {
-    // POST: a list of replies to be given next.
-    m_routes["/control/replies"] = [this](const Request& request, Responder respond) {
-        const auto replies = parseScript(request.body);
-        if (!replies)
-            return respond(Reply::json(400, {{u"message"_s, replies.error().description}}));
-        addScript(*replies);
-        respond({});
-    };
-    // GET: what was asked, oldest first. DELETE: forget it.
-    m_routes["/control/requests"] = [this](const Request& request, Responder respond) {
-        if (request.method == "DELETE")
-            forgetRequests();
-        respond(requestList());
-    };
-    // GET: the body of the latest request.
-    m_routes["/control/body"] = [this](const Request&, Responder respond) {
-        respond(m_requests.isEmpty() ? notFound() : Reply{.body = m_requests.constLast().body});
-    };
-}
-
-Reply MockServer::requestList() const {
+/// GET: the requests received, oldest first. DELETE: forget them.
+Reply MockServer::requestList(const Request& request) {
+    if (request.method == "DELETE")
+        m_requests.clear();
     QJsonArray list;
-    for (const auto& request : m_requests)
-        list.append(describe(request));
+    for (const auto& received : m_requests)
+        list.append(describe(received));
     return Reply::json(200, {{u"requests"_s, list}});
 }
 
-} // namespace tavrik::backend
+/// GET: the body of the latest request.
+Reply MockServer::lastBody(const Request&) const {
+    return m_requests.isEmpty() ? message(404, u"Not Found"_s) : Reply{.body = m_requests.constLast().body};
+}
+
+} // namespace tavrik::mock

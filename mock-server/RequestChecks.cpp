@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 QByteArray publicKey() {
     return QByteArrayLiteral(TAVRIK_BACKEND_ANON_KEY);
@@ -17,21 +17,19 @@ Reply refusal(int status, const QString& message) {
 std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView method) {
     if (request.method != method)
         return std::unexpected(refusal(405, u"Method Not Allowed"_s));
-    // The gateway in front of the services has a shape of its own.
+    // The gateway in front of the services answers in a shape of its own.
     const auto key = request.header("apikey");
-    if (key.isEmpty())
-        return std::unexpected(Reply::json(401, {{u"message"_s, u"No API key found in request"_s}}));
-    if (key != publicKey())
-        return std::unexpected(Reply::json(401, {{u"message"_s, u"Invalid API key"_s}}));
-    return {};
+    if (key == publicKey())
+        return {};
+    const auto message = key.isEmpty() ? u"No API key found in request"_s : u"Invalid API key"_s;
+    return std::unexpected(Reply::json(401, {{u"message"_s, message}}));
 }
 
 std::expected<void, Reply> checkPost(const Request& request) {
-    if (auto checked = checkRequest(request, "POST"); !checked)
-        return std::unexpected(std::move(checked.error()));
-    if (!request.isJson())
+    auto checked = checkRequest(request, "POST");
+    if (checked && !request.isJson())
         return std::unexpected(refusal(415, u"Content-Type must be application/json"_s));
-    return {};
+    return checked;
 }
 
 std::expected<QJsonObject, Reply> readObject(const Request& request) {
@@ -41,10 +39,4 @@ std::expected<QJsonObject, Reply> readObject(const Request& request) {
     return document.object();
 }
 
-std::expected<QJsonObject, Reply> readPost(const Request& request) {
-    if (auto checked = checkPost(request); !checked)
-        return std::unexpected(std::move(checked.error()));
-    return readObject(request);
-}
-
-} // namespace tavrik::backend
+} // namespace tavrik::mock

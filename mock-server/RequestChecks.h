@@ -1,28 +1,25 @@
 #pragma once
 
-#include "mock-server/HttpMessage.h"
+#include "mock-server/Http.h"
 
 #include <expected>
 
-// What the hosted project asks of every request, and how it refuses.
-namespace tavrik::backend {
+// The checks that the hosted project makes on every request, and its refusals.
+namespace tavrik::mock {
 
-/// The public key that the program beside this one was built with.
+/// The public key that the program of this build sends.
 QByteArray publicKey();
 
 /// {"code", "msg"}.
 Reply refusal(int status, const QString& message);
 
-/// The refusal of a request of another method, or without the public key.
+/// Refuses a request of another method, or without the public key.
 std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView method);
 
-/// checkRequest(), and the refusal of a POST that does not say it carries JSON.
+/// Refuses what checkRequest() refuses, and a POST whose content type is not JSON.
 std::expected<void, Reply> checkPost(const Request& request);
 
-/// The object that the request carries, or the refusal.
+/// The request's JSON object, or the refusal.
 std::expected<QJsonObject, Reply> readObject(const Request& request);
 
-/// readObject() after checkPost().
-std::expected<QJsonObject, Reply> readPost(const Request& request);
-
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -1,26 +1,26 @@
 #include "mock-server/UserStore.h"
 
-#include "base/FileReplacement.h"
 #include "base/PrivateFiles.h"
-#include "mock-server/Passwords.h"
+#include "mock-server/Secrets.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSaveFile>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 namespace {
 
-constexpr qint64 largestFile = qint64{64} * 1024 * 1024;
+constexpr qint64 maximumFileSize = qint64{64} * 1024 * 1024;
 
-/// The tokens are random: no salt is needed.
+/// Random tokens need no salt.
 QByteArray tokenHash(const QByteArray& token) {
     return QCryptographicHash::hash(token, QCryptographicHash::Sha256).toHex();
 }
@@ -54,7 +54,7 @@ Result<UserStore> UserStore::open(const QString& folder) {
     store.m_file = QDir(folder).filePath(u"accounts.json"_s);
     if (QFileInfo::exists(store.m_file)) {
         narrowToOwner(store.m_file);
-        auto data = parse(readRegularFile(store.m_file, largestFile).value_or(QByteArray()));
+        auto data = parse(readRegularFile(store.m_file, maximumFileSize).value_or(QByteArray()));
         if (!data)
             return std::unexpected(data.error());
         store.m_data = std::move(*data);
@@ -99,7 +99,8 @@ Result<UserStore::Data> UserStore::parse(const QByteArray& json) {
     const auto object = QJsonDocument::fromJson(json).object();
     Data data{.secret = object[u"secret"_s].toString().toLatin1(), .users = {}, .refreshTokens = {}};
     if (data.secret.isEmpty())
-        return std::unexpected(Error{u"accounts.json cannot be read; move it away to begin anew"_s});
+        return std::unexpected(
+            Error{u"accounts.json cannot be read; move it away to start with no accounts"_s});
     for (const auto users = object[u"users"_s].toArray(); const auto& entry : users) {
         const auto user = toUser(entry.toObject());
         data.users[user.id] = user;
@@ -125,7 +126,10 @@ QByteArray UserStore::toJson(const Data& data) {
 
 bool UserStore::change(Data next) {
     if (!m_file.isEmpty()) {
-        FileReplacement file(m_file);
+        QSaveFile file(m_file);
+        if (!file.open(QIODevice::WriteOnly))
+            return false;
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
         file.write(toJson(next));
         if (!file.commit())
             return false;
@@ -134,4 +138,4 @@ bool UserStore::change(Data next) {
     return true;
 }
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -6,7 +6,7 @@
 #include <QHash>
 #include <QString>
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 struct User {
     QString id;
@@ -21,15 +21,16 @@ struct User {
     bool operator==(const User&) const = default;
 };
 
-/// Who has an account, and which refresh tokens are good. Kept in memory and, if it was opened, in a file,
-/// which holds neither passwords nor refresh tokens but their hashes. Changes return false when they could
-/// not be saved; they are then undone.
+/// Accounts and their valid refresh tokens. In memory, and if it was opened, in a file, which holds hashes
+/// of passwords and refresh tokens instead of the originals. Changes return false, and are undone, when they
+/// cannot be saved.
 class UserStore {
 public:
-    /// Forgets everything at its end.
+    /// In memory only.
     UserStore();
 
-    /// Kept in `accounts.json` of the folder, which is made if needed. An error when that cannot be read.
+    /// Stored in `accounts.json` of the folder, which is created if needed. An error when the file cannot be
+    /// read.
     static Result<UserStore> open(const QString& folder);
 
     const User* withEmail(const QString& email) const;
@@ -38,13 +39,13 @@ public:
     /// Adds an account or replaces the one of the same id.
     [[nodiscard]] bool put(const User& user);
 
-    /// Makes a token good for one replaceRefreshToken().
+    /// Makes a token valid for one replaceRefreshToken().
     [[nodiscard]] bool addRefreshToken(const QByteArray& token, const QString& userId);
 
-    /// Whose the old token is, which is good no longer; the new one is. Nobody for an unknown one.
+    /// Replaces a valid token; null for an unknown one. Returns the user it belongs to.
     const User* replaceRefreshToken(const QByteArray& old, const QByteArray& token);
 
-    /// What access tokens are signed with.
+    /// Signs access tokens.
     const QByteArray& secret() const { return m_data.secret; }
 
 private:
@@ -64,4 +65,4 @@ private:
     Data m_data;
 };
 
-} // namespace tavrik::backend
+} // namespace tavrik::mock

@@ -1,5 +1,6 @@
-#include "mock-server/HttpServer.h"
+#include "mock-server/Http.h"
 #include "mock-server/MockServer.h"
+#include "mock-server/Script.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -17,13 +18,13 @@
 #include <cstdio>
 
 using namespace tavrik;
-using namespace tavrik::backend;
+using namespace tavrik::mock;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Blocks the signals that ask a program to end and turns them into an orderly one. Before any thread is
-/// started.
+/// Blocks SIGTERM and SIGINT and returns a descriptor that becomes readable when one arrives. To be called
+/// before any thread is started.
 int endSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -45,7 +46,7 @@ Result<QList<ScriptedReply>> readScript(const QString& path) {
     return parseScript(file.readAll());
 }
 
-/// A listener for HTTPS, or without a certificate for HTTP.
+/// Listens for HTTPS, or without a certificate for HTTP.
 Result<std::unique_ptr<QTcpServer>> makeListener(const QString& certificate, const QString& key) {
     if (certificate.isEmpty() && key.isEmpty())
         return std::make_unique<QTcpServer>();
@@ -75,12 +76,11 @@ int main(int argc, char** argv) {
     QCommandLineParser arguments;
     arguments.setApplicationDescription(
         u"A mock of the services Tavrik talks to, on this machine only. With OPENROUTER_API_KEY in its "
-        u"environment it passes recordings on to the real service; without, it answers with what it "
-        u"received."_s);
+        u"environment it forwards recordings to the real service; without, it describes what it received."_s);
     arguments.addHelpOption();
     const QCommandLineOption port(u"port"_s, u"Port to listen on; 0 takes any."_s, u"number"_s, u"54321"_s);
     const QCommandLineOption upstream(u"upstream"_s,
-                                      u"Scheme and host of the service to pass requests on to."_s, u"URL"_s,
+                                      u"Scheme and host of the service to forward requests to."_s, u"URL"_s,
                                       u"https://openrouter.ai"_s);
     const QCommandLineOption control(
         u"control"_s, u"Serve /control to local programs: scripted replies, and the requests received."_s);
@@ -88,7 +88,7 @@ int main(int argc, char** argv) {
     const QCommandLineOption data(
         u"data"_s, u"Keep accounts here, and announce the release in its releases/version.json."_s,
         u"folder"_s);
-    const QCommandLineOption tokenLifetime(u"token-lifetime"_s, u"How long an access token is good."_s,
+    const QCommandLineOption tokenLifetime(u"token-lifetime"_s, u"How long an access token is valid."_s,
                                            u"seconds"_s, u"3600"_s);
     const QCommandLineOption confirmEmail(
         u"confirm-email"_s, u"New accounts are confirmed by a link, which the page /mail shows."_s);
@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
     auto users = folder.isEmpty() ? Result<UserStore>(UserStore()) : UserStore::open(folder);
     if (!users)
         return fail(users.error().description);
-    MockServer standIn({
+    MockServer mockServer({
         .upstream = {.url = QUrl(arguments.value(upstream)), .key = qgetenv("OPENROUTER_API_KEY")},
         .accounts = {.users = std::move(*users),
                      .tokenLifetime = lifetime,
@@ -123,13 +123,13 @@ int main(int argc, char** argv) {
         const auto replies = readScript(arguments.value(script));
         if (!replies)
             return fail(replies.error().description);
-        standIn.addScript(*replies);
+        mockServer.addScript(*replies);
     }
 
     auto listener = makeListener(arguments.value(certificate), arguments.value(key));
     if (!listener)
         return fail(listener.error().description);
-    HttpServer server(std::move(*listener), standIn);
+    HttpServer server(std::move(*listener), mockServer);
     bool isPort = false;
     const auto number = arguments.value(port).toUShort(&isPort);
     if (!isPort)

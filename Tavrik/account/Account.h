@@ -8,7 +8,7 @@
 
 namespace tavrik {
 
-/// What the rest of the program asks of the signed-in user. Main thread only.
+/// The signed-in user, for the rest of the program. Main thread only.
 class Account {
 public:
     Account() = default;
@@ -18,13 +18,13 @@ public:
 
     virtual bool isSignedIn() const = 0;
 
-    /// Calls back once it is known whether somebody is signed in: before it returns if it is, else later
-    /// through the main queue, after one second at the most.
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): what overrides it keeps the callback.
-    virtual void whenKnown(std::function<void()> callback) { callback(); }
+    /// Calls back once the stored session has been read: before it returns if it has, else through the main
+    /// queue, after one second at most.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): overrides store the callback.
+    virtual void whenSessionLoaded(std::function<void()> callback) { callback(); }
 
-    /// Delivers an access token that can still be used, refreshed first where needed, or an error. May call
-    /// the completion before it returns, on the calling thread.
+    /// Delivers a valid access token, refreshed first if needed, or an error. The completion may be called
+    /// before it returns.
     virtual void withValidAccessToken(Completion<QString> completion) = 0;
 };
 

@@ -1,8 +1,8 @@
 #include "account/AuthReplies.h"
 
-#include "account/AuthError.h"
-
 #include <QJsonDocument>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -20,14 +20,14 @@ Error authReplyError(const QJsonObject& reply, int status) {
         if (message.isString())
             return {message.toString()};
     }
-    return authError::signInFailed(status);
+    return {u"Sign-in failed (HTTP %1)"_s.arg(status)};
 }
 
 Result<AuthSession> authReplySession(const QJsonObject& reply, const QString& email, AuthSession::Time now) {
     const auto accessToken = reply.value(u"access_token");
     const auto refreshToken = reply.value(u"refresh_token");
     if (!accessToken.isString() || !refreshToken.isString())
-        return std::unexpected(authError::unexpectedReply());
+        return std::unexpected(Error{u"Unexpected response from the auth server."_s});
     const AuthSession::Seconds lifetime(reply.value(u"expires_in").toDouble(3600));
     return AuthSession{accessToken.toString(), refreshToken.toString(), now + lifetime,
                        reply.value(u"user").toObject().value(u"email").toString(email)};

@@ -5,20 +5,19 @@
 
 #include <QJsonObject>
 
-// What the auth server's replies say.
-
+// Parsing of the auth server's replies.
 namespace tavrik {
 
-/// The reply's object; an empty one if the body is anything else.
+/// The reply's JSON object; empty if the body is anything else.
 QJsonObject authReplyObject(const QByteArray& body);
 
-/// Why a request was refused: in the server's words if it gives any.
+/// The server's error message, or one with the status if there is none.
 Error authReplyError(const QJsonObject& reply, int status);
 
-/// The session that a reply with tokens begins at `now`, for the account it names, else for `email`.
+/// The session of a reply with tokens received at `now`; `email` serves if the reply names no address.
 Result<AuthSession> authReplySession(const QJsonObject& reply, const QString& email, AuthSession::Time now);
 
-/// The address in the reply to a question about the user.
+/// The address in a reply about the user.
 std::optional<QString> authReplyEmail(const QByteArray& body);
 
 } // namespace tavrik

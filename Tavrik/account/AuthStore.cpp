@@ -1,6 +1,5 @@
 #include "account/AuthStore.h"
 
-#include "account/AuthError.h"
 #include "account/AuthReplies.h"
 #include "account/CallbackUrl.h"
 #include "base/MainQueue.h"
@@ -22,13 +21,17 @@ AuthSession::Time now() {
     return std::chrono::system_clock::now();
 }
 
+Error noBackend() {
+    return {u"This build of Tavrik has no server to sign in to."_s};
+}
+
 QJsonObject credentials(const QString& email, const QString& password) {
     return {{u"email"_s, email}, {u"password"_s, password}};
 }
 
 } // namespace
 
-/// The function, which does nothing once the store is gone.
+/// Wraps the function so that it does nothing once the store is gone.
 template<class Function>
 auto AuthStore::whileAlive(Function function) {
     return [store = QPointer(this),
@@ -43,7 +46,7 @@ AuthStore::AuthStore(SecureSlot& slot, HttpClient& http, MainQueue& queue, Supab
     if (m_backend.exists())
         readSlot();
     else
-        m_known = true;
+        m_loaded = true;
 }
 
 void AuthStore::readSlot() {
@@ -53,32 +56,32 @@ void AuthStore::readSlot() {
             return;
         m_current = stored ? AuthSession::fromJson(*stored) : std::nullopt;
         publish(m_current);
-        becomeKnown();
+        finishLoading();
     }));
-    m_queue.postAfter(1s, whileAlive([this] { becomeKnown(); }));
+    m_queue.postAfter(1s, whileAlive([this] { finishLoading(); }));
 }
 
-void AuthStore::becomeKnown() {
-    m_known = true;
-    for (auto& callback : std::exchange(m_waiting, {}))
+void AuthStore::finishLoading() {
+    m_loaded = true;
+    for (auto& callback : std::exchange(m_loadedCallbacks, {}))
         m_queue.post(whileAlive(std::move(callback)));
 }
 
-void AuthStore::whenKnown(std::function<void()> callback) {
-    if (m_known)
+void AuthStore::whenSessionLoaded(std::function<void()> callback) {
+    if (m_loaded)
         return callback();
-    m_waiting.push_back(std::move(callback));
+    m_loadedCallbacks.push_back(std::move(callback));
 }
 
 void AuthStore::signIn(const QString& email, const QString& password, Completion<void> completion) {
-    post(u"auth/v1/token?grant_type=password"_s, credentials(email, password),
+    post(m_backend.passwordSignInUrl(), credentials(email, password),
          [this, email, completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
              completion(applySession(reply, email));
          });
 }
 
 void AuthStore::signUp(const QString& email, const QString& password, Completion<bool> completion) {
-    post(u"auth/v1/signup"_s, credentials(email, password),
+    post(m_backend.signUpUrl(), credentials(email, password),
          [this, email, completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
              if (reply && !reply->contains(u"access_token"))
                  return completion(true);
@@ -90,7 +93,7 @@ void AuthStore::signUp(const QString& email, const QString& password, Completion
 
 void AuthStore::signOut() {
     ++m_signOuts;
-    leave();
+    removeSession();
 }
 
 void AuthStore::handleCallback(const QByteArray& url) {
@@ -98,7 +101,7 @@ void AuthStore::handleCallback(const QByteArray& url) {
     if (!outcome)
         return;
     if (*outcome && !m_backend.exists())
-        outcome = std::unexpected(authError::noBackend());
+        outcome = std::unexpected(noBackend());
     if (!*outcome) {
         m_queue.post(
             whileAlive([this, message = outcome->error().description] { setLastOAuthError(message); }));
@@ -113,32 +116,31 @@ void AuthStore::handleCallback(const QByteArray& url) {
 
 void AuthStore::withValidAccessToken(Completion<QString> completion) {
     if (!m_current)
-        return completion(std::unexpected(authError::notSignedIn()));
+        return completion(std::unexpected(Error{u"Not signed in."_s}));
     if (m_current->isFresh(now()))
         return completion(m_current->accessToken);
-    post(u"auth/v1/token?grant_type=refresh_token"_s, {{u"refresh_token"_s, m_current->refreshToken}},
+    post(m_backend.refreshUrl(), {{u"refresh_token"_s, m_current->refreshToken}},
          [this, refreshed = *m_current,
           completion = std::move(completion)](const Result<QJsonObject>& reply) mutable {
-             // Signed out, or another session has come: the reply belongs to neither.
+             // Signed out, or signed in again, meanwhile: the reply is for neither.
              if (m_current != refreshed)
                  return withValidAccessToken(std::move(completion));
              if (applySession(reply, refreshed.email))
                  return completion(m_current->accessToken);
-             leave();
-             completion(std::unexpected(authError::sessionExpired()));
+             removeSession();
+             completion(std::unexpected(Error{u"Your session expired — please sign in again."_s}));
          });
 }
 
-void AuthStore::post(const QString& path, const QJsonObject& body, Completion<QJsonObject> completion) {
+void AuthStore::post(const QUrl& url, const QJsonObject& body, Completion<QJsonObject> completion) {
     if (!m_backend.exists()) {
-        m_queue.post(whileAlive([completion = std::move(completion)]() mutable {
-            completion(std::unexpected(authError::noBackend()));
-        }));
+        m_queue.post(whileAlive(
+            [completion = std::move(completion)]() mutable { completion(std::unexpected(noBackend())); }));
         return;
     }
     HttpRequest request{
         .method = "POST",
-        .url = m_backend.endpoint(path),
+        .url = url,
         .headers = m_backend.headers(),
         .body = QJsonDocument(body).toJson(QJsonDocument::Compact),
         .timeout = 30s,
@@ -158,7 +160,7 @@ void AuthStore::post(const QString& path, const QJsonObject& body, Completion<QJ
 void AuthStore::fetchEmail(const QString& accessToken, std::function<void(const QString&)> completion) {
     HttpRequest request{
         .method = "GET",
-        .url = m_backend.endpoint(u"auth/v1/user"_s),
+        .url = m_backend.userUrl(),
         .headers = m_backend.headers(accessToken),
         .body = {},
         .timeout = 60s,
@@ -176,22 +178,22 @@ Result<void> AuthStore::applySession(const Result<QJsonObject>& reply, const QSt
     auto session = authReplySession(*reply, email, now());
     if (!session)
         return std::unexpected(session.error());
-    adopt(std::move(*session));
+    saveSession(std::move(*session));
     return {};
 }
 
 void AuthStore::finishCallback(const CallbackTokens& tokens, const QString& email) {
     m_queue.post(whileAlive([this] { setLastOAuthError(std::nullopt); }));
-    adopt({tokens.accessToken, tokens.refreshToken, now() + tokens.lifetime, email});
+    saveSession({tokens.accessToken, tokens.refreshToken, now() + tokens.lifetime, email});
 }
 
-void AuthStore::adopt(AuthSession session) {
+void AuthStore::saveSession(AuthSession session) {
     const auto json = session.toJson();
     setCurrent(std::move(session));
     m_slot.save(json);
 }
 
-void AuthStore::leave() {
+void AuthStore::removeSession() {
     setCurrent(std::nullopt);
     m_slot.remove();
 }
@@ -201,7 +203,7 @@ void AuthStore::setCurrent(std::optional<AuthSession> session) {
         m_slot.cancelRead();
     m_current = std::move(session);
     m_queue.post(whileAlive([this, published = m_current] { publish(published); }));
-    becomeKnown();
+    finishLoading();
 }
 
 void AuthStore::publish(const std::optional<AuthSession>& session) {

@@ -2,7 +2,7 @@
 
 #include "account/Account.h"
 #include "account/AuthSession.h"
-#include "services/Supabase.h"
+#include "services/Endpoints.h"
 
 #include <QObject>
 
@@ -16,47 +16,45 @@ class MainQueue;
 class SecureSlot;
 struct CallbackTokens;
 
-/// Who is signed in, and the ways in and out. Reads the secure slot once, when it is made; the slot, the
-/// client and the queue must outlive it. Main thread only; completions are called on it, through the main
-/// queue unless said otherwise, exactly once while the store lives.
+/// The signed-in user: sign-in, sign-up, sign-out, token refresh. Reads the secure slot once, when it is
+/// constructed; the slot, the client and the queue must outlive it. Main thread only. Completions are called
+/// through the main queue unless noted otherwise, exactly once while the store lives.
 class AuthStore final : public QObject, public Account {
     Q_OBJECT
 
 public:
     AuthStore(SecureSlot& slot, HttpClient& http, MainQueue& queue, Supabase backend);
 
-    /// The published session. Follows what isSignedIn() and the tokens already go by, one turn of the main
-    /// queue later.
+    /// The published session. Changes one turn of the main queue after isSignedIn() and the tokens.
     const std::optional<AuthSession>& session() const { return m_published; }
 
-    /// Why the latest sign-in in the browser failed.
+    /// The error of the latest sign-in in the browser.
     const std::optional<QString>& lastOAuthError() const { return m_lastOAuthError; }
 
-    /// At once: for whoever is about to open the browser.
+    /// Takes effect at once. To be called before the browser is opened.
     void clearLastOAuthError() { setLastOAuthError(std::nullopt); }
 
     /// The page to open in the browser; empty in a build without a backend.
-    QUrl googleSignInURL() const { return m_backend.googleSignInURL(); }
+    QUrl googleSignInURL() const { return m_backend.googleSignInUrl(); }
 
-    /// Signs in; a failure leaves everything as it was. E-mail and password are sent exactly as given.
+    /// Signs in; a failure changes nothing. E-mail and password are sent exactly as given.
     void signIn(const QString& email, const QString& password, Completion<void> completion);
 
-    /// Makes an account. Delivers whether it still has to be confirmed; if not, its user is signed in.
+    /// Creates an account. Delivers whether it has to be confirmed first; if not, its user is signed in.
     void signUp(const QString& email, const QString& password, Completion<bool> completion);
 
-    /// At once, on this machine only. What was under way for the user does not sign them in again: a reply to
-    /// a refresh, the stored session if it is still being read, the end of a sign-in in the browser.
+    /// Takes effect at once, on this machine only. Pending operations do not sign the user in again: a
+    /// refresh, the reading of the stored session, a sign-in in the browser.
     void signOut();
 
-    /// Takes the bytes of any URL that the program was asked to open. The outcome shows in session() or
+    /// Handles the raw bytes of a URL that the program was asked to open. The outcome appears in session() or
     /// lastOAuthError().
     void handleCallback(const QByteArray& url);
 
     bool isSignedIn() const override { return m_current.has_value(); }
-    void whenKnown(std::function<void()> callback) override;
+    void whenSessionLoaded(std::function<void()> callback) override;
 
-    /// With a minute or less left the token is refreshed first; if that fails for any reason, the user is
-    /// signed out.
+    /// Refreshes a token with a minute or less left; if that fails for any reason, the user is signed out.
     void withValidAccessToken(Completion<QString> completion) override;
 
 Q_SIGNALS:
@@ -67,15 +65,15 @@ Q_SIGNALS:
 
 private:
     void readSlot();
-    void becomeKnown();
+    void finishLoading();
 
-    void post(const QString& path, const QJsonObject& body, Completion<QJsonObject> completion);
+    void post(const QUrl& url, const QJsonObject& body, Completion<QJsonObject> completion);
     void fetchEmail(const QString& accessToken, std::function<void(const QString&)> completion);
 
     Result<void> applySession(const Result<QJsonObject>& reply, const QString& email);
     void finishCallback(const CallbackTokens& tokens, const QString& email);
-    void adopt(AuthSession session);
-    void leave();
+    void saveSession(AuthSession session);
+    void removeSession();
     void setCurrent(std::optional<AuthSession> session);
 
     void publish(const std::optional<AuthSession>& session);
@@ -94,8 +92,8 @@ private:
     std::optional<QString> m_lastOAuthError;
 
     bool m_reading = false;
-    bool m_known = false;
-    std::vector<std::function<void()>> m_waiting;
+    bool m_loaded = false;
+    std::vector<std::function<void()>> m_loadedCallbacks;
     int m_signOuts = 0;
 };
 

@@ -1,12 +1,12 @@
 #include "account/CallbackUrl.h"
 
-#include "account/AuthError.h"
-
 #include <QHash>
 #include <QStringDecoder>
 
 #include <charconv>
 #include <cmath>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -29,8 +29,7 @@ std::optional<QString> decodeValue(QByteArrayView value) {
         bytes += static_cast<char>(byte);
         next += 2;
     }
-    // Without the flags a mark at the front would be lost, and an unfinished character at the end kept for
-    // later.
+    // Keep a leading byte order mark; an incomplete character at the end is an error.
     using Flag = QStringConverter::Flag;
     QStringDecoder decoder(QStringDecoder::Utf8, Flag::Stateless | Flag::ConvertInitialBom);
     QString text = decoder(bytes);
@@ -77,7 +76,7 @@ std::optional<Result<CallbackTokens>> parseCallbackUrl(QByteArrayView url) {
     const auto refreshToken = members.constFind("refresh_token");
     if (accessToken != members.constEnd() && refreshToken != members.constEnd())
         return CallbackTokens{*accessToken, *refreshToken, parseLifetime(members.value("expires_in"))};
-    const auto error = members.value("error", authError::googleFailed().description);
+    const auto error = members.value("error", u"Google sign-in failed."_s);
     return std::unexpected(Error{members.value("error_description", error)});
 }
 

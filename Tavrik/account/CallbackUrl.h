@@ -5,7 +5,7 @@
 
 namespace tavrik {
 
-/// What a sign-in in the browser ends with.
+/// The tokens of a sign-in in the browser.
 struct CallbackTokens {
     QString accessToken;
     QString refreshToken;
@@ -14,9 +14,8 @@ struct CallbackTokens {
     bool operator==(const CallbackTokens&) const = default;
 };
 
-/// Reads the URL that the browser opens at the end of a sign-in, from its bytes exactly as they were handed
-/// over: tokens, or why there are none, ready to show. Nothing at all if the URL is not one of ours or has no
-/// fragment.
+/// Parses the URL that the browser opens at the end of a sign-in, from its raw bytes: the tokens, or the
+/// error to show. Nothing if the URL has another scheme or no fragment.
 std::optional<Result<CallbackTokens>> parseCallbackUrl(QByteArrayView url);
 
 } // namespace tavrik

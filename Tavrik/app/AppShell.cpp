@@ -47,7 +47,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::openWindowOnFirstRun() {
-    m_dependencies.account.whenKnown([self = QPointer<AppDelegate>(this)] {
+    m_dependencies.account.whenSessionLoaded([self = QPointer<AppDelegate>(this)] {
         if (!self || self->m_dependencies.account.isSignedIn() ||
             !self->m_dependencies.settings.openRouterKey().isEmpty())
             return;

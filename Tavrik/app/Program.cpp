@@ -27,8 +27,8 @@
 #include "platform/StatusItem.h"
 #include "platform/WindowActivator.h"
 #include "preferences/Settings.h"
+#include "services/Endpoints.h"
 #include "services/HttpClient.h"
-#include "services/OpenRouter.h"
 #include "translation/Translator.h"
 #include "ui/shell/LazyViews.h"
 #include "updates/UpdateChecker.h"
@@ -40,16 +40,6 @@
 using namespace Qt::StringLiterals;
 
 namespace tavrik {
-
-namespace {
-
-/// Where releases are announced; empty in a build without a backend.
-QUrl releaseManifest() {
-    const auto backend = Supabase::builtIn();
-    return backend.exists() ? backend.endpoint(u"storage/v1/object/public/releases/version.json"_s) : QUrl();
-}
-
-} // namespace
 
 /// In the order in which they are built; taken down in the reverse one. Nothing refers to what comes after
 /// it.
@@ -63,10 +53,14 @@ struct Program::Objects {
     Recorder recorder{*platform.microphone, platformFolders().temporary};
     Translator translator{account, settings, http, queue, Supabase::builtIn(), openRouterEndpoint()};
     Paster paster{*platform.clipboard, *platform.pasteKeys, queue};
-    UpdateChecker updates{
-        http, *platform.alerts, queue, releaseManifest(), appVersion(), [this](const QUrl& url) {
-            platform.links->open(url);
-        }};
+    UpdateChecker updates{http,
+                          *platform.alerts,
+                          queue,
+                          Supabase::builtIn().releaseManifestUrl(),
+                          appVersion(),
+                          [this](const QUrl& url) {
+                              platform.links->open(url);
+                          }};
     std::optional<HistoryStore> openedHistory;
     HotKeyRegistrar hotKey{*platform.hotKeys, queue, settings};
     LazyViews views{{

@@ -8,56 +8,45 @@
 #include <QSslConfiguration>
 #include <QTimer>
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
 namespace {
 
-/// Turns Nagle's algorithm off on this process's connections. The manager leaves it on and keeps its sockets
-/// to itself; on a connection in use before, the last piece of a body would wait for an acknowledgement: a
-/// round trip, or 40 ms on loopback. Descriptors of any other kind refuse the option.
-void sendWithoutDelay() {
-    constexpr int lastDescriptor = 255;
-    constexpr int on = 1;
-    for (int descriptor = 0; descriptor <= lastDescriptor; ++descriptor)
-        ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-}
-
 int statusOf(const QNetworkReply& reply) {
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
-/// A body that is read only once: the manager sends a request again by itself when a connection breaks, but
-/// only if it can go back to the start of what it uploads.
+/// A request body that can be read only once. QNetworkAccessManager repeats a request when a connection
+/// breaks, but only if it can reset the upload device.
 class OneWayUpload : public QIODevice {
 public:
     explicit OneWayUpload(QByteArray bytes) : m_bytes(std::move(bytes)) { open(ReadOnly | Unbuffered); }
 
-    /// Becomes a child of the reply that it is uploaded for.
+    /// Makes the device a child of its reply.
     void setReply(QNetworkReply& reply) {
         m_reply = &reply;
         setParent(&reply);
     }
 
-    bool hasBegun() const { return m_position > 0; }
+    bool hasStarted() const { return m_position > 0; }
 
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override { return m_bytes.size() - m_position; }
     bool atEnd() const override { return bytesAvailable() == 0; }
 
-    /// After a 307 or 308 the manager only prepares for a redirection that it is not asked to follow.
+    /// After a 307 or 308 the manager resets the device without sending it again, as redirects are not
+    /// followed.
     bool reset() override { return m_reply && statusOf(*m_reply) != 0; }
 
 protected:
     qint64 readData(char* data, qint64 maximum) override {
-        const auto length = std::min(hasBegun() ? maximum : firstPiece, bytesAvailable());
+        const auto length = std::min(hasStarted() ? maximum : firstPiece, bytesAvailable());
         std::memcpy(data, m_bytes.constData() + m_position, static_cast<size_t>(length));
         m_position += length;
         return length;
@@ -65,8 +54,8 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
-    /// Short, since the manager sends the headers along with it. A TLS record is read only when it has
-    /// arrived whole, and a full one is more than an idle connection sends before the first acknowledgement.
+    /// Short, because the manager sends it together with the headers, and a server reads a TLS record only
+    /// when it is complete: a full one takes an idle connection more than one round trip.
     static constexpr qint64 firstPiece = 64;
 
     const QByteArray m_bytes;
@@ -74,14 +63,13 @@ private:
     QNetworkReply* m_reply = nullptr;
 };
 
-/// A line break would end the header and begin another of the caller's making.
+/// A line break would start another header.
 bool isHeaderValue(const QByteArray& value) {
     return std::ranges::none_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
-/// The manager reports a status of 400 and above as an error too; what tells the two apart is the kind of
-/// error.
-bool hasWholeResponse(const QNetworkReply& reply) {
+/// A status of 400 and above is an error to QNetworkReply, but still a complete response.
+bool isComplete(const QNetworkReply& reply) {
     const int status = statusOf(reply);
     const auto error = reply.error();
     if (status == 0 || error == QNetworkReply::NoError)
@@ -90,23 +78,23 @@ bool hasWholeResponse(const QNetworkReply& reply) {
                              error == QNetworkReply::ProxyAuthenticationRequiredError);
 }
 
-/// The manager can miss the end of a connection when the status is an error too.
+/// QNetworkReply does not always report a closed connection when the status is an error too.
 bool isShorterThanAnnounced(const QNetworkReply& reply, qint64 size) {
     return !reply.hasRawHeader("Content-Encoding") &&
            size < reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
 }
 
-Error cutOff() {
-    return {QStringLiteral("The server closed the connection before its reply was complete")};
+Error connectionClosed() {
+    return {u"The server closed the connection before its reply was complete"_s};
 }
 
-Error transportError(const QNetworkReply& reply, bool uploadHasBegun) {
+Error transportError(const QNetworkReply& reply, bool uploadHasStarted) {
     switch (reply.error()) {
     case QNetworkReply::RemoteHostClosedError:
     case QNetworkReply::ContentReSendError:
-        return cutOff();
+        return connectionClosed();
     case QNetworkReply::UnknownNetworkError:
-        return uploadHasBegun ? cutOff() : Error{reply.errorString()};
+        return uploadHasStarted ? connectionClosed() : Error{reply.errorString()};
     default:
         return {reply.errorString()};
     }
@@ -123,13 +111,12 @@ QNetworkRequest networkRequest(const HttpRequest& request) {
     return result;
 }
 
-/// One request and what becomes of it; deletes itself when it has delivered.
+/// One request and its response; deletes itself after calling its completion.
 class Exchange : public QObject {
 public:
     Exchange(QNetworkAccessManager& manager, MainQueue& queue, HttpRequest request,
              Completion<HttpResponse> completion, QObject* parent)
         : QObject(parent), m_queue(queue), m_completion(std::move(completion)) {
-        sendWithoutDelay();
         auto networkRequest = tavrik::networkRequest(request);
         if (request.method != "GET") {
             auto body = std::move(request.body).value_or(QByteArray());
@@ -145,9 +132,7 @@ public:
         m_timer.setSingleShot(true);
         m_timer.setInterval(request.timeout);
         m_timer.start();
-        connect(&m_timer, &QTimer::timeout, this,
-                [this] { giveUp({QStringLiteral("The request timed out")}); });
-        connect(m_reply, &QNetworkReply::socketStartedConnecting, this, &sendWithoutDelay);
+        connect(&m_timer, &QTimer::timeout, this, [this] { fail({u"The request timed out"_s}); });
         connect(m_reply, &QNetworkReply::uploadProgress, this, &Exchange::uploaded);
         connect(m_reply, &QNetworkReply::readyRead, this, &Exchange::read);
         connect(m_reply, &QNetworkReply::finished, this, &Exchange::finish);
@@ -175,14 +160,14 @@ private:
 
     void finish() {
         if (isShorterThanAnnounced(*m_reply, m_response.body.size()))
-            return deliver(std::unexpected(cutOff()));
-        if (!hasWholeResponse(*m_reply))
-            return deliver(std::unexpected(transportError(*m_reply, m_upload && m_upload->hasBegun())));
+            return deliver(std::unexpected(connectionClosed()));
+        if (!isComplete(*m_reply))
+            return deliver(std::unexpected(transportError(*m_reply, m_upload && m_upload->hasStarted())));
         m_response.status = statusOf(*m_reply);
         deliver(std::move(m_response));
     }
 
-    void giveUp(Error error) {
+    void fail(Error error) {
         abort();
         deliver(std::unexpected(std::move(error)));
     }
@@ -212,7 +197,7 @@ private:
 } // namespace
 
 HttpClient::HttpClient(MainQueue& queue, QObject* parent) : QObject(parent), m_queue(queue) {
-    // Nobody else could delete the replies behind openConnection().
+    // Deletes the replies behind openConnection(), which are not accessible.
     m_manager.setAutoDeleteReplies(true);
 }
 
@@ -220,8 +205,7 @@ void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) 
     for (const auto& [name, value] : request.headers) {
         if (isHeaderValue(value))
             continue;
-        Error error{QStringLiteral("The %1 header holds characters that cannot be sent")
-                        .arg(QString::fromUtf8(name))};
+        Error error{u"The %1 header holds characters that cannot be sent"_s.arg(QString::fromUtf8(name))};
         m_queue.post([completion = std::move(completion), error = std::move(error)]() mutable {
             completion(std::unexpected(std::move(error)));
         });
@@ -232,7 +216,7 @@ void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) 
 
 void HttpClient::openConnection(const QUrl& url) {
     if (url.scheme() == u"https") {
-        // The same list as a request's own: with another the request would open a connection of its own.
+        // With another list than the request's, the request would open another connection.
         auto configuration = QSslConfiguration::defaultConfiguration();
         configuration.setAllowedNextProtocols(
             {QSslConfiguration::ALPNProtocolHTTP2, QSslConfiguration::NextProtocolHttp1_1});

@@ -16,26 +16,28 @@ namespace tavrik {
 
 class MainQueue;
 
+using HttpHeaders = QList<std::pair<QByteArray, QByteArray>>;
+
 struct HttpRequest {
     QByteArray method;
     QUrl url;
-    QList<std::pair<QByteArray, QByteArray>> headers = {};
+    HttpHeaders headers = {};
     std::optional<QByteArray> body = {};
-    /// Bounds the wait: without progress while uploading, then in total for the reply.
+    /// The longest wait: for progress of the upload, then for the whole reply.
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
 };
 
-/// A reply of any status, whole.
+/// A complete response of any status.
 struct HttpResponse {
     int status = 0;
     QByteArray body;
-    /// The body went past HttpClient::maximumBody and was not kept: treat it as one that cannot be parsed.
+    /// The body exceeded HttpClient::maximumBody and was dropped: handle it like one that cannot be parsed.
     bool oversized = false;
 };
 
-/// The program's one way to the network. Connections are kept and reused; the system's proxies are honoured;
-/// no cookies, no cache. Redirects are not followed, and nothing but a GET is ever sent twice. Main thread
-/// only.
+/// All of the program's HTTP requests. HTTP/2 or 1.1; connections are kept and reused; the system's proxy
+/// settings are honoured; no cookies, no cache. Redirects are not followed, and nothing but a GET is ever
+/// sent twice. Main thread only.
 class HttpClient : public QObject {
     Q_OBJECT
 
@@ -44,19 +46,19 @@ public:
 
     explicit HttpClient(MainQueue& queue, QObject* parent = nullptr);
 
-    /// Sends the request. The completion is posted to the main queue, exactly once: the response, whatever
-    /// its status, or an error when there was none (no connection, a reset, a truncated body, the time-out).
-    /// If the client is destroyed first, the request is given up and its completion dropped.
+    /// Sends the request. The completion is posted to the main queue, exactly once: with the response,
+    /// whatever its status, or with an error when there is none (no connection, a reset, a truncated body, a
+    /// time-out). If the client is destroyed first, the request is aborted and its completion dropped.
     void send(HttpRequest request, Completion<HttpResponse> completion);
 
-    /// Opens a connection to the URL's host, TLS included, so that the next request starts at once. Reports
-    /// nothing.
+    /// Connects to the URL's host in advance, TLS handshake included, for the next request. Failures are
+    /// ignored.
     void openConnection(const QUrl& url);
 
 private:
     MainQueue& m_queue;
     QNetworkAccessManager m_manager;
-    /// Owns the requests under way; destroyed before the manager they use.
+    /// Owns the requests in progress; destroyed before the manager they use.
     QObject m_exchanges;
 };
 

@@ -4,18 +4,20 @@
 #include <QJsonDocument>
 #include <QString>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
 
-/// The text as a JSON string, quotes included. Half a surrogate pair, which services refuse, is replaced.
+/// The text as a JSON string, quotes included. Lone surrogates, which services refuse, are replaced.
 QByteArray quoted(const QString& text) {
     const auto valid = QString::fromUtf8(text.toUtf8());
     return QJsonDocument(QJsonArray{valid}).toJson(QJsonDocument::Compact).sliced(1).chopped(1);
 }
 
-/// `before` + base64 + `after`. A recording never goes through a JSON library: it needs no escaping, and a
-/// copy of a long one costs more than everything else between release and request.
+/// `before` + base64 + `after`. A recording does not go through QJsonDocument: it needs no escaping, and
+/// copies of a long one would take most of the time between release and request.
 QByteArray around(const QByteArray& before, const QByteArray& audio, const QByteArray& after) {
     const auto encoded = audio.toBase64();
     QByteArray body;
@@ -24,13 +26,11 @@ QByteArray around(const QByteArray& before, const QByteArray& audio, const QByte
 }
 
 QString prompt(const QString& language) {
-    return QStringLiteral(
-               "You will receive an audio clip of someone speaking, mostly in Persian (Farsi), possibly "
-               "mixing in some English words or technical terms. Translate everything they said into "
-               "fluent, natural, native-sounding ") +
-           language +
-           QStringLiteral(". Preserve the meaning, tone, and level of formality. Output ONLY the final ") +
-           language + QStringLiteral(" text — no quotes, no preamble, no explanations.");
+    return u"You will receive an audio clip of someone speaking, mostly in Persian (Farsi), possibly mixing "
+           "in some English words or technical terms. Translate everything they said into fluent, natural, "
+           "native-sounding "_s +
+           language + u". Preserve the meaning, tone, and level of formality. Output ONLY the final "_s +
+           language + u" text — no quotes, no preamble, no explanations."_s;
 }
 
 } // namespace

@@ -6,36 +6,35 @@
 #include "services/HttpClient.h"
 #include "translation/Replies.h"
 #include "translation/RequestBody.h"
-#include "translation/TranslatorError.h"
 
 #include <QFile>
 #include <QPointer>
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
 
-constexpr std::chrono::seconds timeout{60};
-
-/// Hands what `read` finds in the response on to the completion.
-Completion<HttpResponse> reading(Result<QString> (*read)(const HttpResponse&),
+/// A completion that parses the response for another.
+Completion<HttpResponse> parsing(Result<QString> (*parse)(const HttpResponse&),
                                  Completion<QString> completion) {
-    return [read, completion = std::move(completion)](const Result<HttpResponse>& response) mutable {
-        completion(response ? read(*response) : std::unexpected(response.error()));
+    return [parse, completion = std::move(completion)](const Result<HttpResponse>& response) mutable {
+        completion(response ? parse(*response) : std::unexpected(response.error()));
     };
 }
 
 } // namespace
 
 Translator::Translator(Account& account, Settings& settings, HttpClient& http, MainQueue& queue,
-                       Supabase backend, QUrl openRouterEndpoint)
+                       Supabase backend, QUrl openRouterEndpoint, std::chrono::milliseconds timeout)
     : m_account(account), m_settings(settings), m_http(http), m_queue(queue), m_backend(std::move(backend)),
-      m_openRouterEndpoint(std::move(openRouterEndpoint)) {}
+      m_openRouterEndpoint(std::move(openRouterEndpoint)), m_timeout(timeout) {}
 
 void Translator::prepare() {
-    m_account.whenKnown([self = QPointer<Translator>(this)] {
+    m_account.whenSessionLoaded([self = QPointer<Translator>(this)] {
         if (!self)
             return;
         if (self->m_account.isSignedIn())
@@ -53,19 +52,19 @@ void Translator::translate(const QString& audioFile, Completion<QString> complet
     if (file.error() != QFileDevice::NoError)
         return completion(std::unexpected(Error{file.errorString()}));
 
-    // Shared, since only what can be copied may wait.
-    auto waiting = std::make_shared<Completion<QString>>(std::move(completion));
-    m_account.whenKnown(
-        [self = QPointer<Translator>(this), audio, language = m_settings.targetLanguage(), waiting] {
+    // Shared, because the callback must be copyable.
+    auto shared = std::make_shared<Completion<QString>>(std::move(completion));
+    m_account.whenSessionLoaded(
+        [self = QPointer<Translator>(this), audio, language = m_settings.targetLanguage(), shared] {
             if (self)
-                self->route(audio, language, std::move(*waiting));
+                self->route(audio, language, std::move(*shared));
         });
 }
 
 void Translator::route(const QByteArray& audio, const QString& language, Completion<QString> completion) {
     if (!m_account.isSignedIn()) {
         if (m_settings.openRouterKey().isEmpty())
-            return completion(std::unexpected(TranslatorError::notSignedIn()));
+            return completion(std::unexpected(Error{u"Sign in first: menubar icon → Open Tavrik."_s}));
         return callOpenRouter(audio, language, std::move(completion));
     }
     m_account.withValidAccessToken([self = QPointer<Translator>(this), audio, language,
@@ -85,11 +84,11 @@ void Translator::callEdgeFunction(const QByteArray& audio, const QString& langua
     auto headers = m_backend.headers(token);
     headers.emplaceBack("Content-Type", "application/json");
     m_http.send({.method = "POST",
-                 .url = m_backend.endpoint(QStringLiteral("functions/v1/translate")),
+                 .url = m_backend.translateUrl(),
                  .headers = std::move(headers),
                  .body = translateBody(audio, language),
-                 .timeout = timeout},
-                reading(&readBackendReply, std::move(completion)));
+                 .timeout = m_timeout},
+                parsing(&readBackendReply, std::move(completion)));
 }
 
 void Translator::callOpenRouter(const QByteArray& audio, const QString& language,
@@ -99,8 +98,8 @@ void Translator::callOpenRouter(const QByteArray& audio, const QString& language
                  .headers = {{"Authorization", "Bearer " + m_settings.openRouterKey().toUtf8()},
                              {"Content-Type", "application/json"}},
                  .body = chatBody(audio, language, m_settings.model()),
-                 .timeout = timeout},
-                reading(&readOpenRouterReply, std::move(completion)));
+                 .timeout = m_timeout},
+                parsing(&readOpenRouterReply, std::move(completion)));
 }
 
 } // namespace tavrik

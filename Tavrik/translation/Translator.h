@@ -1,6 +1,6 @@
 #pragma once
 
-#include "services/Supabase.h"
+#include "services/Endpoints.h"
 #include "translation/AbstractTranslator.h"
 
 #include <QObject>
@@ -12,14 +12,15 @@ class HttpClient;
 class MainQueue;
 class Settings;
 
-/// Sends a whole recording to a language model: through the backend for a signed-in user, else straight to
-/// the chat-completions service with the user's own key. Keeps nothing between requests.
+/// Sends whole recordings to a language model: through the backend for a signed-in user, else directly to the
+/// chat-completions service with the user's own key. Stateless.
 class Translator final : public QObject, public AbstractTranslator {
     Q_OBJECT
 
 public:
+    /// `timeout` limits each request.
     Translator(Account& account, Settings& settings, HttpClient& http, MainQueue& queue, Supabase backend,
-               QUrl openRouterEndpoint);
+               QUrl openRouterEndpoint, std::chrono::milliseconds timeout = std::chrono::seconds(60));
 
     void prepare() override;
     void translate(const QString& audioFile, Completion<QString> completion) override;
@@ -36,6 +37,7 @@ private:
     MainQueue& m_queue;
     const Supabase m_backend;
     const QUrl m_openRouterEndpoint;
+    const std::chrono::milliseconds m_timeout;
 };
 
 } // namespace tavrik

@@ -9,17 +9,16 @@ class QByteArray;
 
 namespace tavrik {
 
-/// A release as its manifest describes it.
+/// A release, as described by its manifest.
 struct Release {
     QString version;
-    /// Where a person can fetch it: a web page, nothing else.
+    /// The download page; always http or https.
     QUrl url;
-    /// What is new; may be empty.
+    /// Release notes; may be empty.
     QString notes;
 };
 
-/// Reads the manifest, a JSON object with "version", "url" and perhaps "notes". Nothing when it is not as it
-/// must be.
+/// Parses the manifest, a JSON object with "version", "url" and optionally "notes". Nothing if it is invalid.
 std::optional<Release> readReleaseManifest(const QByteArray& json);
 
 } // namespace tavrik

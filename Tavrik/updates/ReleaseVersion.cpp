@@ -10,7 +10,7 @@ namespace tavrik {
 
 namespace {
 
-// Not QStringView::toLongLong, which takes surrounding white space for part of a number.
+// Not QStringView::toLongLong, which accepts surrounding white space.
 qint64 number(QStringView piece) {
     const QByteArray text = piece.toUtf8();
     const auto* begin = text.begin() + (text.startsWith('+') && !text.startsWith("+-") ? 1 : 0);

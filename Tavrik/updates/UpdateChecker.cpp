@@ -10,6 +10,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 using namespace std::chrono_literals;
@@ -36,16 +38,16 @@ void UpdateChecker::check(bool userInitiated) {
     HttpRequest request{
         .method = "GET", .url = m_manifest, .headers = {{"Cache-Control", "no-cache"}}, .body = {}};
     request.timeout = 15s;
-    m_http.send(std::move(request),
-                [self = QPointer<UpdateChecker>(this), userInitiated](const Result<HttpResponse>& response) {
-                    if (!self)
-                        return;
-                    const bool isWhole = response && !response->oversized;
-                    self->decide(isWhole ? readReleaseManifest(response->body) : std::nullopt, userInitiated);
-                });
+    m_http.send(std::move(request), [self = QPointer<UpdateChecker>(this),
+                                     userInitiated](const Result<HttpResponse>& response) {
+        if (!self)
+            return;
+        const bool complete = response && !response->oversized;
+        self->report(complete ? readReleaseManifest(response->body) : std::nullopt, userInitiated);
+    });
 }
 
-void UpdateChecker::decide(const std::optional<Release>& release, bool userInitiated) {
+void UpdateChecker::report(const std::optional<Release>& release, bool userInitiated) {
     if (release && isNewer(release->version, m_currentVersion))
         showUpdateAvailable(*release);
     else if (userInitiated)
@@ -54,14 +56,13 @@ void UpdateChecker::decide(const std::optional<Release>& release, bool userIniti
 
 void UpdateChecker::showUpdateAvailable(const Release& release) {
     QString text =
-        QStringLiteral("You have %1. Download the new version, then replace the app and reopen it.")
-            .arg(m_currentVersion);
+        u"You have %1. Download the new version, then replace the app and reopen it."_s.arg(m_currentVersion);
     if (!release.notes.isEmpty())
-        text += QStringLiteral("\n\nWhat's new:\n") + release.notes;
-    m_alerts.show({.messageText = QStringLiteral("Tavrik %1 is available").arg(release.version),
+        text += u"\n\nWhat's new:\n"_s + release.notes;
+    m_alerts.show({.messageText = u"Tavrik %1 is available"_s.arg(release.version),
                    .informativeText = text,
                    .style = Alert::Style::informational,
-                   .buttons = {QStringLiteral("Download"), QStringLiteral("Later")}},
+                   .buttons = {u"Download"_s, u"Later"_s}},
                   [self = QPointer<UpdateChecker>(this), url = release.url](int button) {
                       if (self && button == 0)
                           self->m_openLink(url);
@@ -69,16 +70,15 @@ void UpdateChecker::showUpdateAvailable(const Release& release) {
 }
 
 void UpdateChecker::showUpToDate() {
-    m_alerts.show(
-        {.messageText = QStringLiteral("You're up to date"),
-         .informativeText = QStringLiteral("Tavrik %1 is the latest version.").arg(m_currentVersion),
-         .style = Alert::Style::informational,
-         .activates = false});
+    m_alerts.show({.messageText = u"You're up to date"_s,
+                   .informativeText = u"Tavrik %1 is the latest version."_s.arg(m_currentVersion),
+                   .style = Alert::Style::informational,
+                   .activates = false});
 }
 
 void UpdateChecker::showCheckFailed() {
-    m_alerts.show({.messageText = QStringLiteral("Could not check for updates"),
-                   .informativeText = QStringLiteral("Check your internet connection and try again."),
+    m_alerts.show({.messageText = u"Could not check for updates"_s,
+                   .informativeText = u"Check your internet connection and try again."_s,
                    .activates = false});
 }
 

@@ -19,19 +19,19 @@ class UpdateChecker : public QObject {
     Q_OBJECT
 
 public:
-    /// `manifest` describes the latest release; an empty URL means that this build has no updates to look
-    /// for. `openLink` opens the download page.
+    /// `manifest` is the URL of the latest release's manifest; empty in a build without a backend, which
+    /// never checks. `openLink` opens the download page.
     UpdateChecker(HttpClient& http, Alerts& alerts, MainQueue& queue, QUrl manifest, QString currentVersion,
                   std::function<void(const QUrl&)> openLink, QObject* parent = nullptr);
 
-    /// Checks shortly after launch and then once a day.
+    /// Checks 5 seconds from now and then once a day.
     void startPeriodicChecks();
 
-    /// Starts one check and returns. A check the user did not ask for reports nothing but a newer release.
+    /// Starts one check. A check not initiated by the user reports nothing but a newer release.
     void check(bool userInitiated);
 
 private:
-    void decide(const std::optional<Release>& release, bool userInitiated);
+    void report(const std::optional<Release>& release, bool userInitiated);
     void showUpdateAvailable(const Release& release);
     void showUpToDate();
     void showCheckFailed();

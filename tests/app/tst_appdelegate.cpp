@@ -61,7 +61,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     }
 
     bool isSignedIn() const override { return signedIn; }
-    void whenKnown(std::function<void()> callback) override { accountKnown = std::move(callback); }
+    void whenSessionLoaded(std::function<void()> callback) override { accountKnown = std::move(callback); }
     void withValidAccessToken(Completion<QString>) override {}
 
     QString take;

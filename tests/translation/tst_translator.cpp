@@ -1,7 +1,7 @@
 #include "account/Account.h"
 #include "base/MainQueue.h"
 #include "mock-server/LocalService.h"
-#include "mock-server/Wav.h"
+#include "mock-server/TestWav.h"
 #include "preferences/Settings.h"
 #include "support/FakePlatform.h"
 #include "translation/Replies.h"
@@ -13,7 +13,7 @@
 #include <QTest>
 
 using namespace tavrik;
-using namespace tavrik::backend;
+using namespace tavrik::mock;
 using namespace tavrik::test;
 using namespace Qt::StringLiterals;
 
@@ -253,7 +253,7 @@ private Q_SLOTS:
     }
 
     void aBrokenConnectionIsTold() {
-        m_service->script({{.ending = ScriptedReply::Ending::Reset}});
+        m_service->script({{.ending = ScriptedReply::Ending::reset}});
         QCOMPARE(translate(m_nobody), u"! The server closed the connection before its reply was complete"_s);
         QCOMPARE(m_service->requests().size(), 1);
     }

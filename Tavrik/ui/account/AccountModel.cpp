@@ -14,7 +14,7 @@ AccountModel::AccountModel(AuthStore& store, LinkOpener& links, QString userName
     : QObject(parent), m_store(store), m_links(links), m_userName(std::move(userName)) {
     connect(&store, &AuthStore::sessionChanged, this, &AccountModel::sessionChanged);
     connect(&store, &AuthStore::lastOAuthErrorChanged, this, &AccountModel::lastOAuthErrorChanged);
-    store.whenKnown([self = QPointer<AccountModel>(this)] {
+    store.whenSessionLoaded([self = QPointer<AccountModel>(this)] {
         if (!self)
             return;
         self->m_known = true;

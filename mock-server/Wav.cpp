@@ -1,4 +1,4 @@
-#include "mock-server/WavFile.h"
+#include "mock-server/Wav.h"
 
 #include <QtEndian>
 
@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
 namespace {
 
@@ -41,13 +41,6 @@ Sound measure(QByteArrayView samples, const Format& format) {
 
 } // namespace
 
-Result<QByteArray> decodeBase64(const QString& text) {
-    auto bytes = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-    if (!bytes || (*bytes).isEmpty())
-        return std::unexpected(Error{u"the data is not base64"_s});
-    return *bytes;
-}
-
 Result<Sound> measureWav(QByteArrayView wav) {
     constexpr qsizetype riffHeader = 12;
     constexpr qsizetype chunkHeader = 8;
@@ -77,4 +70,10 @@ Result<Sound> measureWav(QByteArrayView wav) {
     return invalid(u"no samples"_s);
 }
 
-} // namespace tavrik::backend
+Result<Sound> measureEncodedWav(const QString& base64) {
+    const auto wav =
+        QByteArray::fromBase64Encoding(base64.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    return wav && !(*wav).isEmpty() ? measureWav(*wav) : invalid(u"the data is not base64"_s);
+}
+
+} // namespace tavrik::mock

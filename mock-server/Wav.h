@@ -4,9 +4,9 @@
 
 #include <QByteArray>
 
-namespace tavrik::backend {
+namespace tavrik::mock {
 
-/// What can be said about a recording from its samples.
+/// Length and loudness of a recording.
 struct Sound {
     /// Seconds.
     double duration = 0;
@@ -14,11 +14,11 @@ struct Sound {
     double loudness = 0;
 };
 
-/// The bytes of a base64 text; an error when it is none, or empty.
-Result<QByteArray> decodeBase64(const QString& text);
-
 /// Measures a WAV file of 16-bit PCM, any rate and number of channels. The error says what is wrong with the
 /// file.
 Result<Sound> measureWav(QByteArrayView wav);
 
-} // namespace tavrik::backend
+/// The same of a file as base64 text.
+Result<Sound> measureEncodedWav(const QString& base64);
+
+} // namespace tavrik::mock
