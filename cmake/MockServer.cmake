@@ -1,5 +1,5 @@
-# The public key of the mock server backend on this machine: a token like a hosted backend's, signed with nobody's secret.
-# The program and tavrik-mock-server are both compiled with it.
+# The public key of the mock server: a token like a hosted backend's, with a meaningless signature. The program and
+# tavrik-mock-server are both compiled with it.
 string(CONCAT TAVRIK_MOCK_SERVER_ANON_KEY
     "eyJhbGciOiJIUzI1NiIsInR5cCI6IkpXVCJ9."
     "eyJpc3MiOiJ0YXZyaWstYmFja2VuZCIsInJlZiI6ImxvY2FsLXN0YW5kLWluIiwicm9sZSI6ImFub24iLCJpYXQiOjE3MzU2ODk2MDAsImV4cCI6MjA1MTIyMjQwMH0."

@@ -5,26 +5,18 @@
 
 using namespace tavrik;
 
-namespace {
-
-void check(const QByteArray& url) {
-    const auto outcome = parseCallbackUrl(url);
-    if (outcome && !(url.startsWith("tavrik:") && url.contains('#')))
-        std::abort();
-    if (!outcome)
-        return;
-    if (!*outcome && outcome->error().description.isEmpty())
-        std::abort();
-    if (*outcome && ((*outcome)->accessToken.isEmpty() || (*outcome)->refreshToken.isEmpty() ||
-                     !std::isfinite((*outcome)->lifetime.count())))
-        std::abort();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-    check(bytes);
-    check("tavrik://auth-callback#" + bytes);
+    for (const auto& url : {bytes, "tavrik://auth-callback#" + bytes}) {
+        const auto outcome = parseCallbackUrl(url);
+        if (!outcome)
+            continue;
+        const bool valid = *outcome
+                               ? !(*outcome)->accessToken.isEmpty() && !(*outcome)->refreshToken.isEmpty() &&
+                                     std::isfinite((*outcome)->lifetime.count())
+                               : !outcome->error().description.isEmpty();
+        if (!valid || !url.startsWith("tavrik:") || !url.contains('#'))
+            std::abort();
+    }
     return 0;
 }

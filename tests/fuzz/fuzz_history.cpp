@@ -3,7 +3,6 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <cmath>
 #include <cstdlib>
@@ -18,11 +17,11 @@ QByteArray encoded(const QList<Transcription>& records) {
     return json;
 }
 
-// What another reader of JSON makes of the same document.
+// Whether QJsonDocument reads the same from the document.
 bool agrees(const QList<Transcription>& records, const QByteArray& json) {
     QJsonParseError error;
     const auto document = QJsonDocument::fromJson(json, &error);
-    // It has no number that is too small for a double.
+    // QJsonDocument refuses numbers too small for a double.
     if (error.error == QJsonParseError::IllegalNumber)
         return true;
     const auto array = document.array();
@@ -30,10 +29,10 @@ bool agrees(const QList<Transcription>& records, const QByteArray& json) {
         return false;
     for (qsizetype i = 0; i < records.size(); ++i) {
         const auto& record = records.at(i);
-        const auto object = array.at(i).toObject();
+        const auto object = array.at(i);
         if (!record.date.isValid() || !std::isfinite(record.duration) ||
-            record.text != object.value(QStringLiteral("text")).toString().toUtf8() ||
-            record.duration != object.value(QStringLiteral("duration")).toDouble())
+            record.text != object["text"].toString().toUtf8() ||
+            record.duration != object["duration"].toDouble())
             return false;
     }
     return true;

@@ -1,6 +1,6 @@
-"""The translate function, asked everything in translate.json: the mock server's own, or the one that is deployed.
+"""Sends the requests of translate.json to the translate function: the mock server's, or the deployed one.
 
-usage: test_translate.py TAVRIK-BACKEND PUBLIC-KEY [DENO FUNCTION-FOLDER]
+usage: test_translate.py TAVRIK-MOCK-SERVER PUBLIC-KEY [DENO FUNCTION-FOLDER]
 """
 
 import json
@@ -16,7 +16,7 @@ import urllib.request
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "desktop"))
 import desk  # noqa: E402
 
-BACKEND, PUBLIC_KEY = sys.argv[1:3]
+MOCK_SERVER, PUBLIC_KEY = sys.argv[1:3]
 DENO, FUNCTION = sys.argv[3:5] if len(sys.argv) > 4 else (None, None)
 OWNER = {"OPENROUTER_API_KEY": "sk-owner"}
 SKIPPED = 77
@@ -26,7 +26,7 @@ COMPLETIONS = "/api/v1/chat/completions"
 
 def ask(url, method="GET", headers=None, body=None):
     request = urllib.request.Request(url, method=method, headers=headers or {}, data=body)
-    # In place of a form's type, which would be added.
+    # Prevents urllib's default, the type of a form.
     if body is not None and not request.has_header("Content-type"):
         request.add_header("Content-type", "")
     try:
@@ -38,7 +38,7 @@ def ask(url, method="GET", headers=None, body=None):
 
 
 class Deno(desk.Process):
-    """The deployed function, for a project and a service of models."""
+    """The deployed function, with the addresses of a project and a model service."""
 
     def __init__(self, project, models):
         subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
@@ -56,8 +56,8 @@ class Deno(desk.Process):
 class Translate(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.models = cls.enterClassContext(desk.Backend(BACKEND, 0))
-        project = cls.enterClassContext(desk.Backend(BACKEND, 0, "--upstream", cls.models.url, env=OWNER)).url
+        cls.models = cls.enterClassContext(desk.Backend(MOCK_SERVER, 0))
+        project = cls.enterClassContext(desk.Backend(MOCK_SERVER, 0, "--upstream", cls.models.url, env=OWNER)).url
         cls.function = f"{project}/functions/v1/translate"
         if DENO:
             cls.function = cls.enterClassContext(Deno(project, cls.models.url)).url

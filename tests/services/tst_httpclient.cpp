@@ -3,7 +3,6 @@
 #include "services/HttpClient.h"
 #include "support/Tls.h"
 
-#include <QEventLoop>
 #include <QProcess>
 #include <QSslServer>
 #include <QTcpSocket>
@@ -17,11 +16,9 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Ending = ScriptedReply::Ending;
 
-Q_DECLARE_METATYPE(tavrik::mock::ScriptedReply)
-
 namespace {
 
-const QString cutOff = u"The server closed the connection before its reply was complete"_s;
+const QByteArray cutOff = "! The server closed the connection before its reply was complete";
 
 HttpRequest post(const QUrl& url, const QByteArray& body = "body", std::chrono::milliseconds timeout = 60s) {
     return {.method = "POST",
@@ -31,29 +28,29 @@ HttpRequest post(const QUrl& url, const QByteArray& body = "body", std::chrono::
             .timeout = timeout};
 }
 
-std::unique_ptr<QTcpServer> tlsListener(const QSslConfiguration& configuration) {
+std::unique_ptr<QTcpServer> tlsListener(const Certificate& certificate) {
     auto listener = std::make_unique<QSslServer>();
-    listener->setSslConfiguration(configuration);
+    listener->setSslConfiguration(certificate.serverConfiguration());
     return listener;
 }
 
-/// nghttpd, which returns what is posted to it, behind a line that the test can cut.
+/// nghttpd, which returns what is posted to it, behind a connection that the test can cut.
 class Http2Server {
 public:
     explicit Http2Server(const Certificate& certificate) {
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost);
-        m_port = probe.serverPort();
+        const auto port = probe.serverPort();
         probe.close();
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(u"nghttpd"_s, {u"-v"_s, u"--echo-upload"_s, u"--address=127.0.0.1"_s,
-                                       QString::number(m_port), certificate.keyFile(), certificate.file()});
+                                       QString::number(port), certificate.keyFile(), certificate.file()});
         m_process.waitForReadyRead();
-        m_line.listen(QHostAddress::LocalHost);
-        QObject::connect(&m_line, &QTcpServer::newConnection, &m_line, [this] {
-            auto* client = m_line.nextPendingConnection();
+        m_proxy.listen(QHostAddress::LocalHost);
+        QObject::connect(&m_proxy, &QTcpServer::newConnection, &m_proxy, [this, port] {
+            auto* client = m_proxy.nextPendingConnection();
             auto* server = new QTcpSocket(client);
-            server->connectToHost(QHostAddress::LocalHost, m_port);
+            server->connectToHost(QHostAddress::LocalHost, port);
             QObject::connect(server, &QTcpSocket::readyRead, client,
                              [=] { client->write(server->readAll()); });
             QObject::connect(client, &QTcpSocket::readyRead, server, [=, this] {
@@ -71,7 +68,7 @@ public:
         m_process.waitForFinished();
     }
 
-    QUrl url() const { return QUrl(u"https://127.0.0.1:%1/"_s.arg(m_line.serverPort())); }
+    QUrl url() const { return QUrl(u"https://127.0.0.1:%1/"_s.arg(m_proxy.serverPort())); }
 
     /// How often the log has the text.
     qsizetype logged(const QByteArray& text) {
@@ -82,10 +79,9 @@ public:
     std::optional<qsizetype> cutAfter;
 
 private:
-    quint16 m_port = 0;
     QProcess m_process;
     QByteArray m_log;
-    QTcpServer m_line;
+    QTcpServer m_proxy;
 };
 
 } // namespace
@@ -95,99 +91,78 @@ class HttpClientTest : public QObject {
 
     MainQueue m_queue;
     const Certificate m_certificate;
-    const QSslConfiguration m_serverConfiguration = m_certificate.serverConfiguration();
 
-    /// Sends and waits for the completion, which must be called exactly once and not within the call.
-    Result<HttpResponse> exchange(HttpClient& client, HttpRequest request) {
-        QList<Result<HttpResponse>> outcomes;
-        // Not QTRY: it sleeps between events, and an upload has many.
+    /// The status and body of the response, or its error after "! ". The completion must be called exactly
+    /// once, and not within the call.
+    QByteArray exchange(HttpClient& client, HttpRequest request) {
+        QByteArrayList outcomes;
         QEventLoop loop;
-        client.send(std::move(request), [&](Result<HttpResponse> result) {
-            outcomes.append(std::move(result));
+        client.send(std::move(request), [&](const Result<HttpResponse>& result) {
+            outcomes << (result ? QByteArray::number(result->status) +
+                                      (result->oversized ? " oversized" : " ") + result->body
+                                : "! " + result.error().description.toUtf8());
             loop.quit();
         });
-        const bool early = !outcomes.isEmpty();
+        if (!outcomes.isEmpty())
+            return "called too early";
         QTimer::singleShot(60s, &loop, &QEventLoop::quit);
-        if (!early)
-            loop.exec();
+        loop.exec();
         QCoreApplication::processEvents();
-        if (early || outcomes.size() != 1)
-            return std::unexpected(Error{u"delivered %1 times"_s.arg(outcomes.size())});
-        return outcomes.first();
+        return outcomes.join(" and ");
     }
 
 private Q_SLOTS:
-    void anyStatusIsAResponse_data() {
-        QTest::addColumn<ScriptedReply>("reply");
-        const auto row = [](const char* name, const ScriptedReply& reply) {
-            QTest::newRow(name) << reply;
-        };
-        row("308", {.reply = {.status = 308, .headers = {{"Location", "/elsewhere"}}, .body = "moved"}});
-        row("401 with a challenge",
-            {.reply = {
-                 .status = 401, .headers = {{"WWW-Authenticate", "Basic realm=\"x\""}}, .body = "who"}});
-        row("407", {.reply = {.status = 407, .body = "proxy"}});
-        row("503", {.reply = {.status = 503, .body = "later"}});
-        row("chunked", {.reply = {.body = "in pieces"}, .chunked = true});
-        row("a byte at a time", {.reply = {.body = "slow"}, .chunked = true, .byteInterval = 1ms});
-        row("ended by closing", {.reply = {.body = "until the end"}, .closeDelimited = true});
-        row("16 MB", {.reply = {.body = QByteArray(HttpClient::maximumBody, 'x')}});
-    }
     void anyStatusIsAResponse() {
-        QFETCH(ScriptedReply, reply);
-        LocalService service;
-        HttpClient client(m_queue);
-        service.script({reply});
-        const auto response = exchange(client, post(service.url()));
-        QVERIFY2(response, response ? "" : qPrintable(response.error().description));
-        QCOMPARE(response->status, reply.reply.status);
-        QVERIFY(response->body == reply.reply.body);
-        QVERIFY(!response->oversized);
-        QCOMPARE(service.requests().size(), 1);
-    }
-
-    void incompleteResponseIsAnError_data() {
-        QTest::addColumn<ScriptedReply>("reply");
-        QTest::addColumn<bool>("timesOut");
-        const auto row = [](const char* name, const ScriptedReply& reply, bool timesOut = false) {
-            QTest::newRow(name) << reply << timesOut;
-        };
-        row("reset during the upload", {.ending = Ending::reset, .afterRequestBytes = 100'000});
-        row("reset after the request", {.ending = Ending::reset});
-        row("closed after the request", {.ending = Ending::close});
-        row("closed after the reply's head", {.bodySize = 10, .ending = Ending::close, .afterReplyBytes = 0});
-        row("truncated", {.bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 999});
-        row("truncated 500",
-            {.reply = {.status = 500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500});
-        row("stalls during the upload", {.ending = Ending::stall, .afterRequestBytes = 100'000}, true);
-        row("stalls after the request", {.ending = Ending::stall}, true);
-        row("never ends", {.bodySize = ScriptedReply::endless, .chunked = true, .byteInterval = 10ms}, true);
-    }
-    /// Also on a connection used before, where Qt would repeat the request.
-    void incompleteResponseIsAnError() {
-        QFETCH(ScriptedReply, reply);
-        QFETCH(bool, timesOut);
-        for (const bool reused : {false, true}) {
+        const ScriptedReply replies[]{
+            {.reply = {.status = 308, .headers = {{"Location", "/elsewhere"}}, .body = "moved"}},
+            {.reply = {.status = 401, .headers = {{"WWW-Authenticate", "Basic realm=\"x\""}}, .body = "who"}},
+            {.reply = {.status = 407, .body = "proxy"}},
+            {.reply = {.status = 503, .body = "later"}},
+            {.reply = {.body = "in pieces"}, .chunked = true, .byteInterval = 1ms},
+            {.reply = {.body = "until the end"}, .closeDelimited = true},
+            {.reply = {.body = QByteArray(HttpClient::maximumBody, 'x')}}};
+        for (const auto& reply : replies) {
             LocalService service;
             HttpClient client(m_queue);
-            const auto count = reused ? 2 : 1;
-            if (reused) {
-                service.script({{.reply = {.body = "first"}}});
-                QVERIFY(exchange(client, post(service.url())));
-            }
             service.script({reply});
-            // Larger than the sockets' buffers, so that the upload can be interrupted.
-            const QByteArray body(20'000'000, 'b');
-            const auto response = exchange(
-                client, post(service.url(), body, timesOut ? 300ms : std::chrono::milliseconds(60s)));
-            QVERIFY(!response);
-            QCOMPARE(response.error().description, timesOut ? u"The request timed out"_s : cutOff);
-            QTRY_COMPARE(service.requests().size(), count);
-            QCOMPARE(service.requests().last().connection, 1);
-            // A repeated request would arrive before the answer to a later one.
-            service.script({{.reply = {.body = "last"}}});
-            QVERIFY(exchange(client, post(service.url())));
-            QCOMPARE(service.requests().size(), count + 1);
+            const auto expected = QByteArray::number(reply.reply.status) + ' ' + reply.reply.body;
+            QVERIFY2(exchange(client, post(service.url())) == expected, expected.first(8).constData());
+            QCOMPARE(service.requests().size(), 1);
+        }
+    }
+
+    /// Also on a connection used before, where Qt would repeat the request.
+    void incompleteResponseIsAnError() {
+        constexpr auto endless = ScriptedReply::endless;
+        const std::pair<ScriptedReply, bool> rows[]{
+            {{.ending = Ending::reset, .afterRequestBytes = 100'000}, false},
+            {{.ending = Ending::reset}, false},
+            {{.ending = Ending::close}, false},
+            {{.bodySize = 10, .ending = Ending::close, .afterReplyBytes = 0}, false},
+            {{.bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 999}, false},
+            {{.reply = {.status = 500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500},
+             false},
+            {{.ending = Ending::stall, .afterRequestBytes = 100'000}, true},
+            {{.ending = Ending::stall}, true},
+            {{.bodySize = endless, .chunked = true, .byteInterval = 10ms}, true}};
+        // Larger than the sockets' buffers, so that the upload can be interrupted.
+        const QByteArray body(20'000'000, 'b');
+        for (const auto& [reply, timesOut] : rows) {
+            for (const int before : {0, 1}) {
+                LocalService service;
+                HttpClient client(m_queue);
+                service.script(QList<ScriptedReply>(before) + QList{reply, ScriptedReply{}});
+                if (before > 0)
+                    QCOMPARE(exchange(client, post(service.url())), "200 "_ba);
+                const auto timeout = timesOut ? 300ms : std::chrono::milliseconds(60s);
+                QCOMPARE(exchange(client, post(service.url(), body, timeout)),
+                         timesOut ? "! The request timed out"_ba : cutOff);
+                QTRY_COMPARE(service.requests().size(), before + 1);
+                QCOMPARE(service.requests().last().connection, 1);
+                // A repeated request would arrive before the answer to a later one.
+                QCOMPARE(exchange(client, post(service.url())), "200 "_ba);
+                QCOMPARE(service.requests().size(), before + 2);
+            }
         }
     }
 
@@ -197,34 +172,26 @@ private Q_SLOTS:
         HttpClient client(m_queue);
         client.openConnection(server.url());
         const QByteArray body(5'000'000, 'b');
-        for (const auto& sent : {body, "short"_ba, QByteArray()}) {
-            const auto response = exchange(client, post(server.url(), sent));
-            QVERIFY2(response, response ? "" : qPrintable(response.error().description));
-            QVERIFY(response->body == sent);
-        }
+        for (const auto& sent : {body, "short"_ba, QByteArray()})
+            QVERIFY(exchange(client, post(server.url(), sent)) == "200 " + sent);
         QCOMPARE(server.logged("negotiated protocol: h2"), 1);
         for (const qsizetype afterBytes : {1, 1'000'000}) {
             server.cutAfter = afterBytes;
-            const auto response = exchange(client, post(server.url(), body));
-            QVERIFY(!response);
-            QCOMPARE(response.error().description, cutOff);
+            QCOMPARE(exchange(client, post(server.url(), body)), cutOff);
             // A repeated request would arrive before the answer to a later one.
-            QVERIFY(exchange(client, post(server.url(), "later")));
+            QCOMPARE(exchange(client, post(server.url(), "later")), "200 later"_ba);
         }
         QCOMPARE(server.logged(":path: /"), 7);
     }
 
     void noConnectionIsAnError() {
         HttpClient client(m_queue);
-        const auto refused = exchange(client, post(QUrl(u"http://127.0.0.1:1/?secret"_s)));
-        QVERIFY(!refused);
-        QCOMPARE(refused.error().description, u"Connection refused"_s);
-        const auto lost = exchange(client, post(QUrl(u"http://nowhere.invalid/?secret"_s)));
-        QVERIFY(!lost);
-        QCOMPARE(lost.error().description, u"Host nowhere.invalid not found"_s);
+        QCOMPARE(exchange(client, post(QUrl(u"http://127.0.0.1:1/?x"_s))), "! Connection refused"_ba);
+        QCOMPARE(exchange(client, post(QUrl(u"http://nowhere.invalid/?x"_s))),
+                 "! Host nowhere.invalid not found"_ba);
     }
 
-    void bodyBeyondTheLimitIsNotKept() {
+    void bodyBeyondTheLimitIsDropped() {
         constexpr auto tooMuch = HttpClient::maximumBody + 1;
         // Known from the header, or as soon as that much has arrived.
         for (const auto& reply : {ScriptedReply{.reply = {.status = 500}, .bodySize = tooMuch},
@@ -236,15 +203,11 @@ private Q_SLOTS:
             LocalService service;
             HttpClient client(m_queue);
             service.script({reply});
-            const auto response = exchange(client, post(service.url()));
-            QVERIFY2(response, response ? "" : qPrintable(response.error().description));
-            QCOMPARE(response->status, 500);
-            QVERIFY(response->oversized);
-            QVERIFY(response->body.isEmpty());
+            QCOMPARE(exchange(client, post(service.url())), "500 oversized"_ba);
         }
     }
 
-    void requestArrivesAsItIs() {
+    void requestArrivesUnchanged() {
         for (const auto& [method, size] :
              {std::pair("GET", 0), {"POST", 0}, {"POST", 1}, {"POST", 5'000'000}}) {
             QByteArray body(size, 0);
@@ -253,18 +216,15 @@ private Q_SLOTS:
             LocalService service;
             HttpClient client(m_queue);
             // The cookie must not be sent back.
-            service.script(
-                {{.reply = {.status = 401, .headers = {{"Set-Cookie", "a=b"}}}}, {.reply = {.status = 200}}});
-            for (const int count : {1, 2}) {
+            service.script({{.reply = {.status = 401, .headers = {{"Set-Cookie", "a=b"}}}}, {}});
+            for (const auto* status : {"401 ", "200 "}) {
                 auto request = post(service.url(u"/a/b%20c?d=%2Fe"_s), body);
                 request.method = method;
                 request.headers.emplaceBack("Authorization", "Bearer t");
-                QVERIFY(exchange(client, std::move(request)));
-                QCOMPARE(service.requests().size(), count);
+                QCOMPARE(exchange(client, std::move(request)), status);
                 const auto& received = service.requests().last();
-                QCOMPARE(received.method, method);
-                QCOMPARE(received.path, "/a/b%20c");
-                QCOMPARE(received.query, "d=%2Fe");
+                QCOMPARE(received.method + ' ' + received.path + '?' + received.query,
+                         method + " /a/b%20c?d=%2Fe"_ba);
                 QCOMPARE(received.header("Authorization"), "Bearer t");
                 QCOMPARE(received.header("Content-Type"), "text/plain");
                 QCOMPARE(received.header("Cookie"), QByteArray());
@@ -273,46 +233,39 @@ private Q_SLOTS:
         }
     }
 
-    void headerCannotSmuggleAnother() {
+    void headerCannotContainAnother() {
         LocalService service;
         HttpClient client(m_queue);
         auto request = post(service.url());
         request.headers.emplaceBack("Authorization", "Bearer key\r\nX-Other: 1");
-        const auto response = exchange(client, std::move(request));
-        QVERIFY(!response);
-        QCOMPARE(response.error().description,
-                 u"The Authorization header holds characters that cannot be sent"_s);
+        QCOMPARE(exchange(client, std::move(request)),
+                 "! The Authorization header holds characters that cannot be sent"_ba);
         QCOMPARE(service.connectionCount(), 0);
     }
 
     void openedConnectionIsTheOneUsed() {
-        const Trust trust(m_serverConfiguration.localCertificateChain());
+        const Trust trust(m_certificate.chain());
         for (const auto& scheme : {u"http"_s, u"https"_s}) {
-            LocalService service(scheme == u"https" ? tlsListener(m_serverConfiguration)
+            LocalService service(scheme == u"https" ? tlsListener(m_certificate)
                                                     : std::make_unique<QTcpServer>());
-            const auto url = service.url({}, scheme);
             HttpClient client(m_queue);
-            for (int round = 0; round < 3; ++round) {
-                client.openConnection(url);
+            for (int round = 0; round < 2; ++round) {
+                client.openConnection(service.url({}, scheme));
                 QTRY_COMPARE(service.connectionCount(), 1);
-                const auto response = exchange(client, post(url));
-                QVERIFY2(response, response ? "" : qPrintable(response.error().description));
+                QVERIFY(exchange(client, post(service.url({}, scheme))).startsWith("404 "));
                 QCOMPARE(service.connectionCount(), 1);
             }
         }
     }
 
     void untrustedServerGetsNoRequest() {
-        LocalService service(tlsListener(m_serverConfiguration));
+        LocalService service(tlsListener(m_certificate));
         HttpClient client(m_queue);
-        const auto response = exchange(client, post(service.url({}, u"https"_s)));
-        QVERIFY(!response);
-        QVERIFY2(response.error().description.contains(u"self-signed"),
-                 qPrintable(response.error().description));
+        QVERIFY(exchange(client, post(service.url({}, u"https"_s))).contains("self-signed"));
         QCOMPARE(service.requests().size(), 0);
     }
 
-    void slowUploadIsNoTimeOut() {
+    void slowUploadDoesNotTimeOut() {
         // Reads the body in steps, each well within the time-out, all of them together beyond it.
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
@@ -320,44 +273,36 @@ private Q_SLOTS:
             auto* socket = server.nextPendingConnection();
             socket->setReadBufferSize(2'000'000);
             auto* timer = new QTimer(socket);
-            auto left = std::make_shared<qint64>(80'000'000);
-            connect(timer, &QTimer::timeout, socket, [socket, left] {
-                *left -= socket->readAll().size();
-                if (*left <= 0)
+            connect(timer, &QTimer::timeout, socket, [socket, left = qint64{80'000'000}]() mutable {
+                left -= socket->readAll().size();
+                if (left <= 0)
                     socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
             });
             timer->start(100);
         });
         HttpClient client(m_queue);
         const QUrl url(u"http://127.0.0.1:%1/"_s.arg(server.serverPort()));
-        const auto response = exchange(client, post(url, QByteArray(80'000'000, 'b'), 2000ms));
-        QVERIFY2(response, response ? "" : qPrintable(response.error().description));
+        QCOMPARE(exchange(client, post(url, QByteArray(80'000'000, 'b'), 2000ms)), "200 "_ba);
     }
 
     void completionWaitsForTheQueue() {
         LocalService service;
-        HttpClient client(m_queue);
-        service.script({{}});
-        bool called = false;
+        auto client = std::make_unique<HttpClient>(m_queue);
+        const auto calls = std::make_shared<int>(0);
         auto hold = std::make_unique<MainQueue::Hold>(m_queue);
-        client.send(post(service.url()), [&](const auto&) { called = true; });
+        client->send(post(service.url()), [calls](const auto&) { ++*calls; });
         QTRY_COMPARE(service.requests().size(), 1);
         QTest::qWait(50);
-        QVERIFY(!called);
+        QCOMPARE(*calls, 0);
         hold.reset();
-        QTRY_VERIFY(called);
-    }
-
-    void completionIsDroppedWithTheClient() {
-        LocalService service;
+        QTRY_COMPARE(*calls, 1);
+        // Dropped with the client.
         service.script({{.ending = Ending::stall}});
-        auto client = std::make_unique<HttpClient>(m_queue);
-        const auto witness = std::make_shared<int>(0);
-        client->send(post(service.url()), [witness](const auto&) { ++*witness; });
-        QTRY_COMPARE(service.requests().size(), 1);
+        client->send(post(service.url()), [calls](const auto&) { ++*calls; });
+        QTRY_COMPARE(service.requests().size(), 2);
         client.reset();
-        QTRY_COMPARE(witness.use_count(), 1);
-        QCOMPARE(*witness, 0);
+        QTRY_COMPARE(calls.use_count(), 1);
+        QCOMPARE(*calls, 1);
     }
 };
 
