@@ -18,7 +18,10 @@ private Q_SLOTS:
                                                               {"en_US", 3'000'000, "3M"},
                                                               {"fa_IR", 1234, QStringLiteral("۱٫۲ هزار")}};
         for (const auto& [locale, number, text] : rows)
-            QCOMPARE(UserFormats({.texts = locale, .numbers = locale, .dates = locale}).compact(number).replace(QChar::Nbsp, u' '), text);
+            QCOMPARE(UserFormats({.texts = locale, .numbers = locale, .dates = locale})
+                         .compact(number)
+                         .replace(QChar::Nbsp, u' '),
+                     text);
     }
 
     void days() {
