@@ -5,6 +5,7 @@
 #include "mock-server/Wav.h"
 
 #include <QDateTime>
+#include <QIODevice>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkReply>
@@ -128,6 +129,29 @@ Reply translation(const Reply& completion) {
     return Reply::json(200, {{u"text"_s, text.toString().trimmed()}});
 }
 
+/// A request body that cannot be read again: keeps Qt from repeating a request whose connection breaks. Not a
+/// QBuffer, which Qt would read without asking.
+class SingleUpload : public QIODevice {
+public:
+    explicit SingleUpload(QByteArray bytes) : m_rest(std::move(bytes)) { open(ReadOnly | Unbuffered); }
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override { return m_rest.size(); }
+    bool atEnd() const override { return m_rest.isEmpty(); }
+    bool reset() override { return false; }
+
+protected:
+    qint64 readData(char* data, qint64 maximum) override {
+        const auto length = std::min(maximum, qint64{m_rest.size()});
+        std::copy_n(m_rest.constData(), length, data);
+        m_rest.remove(0, length);
+        return length;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_rest;
+};
+
 } // namespace
 
 TranslationService::TranslationService(const AuthService& accounts, Upstream upstream)
@@ -184,7 +208,11 @@ void TranslationService::forward(const QByteArray& body,
     request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/json"_s);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setTransferTimeout(timeoutMs);
-    auto* reply = m_network.post(request, body);
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    auto* upload = new SingleUpload(body);
+    auto* reply = m_network.post(request, upload);
+    upload->setParent(reply);
     connect(reply, &QNetworkReply::finished, this, [reply, completion = std::move(completion)] {
         reply->deleteLater();
         const auto status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
