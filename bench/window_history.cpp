@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QProcess>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace tavrik;
@@ -54,7 +55,10 @@ void benchSearch(PageView& view, TranscriptionModel& model, const QString& corpu
 }
 
 void benchScroll(PageView& view) {
-    auto* list = view.find("QQuickListView");
+    const auto items = view.rootObject()->findChildren<QQuickItem*>();
+    const auto found =
+        std::ranges::find_if(items, [](auto* item) { return item->inherits("QQuickListView"); });
+    auto* list = found == items.end() ? nullptr : *found;
     const auto scrollTo = [list](double y) {
         QMetaObject::invokeMethod(list, "scrollTo", Q_ARG(double, y));
     };

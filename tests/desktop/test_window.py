@@ -185,6 +185,9 @@ class MainWindow(unittest.TestCase):
         window.click("Account")
         window.sees(EMAIL)
         window.misses("Nothing here yet.")
+        # Beside its controls: it stays open.
+        window.click(EMAIL)
+        window.sees("Sign out")
         # Outside: this closes the card and does nothing else.
         window.click("History")
         window.misses(EMAIL)
@@ -192,6 +195,15 @@ class MainWindow(unittest.TestCase):
         window.click("Account", times=2)
         window.misses(EMAIL)
 
+        window.click("Collapse sidebar")
+        desk.wait_for("a narrow sidebar", lambda: desk.place(window.find("History")).width == 36)
+        self.assertIs(preference("sidebar_collapsed"), True)
+        window.click("Settings")
+        window.sees("How Tavrik looks.")
+        self.assertFalse(window.can_use("History"))
+        # The dimmed window beside the sheet.
+        desk.run("xdotool", "mousemove", "--window", window.id, "30", "300", "click", "1")
+        window.misses("How Tavrik looks.")
         window.click("Settings")
         window.click("Italian")
         window.sees("Persian → Italian")

@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace tavrik;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -17,8 +18,6 @@ namespace {
 class Bar {
 public:
     Bar() { m_process.start(QStringLiteral(STATUS_NOTIFIER_WATCHER), QStringList()); }
-    Bar(const Bar&) = delete;
-    Bar& operator=(const Bar&) = delete;
     ~Bar() {
         m_process.kill();
         m_process.waitForFinished();
@@ -38,10 +37,9 @@ private:
 
 /// A property of the item. It is of this very process, so nothing may block for the answer.
 QVariant itemProperty(const QString& service, const QString& name) {
-    auto get = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
-                                              QStringLiteral("org.freedesktop.DBus.Properties"),
-                                              QStringLiteral("Get"));
-    get.setArguments({QStringLiteral("org.kde.StatusNotifierItem"), name});
+    auto get = QDBusMessage::createMethodCall(service, u"/StatusNotifierItem"_s,
+                                              u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get.setArguments({u"org.kde.StatusNotifierItem"_s, name});
     const QDBusPendingReply<QDBusVariant> reply = QDBusConnection::sessionBus().asyncCall(get);
     if (!QTest::qWaitFor([&] { return reply.isFinished(); }))
         return {};
@@ -50,7 +48,7 @@ QVariant itemProperty(const QString& service, const QString& name) {
 
 /// Of the tooltip's structure the third member, its title.
 QString toolTip(const QString& service) {
-    const auto structure = itemProperty(service, QStringLiteral("ToolTip")).value<QDBusArgument>();
+    const auto structure = itemProperty(service, u"ToolTip"_s).value<QDBusArgument>();
     QString title;
     structure.beginStructure();
     structure >> title; // the icon's name
@@ -68,30 +66,26 @@ class TestStatusNotifier : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void itWaitsForABarAndFollowsIt();
-};
-
-void TestStatusNotifier::itWaitsForABarAndFollowsIt() {
-    TrayStatusItem item([] { return false; });
-    item.setImage(QStringLiteral("mic"), QStringLiteral("Tavrik idle"));
-    item.setMenu({{.title = QStringLiteral("Open")}});
-    {
-        Bar bar;
-        QTRY_VERIFY(!bar.item().isEmpty());
-        QCOMPARE(itemProperty(bar.item(), QStringLiteral("Status")).toString(), QStringLiteral("Active"));
-        QVERIFY(!itemProperty(bar.item(), QStringLiteral("Menu")).value<QDBusObjectPath>().path().isEmpty());
-        QTRY_COMPARE(toolTip(bar.item()), QStringLiteral("Tavrik idle"));
-        item.setNote(QStringLiteral("the shortcut is taken"));
-        QTRY_COMPARE(toolTip(bar.item()), QStringLiteral("Tavrik idle\nthe shortcut is taken"));
-        item.setImage(QStringLiteral("mic.fill"), QStringLiteral("Tavrik recording"));
-        QTRY_COMPARE(toolTip(bar.item()), QStringLiteral("Tavrik recording\nthe shortcut is taken"));
-        item.setNote({});
-        QTRY_COMPARE(toolTip(bar.item()), QStringLiteral("Tavrik recording"));
+    void waitsForABarAndFollowsIt() {
+        TrayStatusItem item([] { return false; });
+        item.setImage(u"mic"_s, u"Tavrik idle"_s);
+        item.setMenu({{.title = u"Open"_s}});
+        {
+            Bar bar;
+            QTRY_VERIFY(!bar.item().isEmpty());
+            QCOMPARE(itemProperty(bar.item(), u"Status"_s).toString(), u"Active"_s);
+            QVERIFY(!itemProperty(bar.item(), u"Menu"_s).value<QDBusObjectPath>().path().isEmpty());
+            item.setNote(u"the shortcut is taken"_s);
+            QTRY_COMPARE(toolTip(bar.item()), u"Tavrik idle\nthe shortcut is taken"_s);
+            item.setImage(u"mic.fill"_s, u"Tavrik recording"_s);
+            QTRY_COMPARE(toolTip(bar.item()), u"Tavrik recording\nthe shortcut is taken"_s);
+            item.setNote({});
+        }
+        Bar restarted;
+        QTRY_VERIFY(!restarted.item().isEmpty());
+        QTRY_COMPARE(toolTip(restarted.item()), u"Tavrik recording"_s);
     }
-    Bar restarted;
-    QTRY_VERIFY(!restarted.item().isEmpty());
-    QTRY_COMPARE(toolTip(restarted.item()), QStringLiteral("Tavrik recording"));
-}
+};
 
 QTEST_MAIN(TestStatusNotifier)
 #include "tst_statusnotifier.moc"

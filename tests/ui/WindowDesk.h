@@ -43,6 +43,9 @@ public:
 
 /// Nobody is signed in, and the window was never shown.
 struct WindowDesk {
+    explicit WindowDesk(const QString& userName = QStringLiteral("Sara Ahmadi")) : fullUserName(userName) {}
+
+    const QString fullUserName;
     LocalService service;
     MainQueue queue;
     HttpClient http{queue};
@@ -81,7 +84,7 @@ struct WindowDesk {
                                    .dataFolder = QStringLiteral("folder"),
                                    .revealFolder = QStringLiteral("Show")},
                          .dataFolder = folder.path()},
-            .fullUserName = QStringLiteral("Sara Ahmadi"),
+            .fullUserName = fullUserName,
         },
         engine};
 

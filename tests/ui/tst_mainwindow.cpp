@@ -1,9 +1,11 @@
 #include "platform/XKeys.h"
 #include "support/AccessibleTree.h"
 #include "ui/WindowDesk.h"
+#include "ui/account/LoginForm.h"
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace tavrik;
@@ -18,8 +20,7 @@ const auto recording = u"Shortcut: Press keys…"_s;
 struct Desk : test::WindowDesk {
     XKeys hands;
 
-    explicit Desk(bool signedIn = true, bool collapsed = false) {
-        preferences.values["sidebar_collapsed"] = collapsed;
+    explicit Desk(bool signedIn = true, const QString& userName = u"Sara Ahmadi"_s) : WindowDesk(userName) {
         start(signedIn);
         controller.show({});
         if (!QTest::qWaitForWindowActive(&window()))
@@ -27,22 +28,29 @@ struct Desk : test::WindowDesk {
     }
 
     test::AccessibleTree tree() { return test::AccessibleTree(window()); }
-
-    void type(const QByteArray& text) {
-        for (const char character : text)
-            QTest::keyClick(&window(), character);
+    void key(int key) { QTest::keyClick(&window(), Qt::Key(key)); }
+    void reply(int status, const QByteArray& body) {
+        service.script({{.path = {}, .reply = {.status = status, .body = body}}});
     }
-    void key(Qt::Key key) { QTest::keyClick(&window(), key); }
-
-    void recordShortcut() {
-        tree().click(u"Settings"_s);
+    void recordShortcut(bool sheetIsOpen = false) {
+        if (!sheetIsOpen)
+            tree().click(u"Settings"_s);
         tree().click(defaultShortcut);
         QTRY_VERIFY(tree().shows(recording));
+    }
+    bool tabTo(const QString& name, const QString& never = u"-"_s) {
+        for (int i = 0; i < 30 && tree().focused() != never; ++i) {
+            key(Qt::Key_Tab);
+            if (tree().focused() == name)
+                return true;
+        }
+        return false;
     }
 };
 
 } // namespace
 
+/// What test_window.py does not meet.
 class MainWindowTest : public QObject {
     Q_OBJECT
 
@@ -51,232 +59,190 @@ private Q_SLOTS:
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         QGuiApplication::setQuitOnLastWindowClosed(false);
     }
+    void init() { QTest::failOnWarning(QRegularExpression(u"."_s)); }
 
-    void aClickOnACardStaysOnIt() {
+    void sizesAndMinimizing() {
         Desk desk;
-        const auto tree = desk.tree();
-        tree.click(u"Account"_s);
-        QTRY_VERIFY(tree.shows(u"Sara Ahmadi"_s));
-        // On nothing in it.
-        tree.click(tree.find(u"sara@example.org"_s));
-        QVERIFY(tree.shows(u"Sara Ahmadi"_s));
-        desk.key(Qt::Key_Escape);
-        QTRY_VERIFY(!tree.shows(u"Sara Ahmadi"_s));
+        QCOMPARE(desk.window().minimumSize(), QSize(900, 560));
+        QCOMPARE(desk.window().size(), QSize(980, 640));
+        desk.window().showMinimized();
+        QTRY_VERIFY(desk.window().windowStates() & Qt::WindowMinimized);
+        desk.controller.show({});
+        QTRY_VERIFY(!(desk.window().windowStates() & Qt::WindowMinimized));
+        QVERIFY(QTest::qWaitForWindowActive(&desk.window()));
     }
 
-    void sheetKeepsEverythingOut() {
-        Desk desk;
+    void signInForm() {
+        test::WindowDesk desk;
+        desk.start(false);
+        AccountModel account(desk.account, desk.links, {});
+        auto form = std::make_unique<LoginForm>();
+        form->setProperty("account", QVariant::fromValue(&account));
+        const auto canSubmit = [&](const char* email, const char* password) {
+            form->setProperty("email", QString::fromUtf8(email));
+            form->setProperty("password", QString::fromUtf8(password));
+            return form->isSubmittable();
+        };
+        QVERIFY(!canSubmit("", "secret"));
+        QVERIFY(canSubmit(" ", "      "));
+        QVERIFY(canSubmit("a", "😀😀😀😀😀😀"));
+        QVERIFY2(!canSubmit("a", "👨‍👩‍👧‍👦👨‍👩‍👧‍👦12"),
+                 "a family is one character");
+        QVERIFY(canSubmit("a@b", "secret"));
+        desk.service.script(
+            {{.path = {}, .reply = {.status = 200, .body = R"({"access_token":"a","refresh_token":"r"})"}}});
+        form->submit();
+        form->submit();
+        // The screen goes before the reply comes.
+        form.reset();
+        QTRY_VERIFY(account.isSignedIn());
+        QCOMPARE(desk.service.requests().size(), 1);
+    }
+
+    // Markup would be drawn green. However much a service says, there is room for the button.
+    void foreignTextIsDrawnAsItStands() {
+        const auto foreign = u"<font color='#00ff00'>████</font>"_s;
+        Desk desk(false, foreign);
         const auto tree = desk.tree();
+        const auto look = [&](const QString& shown) {
+            QTRY_VERIFY2(tree.shows(shown), qPrintable(shown));
+            const auto picture = desk.window().grabWindow();
+            int green = 0;
+            for (int i = 0; i < picture.width() * picture.height(); ++i) {
+                const auto pixel = picture.pixel(i % picture.width(), i / picture.width());
+                green += qGreen(pixel) > qRed(pixel) + 100;
+            }
+            QVERIFY2(green == 0, qPrintable(shown));
+        };
+        tree.click(u"Email"_s);
+        desk.key(Qt::Key_A);
+        desk.key(Qt::Key_Tab);
+        for (int i = 0; i < 6; ++i)
+            desk.key(Qt::Key_A);
+        const auto message = foreign.repeated(500);
+        desk.reply(400, "{\"msg\":\"" + message.toUtf8() + "\"}");
+        desk.key(Qt::Key_Return);
+        look(message);
+        QVERIFY(desk.window().contentItem()->contains(tree.middle(tree.find(u"Sign in"_s))));
+        desk.history.insertFirst({QUuid::createUuid(), QDateTime::currentDateTimeUtc(), foreign.toUtf8(), 1});
+        desk.reply(200, R"({"access_token":"a","refresh_token":"r","user":{"email":"%"}})"_ba.replace(
+                            "%", foreign.toUtf8()));
+        desk.key(Qt::Key_Return);
+        look(u"Transcriptions"_s);
+        tree.click(u"Account"_s);
+        look(foreign);
+        desk.key(Qt::Key_Escape);
         tree.click(u"Settings"_s);
         QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
-        QVERIFY(!tree.isEnabled(u"History"_s));
-        tree.press(u"History"_s);
-        QVERIFY(tree.shows(u"Welcome back, Sara"_s));
-
-        // However far one tabs, one does not leave the sheet.
-        for (int i = 0; i < 20; ++i) {
-            desk.key(Qt::Key_Tab);
-            const auto name = tree.focused();
-            QVERIFY2(name != u"Home"_s && name != u"History"_s && name != u"Notifications"_s,
-                     qPrintable(name));
-        }
-        QTest::mouseClick(&desk.window(), Qt::LeftButton, {}, QPoint(30, 300));
-        QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
-        tree.click(u"History"_s);
-        QTRY_VERIFY(!tree.shows(u"Welcome back, Sara"_s));
-    }
-
-    void sidebarRemembersItsWidth() {
-        Desk desk(true, true);
-        const auto tree = desk.tree();
-        const auto width = [&] {
-            return tree.find(u"History"_s)->rect().width();
-        };
-        QTRY_COMPARE(width(), 36);
-        tree.click(u"Expand sidebar"_s);
-        QCOMPARE(desk.preferences.values["sidebar_collapsed"], QVariant(false));
-        QTRY_COMPARE(width(), 184);
-        tree.click(u"Collapse sidebar"_s);
-        QCOMPARE(desk.preferences.values["sidebar_collapsed"], QVariant(true));
-        QTRY_COMPARE(width(), 36);
-    }
-
-    void closesAndOpensAgain() {
-        Desk desk;
-        const auto tree = desk.tree();
-        auto* window = desk.controller.window();
-        QCOMPARE(window->minimumSize(), QSize(900, 560));
-        QCOMPARE(window->size(), QSize(980, 640));
-        tree.click(u"History"_s);
-        const auto place = window->position();
-        QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
-        QTRY_VERIFY(!window->isVisible());
-
-        desk.controller.show({});
-        QCOMPARE(desk.controller.window(), window);
-        QVERIFY(QTest::qWaitForWindowActive(window));
-        QTRY_COMPARE(window->position(), place);
-        QVERIFY(!tree.shows(u"Welcome back, Sara"_s));
-
-        window->showMinimized();
-        QTRY_VERIFY(window->windowStates() & Qt::WindowMinimized);
-        desk.controller.show({});
-        QTRY_VERIFY(!(window->windowStates() & Qt::WindowMinimized));
-        QVERIFY(QTest::qWaitForWindowActive(window));
-    }
-
-    // However much the server has to say, there is room for the button.
-    void aLongMessageLeavesTheButtonInSight() {
-        Desk desk(false);
-        const auto tree = desk.tree();
-        tree.click(u"Email"_s);
-        desk.type("sara@example.org");
-        desk.key(Qt::Key_Tab);
-        desk.type("secret");
-        const auto wrong = u"W"_s.repeated(5000);
-        desk.service.script(
-            {{.path = {}, .reply = {.status = 400, .body = R"({"msg":")" + wrong.toUtf8() + R"("})"}}});
-        desk.key(Qt::Key_Return);
-        QTRY_VERIFY(tree.shows(wrong));
-        QVERIFY(desk.window().contentItem()->contains(tree.middle(tree.find(u"Sign in"_s))));
+        tree.click(u"Account"_s);
+        look(u"Session"_s);
     }
 
     void keyboardAlone() {
         Desk desk;
         const auto tree = desk.tree();
-        const auto tabTo = [&](const QString& name) {
-            for (int i = 0; i < 30; ++i) {
-                desk.key(Qt::Key_Tab);
-                if (tree.focused() == name)
-                    return true;
-            }
-            return false;
-        };
-        QVERIFY(tabTo(u"Settings"_s));
+        QVERIFY(desk.tabTo(u"Settings"_s));
         desk.key(Qt::Key_Space);
         QTRY_VERIFY(tree.shows(u"How Tavrik looks."_s));
-        QVERIFY(tabTo(u"English"_s));
+        tree.press(u"History"_s);
+        QVERIFY(tree.shows(u"Welcome back, Sara"_s));
+        // However far one tabs, one does not leave the sheet.
+        QVERIFY(!desk.tabTo(u"Notifications"_s));
+        QVERIFY(desk.tabTo(u"English"_s));
         desk.key(Qt::Key_Right);
-        QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"German"_s));
-        desk.key(Qt::Key_Right);
+        desk.key(Qt::Key_Down);
         QCOMPARE(desk.preferences.values.value("target_language"), QVariant(u"Italian"_s));
-        desk.key(Qt::Key_Escape);
-        QTRY_VERIFY(!tree.shows(u"How Tavrik looks."_s));
-        QVERIFY(tabTo(u"Account"_s));
+        // A picker is one stop. The next is the appearance's "System", then the tab.
+        QVERIFY(desk.tabTo(u"System"_s, u"French"_s));
+        QVERIFY(desk.tabTo(u"System"_s));
         desk.key(Qt::Key_Return);
-        QTRY_VERIFY(tree.shows(u"Sign out"_s));
+
+        const auto sounds = u"Recording and notification sounds"_s;
+        const auto isOn = [&](const QString& name) {
+            return bool(tree.find(name)->state().checked);
+        };
+        QTRY_VERIFY(desk.tabTo(sounds));
+        QVERIFY(isOn(sounds));
+        desk.key(Qt::Key_Space);
+        QVERIFY(!isOn(sounds));
+        desk.key(Qt::Key_Return);
+        QVERIFY(isOn(sounds));
+        tree.press(sounds);
+        QVERIFY(!isOn(sounds));
+        QCOMPARE(desk.preferences.values.value("sounds_enabled"), QVariant(false));
+        // This desktop refuses.
+        tree.press(u"Launch app at login"_s);
+        QVERIFY(!isOn(u"Launch app at login"_s));
     }
 
     void recordsWhatIsTyped_data() {
-        QTest::addColumn<QList<int>>("held");
-        QTest::addColumn<int>("key");
+        QTest::addColumn<QList<int>>("keys");
         QTest::addColumn<int>("code");
         QTest::addColumn<int>("mask");
         QTest::addColumn<QString>("display");
-        QTest::newRow("super and v") << QList<int>{keySuper} << int(keyV) << 9 << 256 << u"⌘ V"_s;
-        QTest::newRow("control, option and tab")
-            << QList<int>{keyControl, keyAlt} << 23 << 48 << 6144 << u"⌃⌥ Tab"_s;
-        QTest::newRow("control, shift and v")
-            << QList<int>{keyControl, keyShift} << int(keyV) << 9 << 4608 << u"⌃⇧ V"_s;
+        QTest::newRow("super and v") << QList<int>{keySuper, keyV} << 9 << 256 << u"⌘ V"_s;
+        QTest::newRow("two modifiers") << QList<int>{keyControl, keyAlt, 23} << 48 << 6144 << u"⌃⌥ Tab"_s;
+        QTest::newRow("with shift") << QList<int>{keyControl, keyShift, keyV} << 9 << 4608 << u"⌃⇧ V"_s;
+        QTest::newRow("shift alone") << QList<int>{keyShift, keyV} << 0 << 0 << u"⌥ Space"_s;
+        QTest::newRow("a modifier alone") << QList<int>{keyControl} << 0 << 0 << u"⌥ Space"_s;
     }
 
-    // By hands, on the real server; another program has grabbed the very
-    // combination.
+    // On the real server, where another program has grabbed the very key.
     void recordsWhatIsTyped() {
-        QFETCH(QList<int>, held);
-        QFETCH(int, key);
+        QFETCH(QList<int>, keys);
         Desk desk;
-        const auto tree = desk.tree();
         XKeys otherProgram;
-        QVERIFY(otherProgram.grab(static_cast<quint8>(key), XCB_MOD_MASK_ANY));
+        QVERIFY(otherProgram.grab(keyV, XCB_MOD_MASK_ANY));
         desk.recordShortcut();
         QCOMPARE(desk.hotKey.released, 1);
-
-        for (const int modifier : held)
-            desk.hands.press(static_cast<quint8>(modifier));
-        desk.hands.press(static_cast<quint8>(key));
-        QTRY_VERIFY(!tree.shows(recording));
+        for (const int key : keys)
+            desk.hands.press(static_cast<quint8>(key));
+        // The hot key stays away until the last key is up, in whatever order they come up. It repeats
+        // meanwhile.
+        QTRY_COMPARE(desk.tree().shows(recording), keys.size() == 1 || keys.at(0) == keyShift);
+        QKeyEvent repeat(QEvent::KeyRelease, 0, {}, static_cast<quint32>(keys.last()), 0, 0, {}, true);
+        QCoreApplication::sendEvent(&desk.window(), &repeat);
+        for (const int key : keys.first(keys.size() - 1))
+            desk.hands.release(static_cast<quint8>(key));
+        QTest::qWait(50);
         QCOMPARE(desk.hotKey.changed, 0);
-        desk.hands.release(static_cast<quint8>(key));
-        for (const int modifier : held)
-            desk.hands.release(static_cast<quint8>(modifier));
+        desk.hands.release(static_cast<quint8>(keys.last()));
+        desk.hands.chord(keyAlt, keyEscape);
         QTRY_COMPARE(desk.hotKey.changed, 1);
         QTEST(desk.preferences.values.value("hotkey_keycode").toInt(), "code");
         QTEST(desk.preferences.values.value("hotkey_modifiers").toInt(), "mask");
-        QTEST(desk.preferences.values.value("hotkey_display").toString(), "display");
-        QVERIFY(tree.shows(u"Shortcut: "_s + desk.settings.hotKeyDisplay()));
-        QVERIFY(tree.shows(u"How Tavrik looks."_s));
-    }
-
-    void whatIsNoShortcutIsNotRecorded() {
-        Desk desk;
-        desk.recordShortcut();
-        desk.hands.press(keyV);
-        desk.hands.release(keyV);
-        desk.hands.chord(keyShift, keyV);
-        desk.hands.press(keyControl);
-        desk.hands.release(keyControl);
-        desk.hands.chord(keyAlt, keyEscape);
-        QTRY_COMPARE(desk.hotKey.changed, 1);
-        QVERIFY(!desk.preferences.values.contains("hotkey_keycode"));
-        QVERIFY(desk.tree().shows(defaultShortcut));
-    }
-
-    void aRecordedKeyIsKeptUntilItComesUp() {
-        Desk desk;
-        desk.recordShortcut();
-        desk.hands.press(keyAlt);
-        desk.hands.press(keySpace);
-        QTRY_VERIFY(desk.tree().shows(defaultShortcut));
-
-        // Its modifier may come up first, and it repeats; a second key is not for anybody either.
-        desk.hands.release(keyAlt);
-        QKeyEvent repeat(QEvent::KeyRelease, 0, {}, keySpace, 0, 0, {}, true);
-        QCoreApplication::sendEvent(&desk.window(), &repeat);
-        desk.hands.chord(keyControl, keyV);
-        QTest::qWait(50);
-        QCOMPARE(desk.hotKey.changed, 0);
-        desk.hands.release(keySpace);
-        QTRY_COMPARE(desk.hotKey.changed, 1);
-        QCOMPARE(desk.hotKey.released, 1);
-        QCOMPARE(desk.preferences.values["hotkey_keycode"].toInt(), 49);
+        QTEST(desk.settings.hotKeyDisplay(), "display");
+        QVERIFY(desk.tree().shows(u"Shortcut: "_s + desk.settings.hotKeyDisplay()));
     }
 
     void leavingEndsTheRecording() {
         Desk desk;
-        const auto tree = desk.tree();
+        int ended = 0;
         for (const auto& away : {u"Close"_s, u"Account"_s}) {
-            const int before = desk.hotKey.changed;
             desk.recordShortcut();
-            tree.click(away);
-            QTRY_COMPARE(desk.hotKey.changed, before + 1);
+            desk.tree().click(away);
+            ++ended;
+            QTRY_COMPARE(desk.hotKey.changed, ended);
         }
-        // And so does losing the window.
-        tree.click(u"General"_s);
-        tree.click(defaultShortcut);
-        QTRY_COMPARE(desk.hotKey.released, 3);
+        desk.tree().click(u"General"_s);
+        desk.recordShortcut(true);
         desk.window().close();
-        QTRY_COMPARE(desk.hotKey.changed, 3);
+        QTRY_COMPARE(desk.hotKey.changed, ended + 1);
         desk.controller.show({});
-        tree.click(defaultShortcut);
-        QTRY_COMPARE(desk.hotKey.released, 4);
+        desk.recordShortcut(true);
         QWindow other;
         other.show();
         other.requestActivate();
-        QTRY_COMPARE(desk.hotKey.changed, 4);
+        QTRY_COMPARE(desk.hotKey.changed, ended + 2);
     }
 
     void warnsOfAShortcutThatIsTaken() {
         Desk desk;
-        desk.tree().click(u"Settings"_s);
         const auto warning = u"Another program holds this shortcut."_s;
         desk.hotKey.set({u"fake"_s, false, warning});
+        desk.tree().click(u"Settings"_s);
         QTRY_VERIFY(desk.tree().shows(warning));
-        desk.tree().click(defaultShortcut);
-        QTRY_VERIFY(!desk.tree().shows(warning));
-        desk.hotKey.set({u"fake"_s, true});
-        desk.hands.press(keyEscape);
-        desk.hands.release(keyEscape);
+        desk.recordShortcut(true);
         QTRY_VERIFY(!desk.tree().shows(warning));
     }
 };
