@@ -183,6 +183,7 @@ private Q_SLOTS:
         QCOMPARE(output(u"xdotool"_s, {u"getwindowfocus"_s}), focus);
 
         show();
+        QVERIFY(QTest::qWaitForWindowExposed(panel()));
         const test::AccessibleTree tree(*panel());
         std::optional<MainQueue::Hold> alert(m_queue);
         tree.press(u"Cancel"_s);
