@@ -1,10 +1,11 @@
 #include "platform/linux/AutostartEntry.h"
 
+#include "platform/linux/XdgFolders.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 #include <map>
 #include <utility>
@@ -49,8 +50,7 @@ AutostartEntry::AutostartEntry(QString file, QString program)
     : m_file(std::move(file)), m_program(std::move(program)) {}
 
 QString AutostartEntry::standardFile() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/autostart/io.nordvex.tavrik.desktop");
+    return xdgConfigFolder() + QStringLiteral("/autostart/io.nordvex.tavrik.desktop");
 }
 
 bool AutostartEntry::isEnabled() const {

@@ -1,27 +1,36 @@
 #include "platform/linux/XdgFolders.h"
 
 #include <QDir>
-#include <QFile>
+#include <QStandardPaths>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
 namespace {
 
-QString baseFolder(const char* variable, const QString& fallback) {
-    const auto path = QFile::decodeName(qgetenv(variable));
-    return QDir::cleanPath(QDir::isAbsolutePath(path) ? path : QDir::home().filePath(fallback));
+/// QStandardPaths takes a relative path from the environment as it stands.
+QString baseFolder(QStandardPaths::StandardLocation location, const QString& fallback) {
+    const auto folder = QStandardPaths::writableLocation(location);
+    return QDir::cleanPath(QDir::isAbsolutePath(folder) ? folder : QDir::home().filePath(fallback));
 }
 
 } // namespace
 
 Folders xdgFolders() {
-    const auto data = baseFolder("XDG_DATA_HOME", QStringLiteral(".local/share"));
-    return {.applicationSupport = data + QStringLiteral("/Tavrik"), .temporary = QDir::tempPath()};
+    return {
+        .applicationSupport =
+            baseFolder(QStandardPaths::GenericDataLocation, u".local/share"_s) + u"/Tavrik"_s,
+        .temporary = QDir::tempPath(),
+    };
+}
+
+QString xdgConfigFolder() {
+    return baseFolder(QStandardPaths::GenericConfigLocation, u".config"_s);
 }
 
 QString xdgPreferencesFile() {
-    return baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config")) +
-           QStringLiteral("/Tavrik/preferences.json");
+    return xdgConfigFolder() + u"/Tavrik/preferences.json"_s;
 }
 
 } // namespace tavrik

@@ -10,6 +10,9 @@ namespace tavrik {
 /// This program's folders.
 Folders xdgFolders();
 
+/// Where programs keep their configuration.
+QString xdgConfigFolder();
+
 /// The file of this program's preferences.
 QString xdgPreferencesFile();
 
