@@ -1,0 +1,255 @@
+#include "base/FileLock.h"
+#include "platform/linux/JsonPreferenceStore.h"
+#include "platform/linux/XdgFolders.h"
+#include "preferences/PreferencesCommand.h"
+#include "preferences/Settings.h"
+#include "support/Files.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <chrono>
+
+using namespace tavrik;
+using namespace tavrik::test;
+using namespace std::chrono_literals;
+
+/// The file, its typed readers, and the command.
+class PreferencesTest : public QObject {
+    Q_OBJECT
+
+    struct Outcome {
+        ExitStatus status;
+        QString out;
+        QString err;
+    };
+
+    std::unique_ptr<QTemporaryDir> m_temporary;
+    QString m_folder;
+    QString m_path;
+
+    /// Takes JSON in single quotes.
+    void write(QByteArray json) const {
+        QVERIFY(QDir().mkpath(m_folder) && writeFile(m_path, json.replace('\'', '"')));
+    }
+    Outcome command(const QString& arguments, QString input = {}) const {
+        Outcome outcome;
+        QTextStream in(&input, QIODevice::ReadOnly);
+        QTextStream out(&outcome.out);
+        QTextStream err(&outcome.err);
+        JsonPreferenceStore store(m_path);
+        outcome.status = runPreferencesCommand(arguments.split(' '), store, {in, out, err});
+        return outcome;
+    }
+
+private Q_SLOTS:
+    void init() {
+        m_temporary = std::make_unique<QTemporaryDir>();
+        m_folder = m_temporary->filePath("config/Tavrik");
+        m_path = m_folder + "/preferences.json";
+    }
+
+    void keepsTypes() {
+        JsonPreferenceStore store(m_path);
+        for (const QVariant& value :
+             QVariantList{false, qlonglong{-9007199254740993}, 0.1, "⌥ \"Space\"\n\u200c", "49"}) {
+            QVERIFY(store.setValue("key", value));
+            const auto read = JsonPreferenceStore(m_path).value("key");
+            QCOMPARE(read.typeId(), value.typeId());
+            QCOMPARE(read, value);
+        }
+    }
+
+    void keepsWhatItDoesNotKnow() {
+        write("{'z':{'deep':[1,2.5,null,'x']},'a':12345678901,'b':null}");
+        JsonPreferenceStore store(m_path);
+        QVERIFY(store.setValue("b", false) && store.remove("a") && store.remove("never there"));
+        QCOMPARE(store.keys(), (QStringList{"b", "z"}));
+        QCOMPARE(QJsonDocument::fromJson(contentOf(m_path)),
+                 QJsonDocument::fromJson(R"({"z":{"deep":[1,2.5,null,"x"]},"b":false})"));
+    }
+
+    void isForTheUserAlone() {
+        JsonPreferenceStore(m_path).setValue("a", 1);
+        QCOMPARE(modeOf(m_folder), mode_t{0700});
+        QCOMPARE(modeOf(m_path), mode_t{0600});
+        ::chmod(QFile::encodeName(m_folder).constData(), 0775);
+        ::chmod(QFile::encodeName(m_path).constData(), 0664);
+        const JsonPreferenceStore store(m_path);
+        QCOMPARE(modeOf(m_folder), mode_t{0700});
+        QCOMPARE(modeOf(m_path), mode_t{0600});
+    }
+
+    void keepsABrokenFileAside() {
+        for (const auto& content : {QByteArray(), QByteArray(R"({"a":1,)"), QByteArray("[1]"),
+                                    "{\"a\":\"" + QByteArray(1 << 20, 'x') + "\"}"}) {
+            init();
+            write(content);
+            JsonPreferenceStore store(m_path);
+            QVERIFY(store.keys().isEmpty() && store.remove("a"));
+            QCOMPARE(contentOf(m_path), content);
+            QVERIFY(store.setValue("b", 2));
+            QCOMPARE(store.keys(), QStringList{"b"});
+            const auto aside = QDir(m_folder).entryList({"preferences (unreadable *).json"});
+            QCOMPARE(aside.size(), 1);
+            QCOMPARE(contentOf(m_folder + '/' + aside.first()), content);
+        }
+    }
+
+    void followsASymbolicLink() {
+        const auto target = m_temporary->filePath("elsewhere.json");
+        QVERIFY(QDir().mkpath(m_folder) && writeFile(target, R"({"a":1})") && QFile::link(target, m_path));
+        QVERIFY(JsonPreferenceStore(m_path).setValue("b", 2));
+        QVERIFY(QFileInfo(m_path).isSymLink());
+        QCOMPARE(JsonPreferenceStore(target).keys(), (QStringList{"a", "b"}));
+    }
+
+    void sharesTheFileWithOtherProcesses() {
+        QProcess first;
+        first.start(PREFERENCE_WRITER, {m_path, "first", "100"});
+        JsonPreferenceStore store(m_path);
+        for (int kill = 0; kill < 20; ++kill) {
+            QProcess killed;
+            killed.start(PREFERENCE_WRITER, {m_path, "killed", "1000000"});
+            QVERIFY(killed.waitForReadyRead());
+            QTest::qSleep(kill / 2);
+            killed.kill();
+            QVERIFY(killed.waitForFinished());
+            QVERIFY(store.setValue("own", kill));
+        }
+        QVERIFY(first.waitForFinished() && first.exitCode() == 0);
+        QCOMPARE(store.keys().filter("first").size(), 100);
+        QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden),
+                 (QStringList{".preferences.lock", "preferences.json"}));
+        const FileLock lock(m_folder + "/.preferences.lock", 0s);
+        QVERIFY(lock.isHeld() && !store.setValue("own", "never"));
+    }
+
+    void tellsOfChangesFromOutside() {
+        JsonPreferenceStore store(m_path);
+        JsonPreferenceStore other(m_path);
+        int changes = 0;
+        qlonglong seen = 0;
+        store.watch([&] {
+            ++changes;
+            seen = store.value("a").toLongLong();
+        });
+        QVERIFY(other.setValue("a", 1)); // makes the file
+        QTRY_COMPARE(seen, 1);
+        QVERIFY(other.setValue("a", 2)); // replaces it
+        QTRY_COMPARE(seen, 2);
+        write("{'a':3}"); // in place
+        QTRY_COMPARE(seen, 3);
+        write("{'a':4}");
+        QTRY_COMPARE(seen, 4);
+        QVERIFY(QFile::remove(m_path));
+        QTRY_COMPARE(seen, 0);
+
+        int changesOfOther = 0;
+        other.watch([&changesOfOther] { ++changesOfOther; });
+        changes = 0;
+        QVERIFY(store.setValue("own", 1));
+        QTRY_COMPARE(changesOfOther, 1);
+        QCOMPARE(changes, 0);
+        // Our own change does not hide another one just before it.
+        QVERIFY(other.setValue("a", 7) && store.setValue("own", 2));
+        QTRY_COMPARE(seen, 7);
+        QCOMPARE(changes, 1);
+    }
+
+    void takesItsFoldersFromTheEnvironment() {
+        const auto home = QDir::homePath();
+        const std::tuple<QByteArray, QString, QString> rows[]{
+            {"some/where", home + "/.local/share", home + "/.config"},
+            {"/some/where/", "/some/where", "/some/where"}};
+        for (const auto& [variable, data, config] : rows) {
+            qputenv("XDG_DATA_HOME", variable);
+            qputenv("XDG_CONFIG_HOME", variable);
+            QCOMPARE(xdgFolders().applicationSupport, data + "/Tavrik");
+            QCOMPARE(xdgPreferencesFile(), config + "/Tavrik/preferences.json");
+        }
+    }
+
+    void readsWhatIsOfTheRightType() {
+        JsonPreferenceStore store(m_path);
+        const Settings settings(store);
+        write("{'hotkey_keycode':40.0,'sounds_enabled':false,'target_language':''}");
+        QCOMPARE(settings.hotKeyKeyCode(), 40);
+        QVERIFY(!settings.soundsEnabled());
+        QCOMPARE(settings.targetLanguage(), QString());
+        for (const auto& [number, boolean, text] : {std::tuple{"-1", "0", "0"},
+                                                    {"4294967296", "1", "1"},
+                                                    {"40.5", "'true'", "true"},
+                                                    {"'40'", "'false'", "false"}}) {
+            write(QByteArray("{'hotkey_keycode':") + number + ",'sounds_enabled':" + boolean +
+                  ",'target_language':" + text + '}');
+            QCOMPARE(settings.hotKeyKeyCode(), 49);
+            QVERIFY(settings.soundsEnabled());
+            QCOMPARE(settings.targetLanguage(), "English");
+        }
+    }
+
+    void getsAndLists() {
+        write("{'openrouter_api_key':'sk-1','x':{'y':[1]},'hotkey_keycode':true,'hotkey_modifiers':50,"
+              "'target_language':'\u001b[31m'}");
+        QCOMPARE(command("list").out, "hotkey_keycode = 49 (default; what is stored is of another type)\n"
+                                      "hotkey_modifiers = 50\n"
+                                      "hotkey_display = \"⌥ Space\" (default)\n"
+                                      "sounds_enabled = true (default)\n"
+                                      "target_language = \"\\u001b[31m\"\n"
+                                      "appearance = \"system\" (default)\n"
+                                      "openrouter_model = \"google/gemini-2.5-flash\" (default)\n"
+                                      "openrouter_api_key = ********\n"
+                                      "sidebar_collapsed = false (default)\n"
+                                      "x = {\"y\":[1]} (not a preference of this version)\n");
+        QCOMPARE(command("get hotkey_modifiers").out, "50\n");
+        QCOMPARE(command("get hotkey_keycode").status, exitNot);
+    }
+
+    void changes() {
+        const std::tuple<QByteArray, QString, QByteArray> rows[]{
+            {"{}", "set openrouter_model 5", R"({"openrouter_model":"5"})"},
+            {"{'x':[1]}", "set hotkey_modifiers 4294967295", R"({"hotkey_modifiers":4294967295,"x":[1]})"},
+            {"{}", "set sounds_enabled false", R"({"sounds_enabled":false})"},
+            {"{}", "set openrouter_api_key -", R"({"openrouter_api_key":"sk-1"})"},
+            {"{'openrouter_api_key':'sk-1','x':1}", "unset openrouter_api_key", R"({"x":1})"}};
+        for (const auto& [before, arguments, after] : rows) {
+            write(before);
+            const auto outcome = command(arguments, "sk-1\nmore\n");
+            QCOMPARE(outcome.status, exitDone);
+            QCOMPARE(outcome.out + outcome.err, QString());
+            QCOMPARE(QJsonDocument::fromJson(contentOf(m_path)), QJsonDocument::fromJson(after));
+        }
+    }
+
+    void refuses() {
+        write("{}");
+        const std::pair<QString, QString> rows[]{
+            {"get nonsense", "no preference \"nonsense\", only hotkey_keycode, hotkey_modifiers, "},
+            {"set hotkey_keycode 4294967296", "hotkey_keycode takes a whole number"},
+            {"set hotkey_keycode 1.5", "not \"1.5\""},
+            {"set sounds_enabled 1", "sounds_enabled takes true or false"},
+            {"set target_language -", "no value"},
+            {"set openrouter_api_key sk-1", "openrouter_api_key -\n"},
+            {"get appearance now", "Usage:"}};
+        for (const auto& [arguments, err] : rows) {
+            const auto outcome = command(arguments);
+            QVERIFY2(outcome.err.contains(err) && !outcome.err.contains("sk-1"), qPrintable(outcome.err));
+            QCOMPARE(outcome.status, exitUsage);
+            QCOMPARE(contentOf(m_path), "{}");
+        }
+        m_path += "/below";
+        for (const auto* const arguments : {"set appearance dark", "unset appearance"}) {
+            const auto outcome = command(arguments);
+            QCOMPARE(outcome.status, exitNot);
+            QVERIFY(outcome.err.contains("could not be written"));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(PreferencesTest)
+#include "tst_preferences.moc"
