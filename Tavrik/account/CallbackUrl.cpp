@@ -59,9 +59,9 @@ QHash<QByteArrayView, QString> parseFragment(QByteArrayView fragment) {
 
 AuthSession::Seconds parseLifetime(const QString& text) {
     const auto digits = text.toUtf8();
-    double seconds = 0;
-    const auto [end, error] = std::from_chars(digits.begin(), digits.end(), seconds);
-    const bool valid = error == std::errc() && end == digits.end() && std::isfinite(seconds);
+    bool isNumber = false;
+    const auto seconds = digits.toDouble(&isNumber);
+    const bool valid = isNumber && std::isfinite(seconds) && digits.trimmed() == digits;
     return AuthSession::Seconds(valid ? seconds : 3600);
 }
 

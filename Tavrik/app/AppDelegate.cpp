@@ -84,20 +84,19 @@ void AppDelegate::stopAndTranslate() {
     const auto take = m_dependencies.recorder.stop();
     if (!take)
         return;
-    AudioFile audio(take->file);
+    const auto audio = std::make_shared<AudioFile>(take->file);
     if (take->duration <= minimumDuration) {
-        audio.remove();
+        audio->remove();
         setState(State::idle);
         return;
     }
     setState(State::processing);
-    m_dependencies.translator.translate(take->file,
-                                        [self = QPointer<AppDelegate>(this), audio = std::move(audio),
-                                         duration = take->duration](Result<QString> result) mutable {
-                                            audio.remove();
-                                            if (self)
-                                                self->finish(std::move(result), duration);
-                                        });
+    m_dependencies.translator.translate(take->file, [self = QPointer<AppDelegate>(this), audio,
+                                                     duration = take->duration](Result<QString> result) {
+        audio->remove();
+        if (self)
+            self->finish(std::move(result), duration);
+    });
 }
 
 void AppDelegate::cancelRecording() {

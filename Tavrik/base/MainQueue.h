@@ -16,7 +16,7 @@ class MainQueue : public QObject {
     Q_OBJECT
 
 public:
-    using Job = std::move_only_function<void()>;
+    using Job = std::function<void()>;
 
     /// Keeps the queue waiting for as long as it lives, as a modal alert does. Main thread only; holds may
     /// overlap.

@@ -1,6 +1,6 @@
 #include "base/PrivateFiles.h"
 
-#include "base/FileReplacement.h"
+#include "base/PrivateSaveFile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -22,7 +24,7 @@ bool copyFile(const QString& from, const QString& to) {
     QFile source(from);
     if (!QFileInfo(from).isFile() || !source.open(QIODevice::ReadOnly))
         return false;
-    FileReplacement copy(to);
+    PrivateSaveFile copy(to);
     while (!source.atEnd()) {
         const auto piece = source.read(qint64{1} << 20);
         if (piece.isEmpty())
@@ -73,10 +75,10 @@ bool keepAside(const QString& path) {
     const QFileInfo file(QFileInfo(path).canonicalFilePath());
     if (!file.exists())
         return true;
-    const auto now = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HHmmss"));
+    const auto now = QDateTime::currentDateTime().toString(u"yyyy-MM-dd HHmmss"_s);
     for (int attempt = 1; attempt < 1000; ++attempt) {
-        const auto number = attempt == 1 ? QString() : QStringLiteral(" %1").arg(attempt);
-        const auto name = QStringLiteral("%1 (unreadable %2%3).%4")
+        const auto number = attempt == 1 ? QString() : u" %1"_s.arg(attempt);
+        const auto name = u"%1 (unreadable %2%3).%4"_s
                               .arg(file.completeBaseName(), now, number, file.suffix());
         const auto aside = file.dir().filePath(name);
         if (QFileInfo::exists(aside))

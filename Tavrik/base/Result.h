@@ -13,6 +13,6 @@ using Result = std::expected<T, Error>;
 
 /// Receives the outcome of one operation, exactly once. The operation's own comment says on which thread.
 template<class T>
-using Completion = std::move_only_function<void(Result<T>)>;
+using Completion = std::function<void(Result<T>)>;
 
 } // namespace tavrik

@@ -1,6 +1,6 @@
 #include "history/HistoryArchive.h"
 
-#include "base/FileReplacement.h"
+#include "base/PrivateSaveFile.h"
 #include "base/PrivateFiles.h"
 #include "history/HistoryDecoder.h"
 #include "history/HistoryEncoder.h"
@@ -45,7 +45,7 @@ void HistoryArchive::save(const QList<Transcription>& records) {
 
 HistoryArchive::Content HistoryArchive::load() {
     makePrivateFolder(m_folder);
-    FileReplacement::removeLeftovers(m_path);
+    PrivateSaveFile::removeLeftovers(m_path);
     if (!QFileInfo::exists(m_path))
         return {};
     narrowToOwner(m_path);
@@ -72,7 +72,7 @@ void HistoryArchive::savePending() {
     if (m_fileNotDecoded && !keepAside(m_path))
         return;
     m_fileNotDecoded = false;
-    FileReplacement file(m_path);
+    PrivateSaveFile file(m_path);
     encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece); });
     file.commit();
 }

@@ -1,7 +1,7 @@
 #include "platform/linux/JsonPreferenceStore.h"
 
 #include "base/FileLock.h"
-#include "base/FileReplacement.h"
+#include "base/PrivateSaveFile.h"
 #include "base/PrivateFiles.h"
 #include "platform/linux/FileWatch.h"
 
@@ -79,7 +79,7 @@ bool JsonPreferenceStore::change(const std::function<void(QJsonObject&)>& edit) 
     if (!stored && !keepAside(m_path))
         return false;
     const auto replacement = QJsonDocument(edited).toJson();
-    FileReplacement file(m_path);
+    PrivateSaveFile file(m_path);
     file.write(replacement);
     if (!file.commit())
         return false;

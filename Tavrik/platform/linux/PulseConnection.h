@@ -34,7 +34,7 @@ public:
     /// How long the server may take to answer, less than a press of the hot key may wait.
     static constexpr auto startLimit = 90 * PA_USEC_PER_MSEC;
 
-    using Ready = std::move_only_function<void(pa_context*)>;
+    using Ready = std::function<void(pa_context*)>;
 
     /// Keeps the connection's thread from running callbacks. Main thread only.
     class Lock {

@@ -1,6 +1,6 @@
 #include "platform/linux/SecretServiceSlot.h"
 
-#include "base/FileReplacement.h"
+#include "base/PrivateSaveFile.h"
 #include "base/MainQueue.h"
 #include "base/PrivateFiles.h"
 
@@ -567,7 +567,7 @@ void SecretServiceSlot::endPrompt(const std::optional<QVariant>& result) {
 
 void SecretServiceSlot::setRemovalMark() {
     makePrivateFolder(QFileInfo(m_removalMark).absolutePath());
-    FileReplacement(m_removalMark).commit();
+    PrivateSaveFile(m_removalMark).commit();
 }
 
 /// Does nothing if another removal is still to come.

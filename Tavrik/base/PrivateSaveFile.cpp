@@ -1,4 +1,4 @@
-#include "base/FileReplacement.h"
+#include "base/PrivateSaveFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
@@ -22,36 +24,35 @@ QFileInfo linkResolved(const QString& path) {
     return target.isEmpty() ? file : QFileInfo(target);
 }
 
-bool syncFolder(const QByteArray& path) {
+void syncFolder(const QByteArray& path) {
     const int folder = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
-        return false;
-    const bool synced = ::fsync(folder) == 0;
+        return;
+    ::fsync(folder);
     ::close(folder);
-    return synced;
 }
 
 } // namespace
 
-FileReplacement::FileReplacement(const QString& path) {
+PrivateSaveFile::PrivateSaveFile(const QString& path) {
     const auto target = linkResolved(path);
     m_folder = QFile::encodeName(target.absolutePath());
     m_target = QFile::encodeName(target.absoluteFilePath());
     removeLeftovers(path);
     m_temporary = m_folder + "/." + QFile::encodeName(target.fileName()) + ".unfinished-XXXXXX";
     m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
-    // The lock marks the file as somebody's current work; the system drops it with the process.
+    // Tells a file that is being written from a leftover: the system drops the lock with the process.
     m_good = m_file >= 0 && ::flock(m_file, LOCK_EX | LOCK_NB) == 0;
 }
 
-FileReplacement::~FileReplacement() {
+PrivateSaveFile::~PrivateSaveFile() {
     if (m_file < 0)
         return;
     ::unlink(m_temporary.constData());
     ::close(m_file);
 }
 
-void FileReplacement::write(QByteArrayView bytes) {
+void PrivateSaveFile::write(QByteArrayView bytes) {
     while (m_good && !bytes.isEmpty()) {
         const auto written = ::write(m_file, bytes.data(), static_cast<size_t>(bytes.size()));
         if (written >= 0)
@@ -61,20 +62,19 @@ void FileReplacement::write(QByteArrayView bytes) {
     }
 }
 
-bool FileReplacement::commit() {
-    if (!m_good || ::fdatasync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
+bool PrivateSaveFile::commit() {
+    if (!m_good || ::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
         return false;
     ::close(std::exchange(m_file, -1));
-    // The file is in place; a folder that cannot be synced only makes that less certain to outlast a power
-    // cut.
+    // Without this a power cut may bring the old file back. That is no reason to call it failed.
     syncFolder(m_folder);
     return true;
 }
 
-void FileReplacement::removeLeftovers(const QString& path) {
+void PrivateSaveFile::removeLeftovers(const QString& path) {
     const auto target = linkResolved(path);
     const auto folder = target.absoluteDir();
-    const auto prefix = QStringLiteral(".%1.unfinished-").arg(target.fileName());
+    const auto prefix = u".%1.unfinished-"_s.arg(target.fileName());
     for (const auto& entry : folder.entryList(QDir::Files | QDir::Hidden)) {
         if (!entry.startsWith(prefix))
             continue;
