@@ -37,9 +37,7 @@ void MainQueue::postAfter(std::chrono::milliseconds delay, Job job) {
     // The timer is started by the queue's own thread, since the caller's may have no event loop.
     QMetaObject::invokeMethod(
         this,
-        [this, delay, job = std::move(job)] {
-            QTimer::singleShot(delay, this, [this, job] { post(job); });
-        },
+        [this, delay, job = std::move(job)] { QTimer::singleShot(delay, this, [this, job] { post(job); }); },
         Qt::QueuedConnection);
 }
 

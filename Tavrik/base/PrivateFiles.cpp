@@ -78,8 +78,8 @@ bool keepAside(const QString& path) {
     const auto now = QDateTime::currentDateTime().toString(u"yyyy-MM-dd HHmmss"_s);
     for (int attempt = 1; attempt < 1000; ++attempt) {
         const auto number = attempt == 1 ? QString() : u" %1"_s.arg(attempt);
-        const auto name = u"%1 (unreadable %2%3).%4"_s
-                              .arg(file.completeBaseName(), now, number, file.suffix());
+        const auto name =
+            u"%1 (unreadable %2%3).%4"_s.arg(file.completeBaseName(), now, number, file.suffix());
         const auto aside = file.dir().filePath(name);
         if (QFileInfo::exists(aside))
             continue;

@@ -1,7 +1,7 @@
 #include "history/HistoryArchive.h"
 
-#include "base/PrivateSaveFile.h"
 #include "base/PrivateFiles.h"
+#include "base/PrivateSaveFile.h"
 #include "history/HistoryDecoder.h"
 #include "history/HistoryEncoder.h"
 #include "history/WordCount.h"

@@ -1,8 +1,8 @@
 #include "platform/linux/SecretServiceSlot.h"
 
-#include "base/PrivateSaveFile.h"
 #include "base/MainQueue.h"
 #include "base/PrivateFiles.h"
+#include "base/PrivateSaveFile.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
