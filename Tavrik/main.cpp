@@ -1,56 +1,63 @@
-// The process entry.
+// The process entry. Nearly always Tavrik runs already and is only to be told something: that must not wait
+// for the libraries whose loading takes most of a launch.
 
 #include "app/CommandLine.h"
-#include "app/Program.h"
 #include "platform/ApplicationInstance.h"
-#include "platform/Platform.h"
+#include "platform/CorePlatform.h"
 #include "platform/PreferenceStore.h"
 
-#include <QApplication>
+#include <QCoreApplication>
+#include <QTextStream>
 
+#include <algorithm>
 #include <optional>
 
 using namespace tavrik;
 
 namespace {
 
-int run(int& argc, char** argv, const QByteArrayList& urls) {
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    QGuiApplication::setDesktopFileName(QStringLiteral("io.nordvex.tavrik"));
-
-    const auto instance = makeApplicationInstance();
-    std::optional<Program> program;
-    const bool first = instance->claim({
-        .reopened = [&program](const QByteArray& token) { program->reopen(token); },
-        .urlsOpened = [&program](const QByteArrayList& opened,
-                                 const QByteArray& token) { program->open(opened, token); },
-    });
-    if (!first)
-        return instance->forward(urls) ? exitDone : exitNot;
-
-    program.emplace();
-    program->start();
-    if (!urls.isEmpty())
-        program->open(urls, {});
-    return QApplication::exec();
-}
-
-std::variant<ExitStatus, StartProgram> obey(const QByteArrayList& arguments) {
+Command obey(const QByteArrayList& arguments) {
     QTextStream in(stdin);
     QTextStream out(stdout);
     QTextStream err(stderr);
     return runCommandLine(arguments, &makePreferenceStore, {in, out, err});
 }
 
+int runProgram(const char* entry, int argc, char* argv[]) {
+    const auto program = loadProgram(entry);
+    if (program)
+        return (*program)(argc, argv);
+    QTextStream(stderr) << "tavrik: the program cannot be loaded: " << program.error().description << '\n';
+    return exitNot;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
-    const auto command = obey(QByteArrayList(argv + 1, argv + argc));
+    const auto command = obey(QByteArrayList(argv + std::min(argc, 1), argv + argc));
     if (const auto* status = std::get_if<ExitStatus>(&command))
         return *status;
 
     // The running program says nothing; what concerns the user is shown to them.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    return run(argc, argv, std::get<StartProgram>(command).urls);
+    // It must be gone before the program makes its own.
+    std::optional<QCoreApplication> application(std::in_place, argc, argv);
+    const auto running = makeApplicationInstance();
+    if (std::holds_alternative<ShowStatus>(command)) {
+        if (const auto report = running->askStatus()) {
+            QTextStream(stdout) << report->text;
+            return report->canDictate ? exitDone : exitNot;
+        }
+        application.reset();
+        return runProgram("tavrikProbe", 1, argv);
+    }
+
+    const auto urls = std::get<StartProgram>(command).urls;
+    if (running->forward(urls))
+        return exitDone;
+    application.reset();
+    // The program is given its name and the URLs.
+    char** const rest = argv + argc - urls.size() - 1;
+    rest[0] = argv[0];
+    return runProgram("tavrikRun", static_cast<int>(urls.size()) + 1, rest);
 }

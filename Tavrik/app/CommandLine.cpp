@@ -5,7 +5,12 @@
 #include "platform/PreferenceStore.h"
 #include "preferences/PreferencesCommand.h"
 
+#include <QCommandLineParser>
+#include <QString>
+
 namespace tavrik {
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -14,6 +19,7 @@ constexpr auto help =
 
 Usage: tavrik [URL...]             start, or bring the running Tavrik forward
        tavrik preferences ACTION   read or change preferences
+       tavrik status               show what works on this desktop, and why the rest does not
        tavrik --help               show this text
        tavrik --version            show the version
 
@@ -30,39 +36,46 @@ A running Tavrik follows such a change at once. To use your own OpenRouter key, 
 then type or paste the key and press Enter.
 )";
 
-ExitStatus complain(const CommandStreams& streams, const char* what, const QByteArray& argument) {
-    streams.err << "tavrik: unknown " << what << " \"" << QString::fromLocal8Bit(argument)
-                << "\"; tavrik --help shows what there is\n";
+ExitStatus complain(const CommandStreams& streams, const QString& what) {
+    streams.err << "tavrik: " << what << " Try tavrik --help.\n";
     return exitUsage;
 }
 
 } // namespace
 
-std::variant<ExitStatus, StartProgram>
-runCommandLine(const QByteArrayList& arguments,
-               const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
-               const CommandStreams& streams) {
-    if (arguments.value(0) == "preferences") {
-        QStringList rest;
-        for (const auto& argument : arguments.sliced(1))
-            rest.append(QString::fromLocal8Bit(argument));
-        return runPreferencesCommand(rest, *makeStore(), streams);
+Command runCommandLine(const QByteArrayList& arguments,
+                       const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
+                       const CommandStreams& streams) {
+    // The parser wants the program's name first.
+    QStringList texts{u"tavrik"_s};
+    for (const auto& argument : arguments)
+        texts << QString::fromLocal8Bit(argument);
+    QCommandLineParser parser;
+    // A value may begin with a hyphen.
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    parser.addOptions({{{u"h"_s, u"help"_s}, {}}, {u"version"_s, {}}});
+    if (!parser.parse(texts))
+        return complain(streams, parser.errorText());
+    if (parser.isSet(u"help"_s)) {
+        streams.out << help;
+        return exitDone;
     }
-    for (const auto& argument : arguments) {
-        if (argument == "--help" || argument == "-h") {
-            streams.out << help;
-            return exitDone;
-        }
-        if (argument == "--version") {
-            streams.out << "Tavrik " << appVersion() << '\n';
-            return exitDone;
-        }
-        if (argument.startsWith('-'))
-            return complain(streams, "option", argument);
-        if (!hasUrlScheme(argument.toStdString()))
-            return complain(streams, "command", argument);
+    if (parser.isSet(u"version"_s)) {
+        streams.out << "Tavrik " << appVersion() << '\n';
+        return exitDone;
     }
-    return StartProgram{arguments};
+
+    const auto words = parser.positionalArguments();
+    if (words.value(0) == "preferences"_L1)
+        return runPreferencesCommand(words.sliced(1), *makeStore(), streams);
+    if (words == QStringList{u"status"_s})
+        return ShowStatus{};
+    // As bytes: the parser's texts have lost what is not UTF-8.
+    const auto urls = arguments.last(words.size());
+    for (const auto& url : urls)
+        if (!hasUrlScheme(url.toStdString()))
+            return complain(streams, u"Unknown command '%1'."_s.arg(QString::fromLocal8Bit(url)));
+    return StartProgram{urls};
 }
 
 } // namespace tavrik

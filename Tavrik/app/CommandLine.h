@@ -20,11 +20,17 @@ struct StartProgram {
     bool operator==(const StartProgram&) const = default;
 };
 
-/// Does what the arguments (without the program's name) ask for and returns the exit status, or says that the
-/// program is to start. Needs no display. `makeStore` is called for the command that needs the preferences.
-std::variant<ExitStatus, StartProgram>
-runCommandLine(const QByteArrayList& arguments,
-               const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
-               const CommandStreams& streams);
+/// The running program is to tell how the services of the desktop serve it; where none runs, they are probed.
+struct ShowStatus {
+    bool operator==(const ShowStatus&) const = default;
+};
+
+using Command = std::variant<ExitStatus, StartProgram, ShowStatus>;
+
+/// Does what the arguments (without the program's name) ask for and returns the exit status, or says what the
+/// program is to do. Needs no display. `makeStore` is called for the command that needs the preferences.
+Command runCommandLine(const QByteArrayList& arguments,
+                       const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
+                       const CommandStreams& streams);
 
 } // namespace tavrik

@@ -11,6 +11,7 @@
 #include "platform/Alerts.h"
 #include "platform/Appearance.h"
 #include "platform/Clipboard.h"
+#include "platform/CorePlatform.h"
 #include "platform/DayWatcher.h"
 #include "platform/FolderRevealer.h"
 #include "platform/HotKeyBackend.h"
@@ -30,7 +31,7 @@
 #include "services/Endpoints.h"
 #include "services/HttpClient.h"
 #include "translation/Translator.h"
-#include "ui/shell/LazyViews.h"
+#include "ui/shell/Views.h"
 #include "updates/UpdateChecker.h"
 
 #include <QCoreApplication>
@@ -63,7 +64,7 @@ struct Program::Objects {
                           }};
     std::optional<HistoryStore> openedHistory;
     HotKeyRegistrar hotKey{*platform.hotKeys, queue, settings};
-    LazyViews views{{
+    Views views{{
         .queue = queue,
         .panels = *platform.panels,
         .window = {.queue = queue,
@@ -129,6 +130,11 @@ void Program::open(const QByteArrayList& urls, const QByteArray& activationToken
     for (const auto& url : urls)
         m_objects->account.handleCallback(url);
     reopen(activationToken);
+}
+
+void Program::abandon() {
+    m_objects->recorder.removeLatest();
+    m_objects->openedHistory.reset();
 }
 
 QList<NamedService> Program::services() const {

@@ -28,6 +28,10 @@ public:
     /// Takes in URLs, byte for byte as they were given, and shows the window.
     void open(const QByteArrayList& urls, const QByteArray& activationToken);
 
+    /// Does what must not be left undone where the process ends without destroying this: no speech stays on
+    /// disk, and the history is written.
+    void abandon();
+
     /// The services of the desktop that a dictation needs or profits from, in the order of one.
     QList<NamedService> services() const;
 

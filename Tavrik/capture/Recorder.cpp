@@ -4,6 +4,7 @@
 #include "capture/WavFile.h"
 #include "platform/Microphone.h"
 
+#include <QFile>
 #include <QUuid>
 
 #include <utility>
@@ -45,6 +46,7 @@ Result<void> Recorder::start() {
         return std::unexpected(std::move(capture.error()));
     }
     take->capture = std::move(*capture);
+    m_latest = take->file->path();
     m_take = std::move(take);
     return {};
 }
@@ -56,6 +58,11 @@ std::optional<AbstractRecorder::Take> Recorder::stop() {
     take->capture->stop();
     take->file->finish();
     return Take{take->file->path(), static_cast<double>(take->count) / Microphone::sampleRate};
+}
+
+void Recorder::removeLatest() {
+    stop();
+    QFile::remove(m_latest);
 }
 
 std::optional<float> Recorder::averagePower() {

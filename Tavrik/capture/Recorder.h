@@ -25,11 +25,15 @@ public:
 
     std::optional<float> averagePower() override;
 
+    /// Stops a take that is running, and deletes the file of the latest one, whoever still wants it.
+    void removeLatest();
+
 private:
     struct RunningTake;
 
     Microphone& m_microphone;
     QString m_folder;
+    QString m_latest; // the file of the latest take, which may be gone
     std::unique_ptr<RunningTake> m_take;
 };
 

@@ -1,11 +1,21 @@
 #pragma once
 
 #include <QByteArrayList>
+#include <QString>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace tavrik {
+
+/// How the services of the desktop serve the program.
+struct StatusReport {
+    /// A line for each service, as `tavrik status` prints them.
+    QString text;
+    /// Whether all that a dictation needs works.
+    bool canDictate = false;
+};
 
 /// Keeps the program to one instance for each user session. Main thread only.
 class ApplicationInstance {
@@ -17,6 +27,7 @@ public:
         std::function<void(const QByteArray& activationToken)> reopened;
         /// Started with URLs, each byte for byte as it was given.
         std::function<void(const QByteArrayList& urls, const QByteArray& activationToken)> urlsOpened;
+        std::function<StatusReport()> status;
     };
 
     ApplicationInstance() = default;
@@ -25,8 +36,12 @@ public:
     virtual ~ApplicationInstance() = default;
 
     /// Hands this launch over to the program that already runs. False when none does. Waits a second at most,
-    /// even if that program hangs. Needs no application object.
+    /// even if that program hangs. Needs a core application.
     virtual bool forward(const QByteArrayList& urls) = 0;
+
+    /// What the running program says of its services. Nothing when none runs, or it does not answer within a
+    /// second. Needs a core application.
+    virtual std::optional<StatusReport> askStatus() = 0;
 
     /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
     /// session bus cannot tell, and answers true.

@@ -3,17 +3,16 @@
 #include "platform/Platform.h"
 
 #include "platform/linux/AutostartEntry.h"
-#include "platform/linux/DBusApplicationInstance.h"
 #include "platform/linux/FileManagerRevealer.h"
-#include "platform/linux/JsonPreferenceStore.h"
-#include "platform/linux/LargeBlocks.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
 #include "platform/linux/PortalAppearance.h"
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/PulseMicrophone.h"
 #include "platform/linux/PulseSoundPlayer.h"
+#include "platform/linux/QtPlatform.h"
 #include "platform/linux/SecretServiceSlot.h"
+#include "platform/linux/TerminationSignals.h"
 #include "platform/linux/TrayStatusItem.h"
 #include "platform/linux/UserName.h"
 #include "platform/linux/XdgFolders.h"
@@ -33,7 +32,6 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDir>
 #include <QGuiApplication>
 
 using namespace Qt::StringLiterals;
@@ -52,12 +50,12 @@ QString fullUserName() {
     return linuxUserName();
 }
 
-std::unique_ptr<PreferenceStore> makePreferenceStore() {
-    return std::make_unique<JsonPreferenceStore>(xdgPreferencesFile());
+Result<QByteArray> qtPlatform() {
+    return chooseQtPlatform(&xServerAnswers);
 }
 
-std::unique_ptr<ApplicationInstance> makeApplicationInstance() {
-    return std::make_unique<DBusApplicationInstance>();
+std::shared_ptr<void> onTermination(std::function<void()> terminated) {
+    return std::make_shared<TerminationSignals>(std::move(terminated));
 }
 
 namespace {
@@ -69,11 +67,6 @@ const QString keysFromX =
 const QString keysToX = u"In this Wayland session only X programs can be pasted into."_s;
 const QString panelNeedsX = u"The panel needs an X server."_s;
 const QString noScreen = u"There is no screen."_s;
-
-/// What users start.
-QString launcher() {
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVRIK_LAUNCHER));
-}
 
 /// Whether anybody sees what Qt draws.
 bool hasScreen() {
@@ -93,11 +86,11 @@ Platform::Platform(MainQueue& queue)
     : m_foundation(std::make_unique<Foundation>()), alerts(std::make_unique<MessageBoxAlerts>(queue)),
       appearance(std::make_unique<PortalAppearance>()), days(std::make_unique<LinuxDayWatcher>()),
       keyReader(std::make_unique<XkbKeyReader>()), links(std::make_unique<QtLinkOpener>()),
-      loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(), launcher())),
+      loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(),
+                                                 QCoreApplication::applicationFilePath())),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
       statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)) {
-    returnLargeBlocks();
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(
         queue, platformFolders().applicationSupport + u"/.signed-out"_s, QDBusConnection::sessionBus());

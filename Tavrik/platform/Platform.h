@@ -1,18 +1,20 @@
 #pragma once
 
+#include "base/Result.h"
 #include "platform/Folders.h"
 #include "platform/PlatformTexts.h"
 #include "platform/Service.h"
 
+#include <QByteArray>
 #include <QList>
 
+#include <functional>
 #include <memory>
 
 namespace tavrik {
 
 class Alerts;
 class Appearance;
-class ApplicationInstance;
 class Clipboard;
 class DayWatcher;
 class FolderRevealer;
@@ -24,7 +26,6 @@ class MainQueue;
 class Microphone;
 class PanelHost;
 class PasteKeys;
-class PreferenceStore;
 class SecureSlot;
 class SoundPlayer;
 class StatusItem;
@@ -39,11 +40,13 @@ PlatformTexts platformTexts();
 /// The full name of the computer's user.
 QString fullUserName();
 
-/// Whether the program already runs in this session, and the way to reach it. Needs no application object.
-std::unique_ptr<ApplicationInstance> makeApplicationInstance();
+/// The Qt platform that the program runs on (the value of QApplication's -platform); the error is why it
+/// cannot run here. To be asked before QApplication is made.
+Result<QByteArray> qtPlatform();
 
-/// The preference store of this desktop. Needs a core application, no display.
-std::unique_ptr<PreferenceStore> makePreferenceStore();
+/// Calls `terminated` on the main thread when the system asks the process to end, for as long as the result
+/// lives.
+std::shared_ptr<void> onTermination(std::function<void()> terminated);
 
 /// Every service of the desktop the program runs on, chosen by what the desktop offers. None is ever null:
 /// what stands in for a missing one does nothing and knows why. Made once, after QApplication; destroyed

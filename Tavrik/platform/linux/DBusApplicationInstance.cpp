@@ -1,50 +1,128 @@
 #include "platform/linux/DBusApplicationInstance.h"
 
-#include "platform/linux/RunningInstance.h"
-
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingReply>
 #include <QObject>
+#include <QStringDecoder>
 #include <QTimer>
 #include <QVariantMap>
 
-#include <vector>
+#include <array>
+#include <utility>
 
 namespace tavrik {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString serviceName = QLatin1String(instanceService);
-const QString objectPath = QLatin1String(instancePath);
+const auto serviceName = u"io.nordvex.tavrik"_s;
+const auto objectPath = u"/io/nordvex/tavrik"_s;
+constexpr int answerTimeout = 1000; // milliseconds
 
-} // namespace
+/// The bus carries only UTF-8. Other bytes travel percent-encoded, which means the same in a URL.
+QString toText(const QByteArray& url) {
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder(url);
+    if (!decoder.hasError())
+        return text;
+    QByteArray encoded;
+    for (const char byte : url) {
+        const QByteArray one(1, byte);
+        encoded += static_cast<unsigned char>(byte) < 0x80 ? one : '%' + one.toHex().toUpper();
+    }
+    return QString::fromLatin1(encoded);
+}
 
-class DBusApplicationInstance::Service : public QObject {
+constexpr std::array<std::pair<const char*, QLatin1StringView>, 2> activationTokens{
+    {{"XDG_ACTIVATION_TOKEN", "activation-token"_L1}, {"DESKTOP_STARTUP_ID", "desktop-startup-id"_L1}}};
+
+/// What the caller's desktop gave it so that the window may come to the front.
+QVariantMap platformData() {
+    QVariantMap data;
+    for (const auto& [variable, key] : activationTokens)
+        if (const auto token = qEnvironmentVariable(variable); !token.isEmpty())
+            data.insert(key, token);
+    return data;
+}
+
+QByteArray activationToken(const QVariantMap& platformData) {
+    for (const auto& [variable, key] : activationTokens)
+        if (const auto token = platformData.value(key).toString(); !token.isEmpty())
+            return token.toUtf8();
+    return {};
+}
+
+/// Calls the running program over a connection of its own: the shared one delivers nothing until the event
+/// loop runs of the application object that it was made under.
+QDBusMessage callRunningProgram(QDBusMessage call) {
+    const auto name = u"launch"_s;
+    call.setAutoStartService(false);
+    const auto reply = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
+                           .call(call, QDBus::Block, answerTimeout);
+    QDBusConnection::disconnectFromBus(name);
+    return reply;
+}
+
+class ApplicationAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    explicit Service(Handlers handlers) : m_handlers(std::move(handlers)) {}
+    ApplicationAdaptor(QObject* object, const ApplicationInstance::Handlers& handlers)
+        : QDBusAbstractAdaptor(object), m_handlers(handlers) {}
 
 public Q_SLOTS:
-    void Activate(const QVariantMap&) {
-        afterReply([this] { m_handlers.reopened({}); });
+    void Activate(const QVariantMap& data) {
+        afterReply([this, token = activationToken(data)] { m_handlers.reopened(token); });
     }
-    void Open(const QStringList& uris, const QVariantMap&) {
+    void Open(const QStringList& uris, const QVariantMap& data) {
         QByteArrayList urls;
         for (const auto& uri : uris)
             urls << uri.toUtf8();
-        afterReply([this, urls] { m_handlers.urlsOpened(urls, {}); });
+        afterReply([this, urls, token = activationToken(data)] { m_handlers.urlsOpened(urls, token); });
     }
-    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
-        afterReply([this] { m_handlers.reopened({}); });
-    }
+    void ActivateAction(const QString&, const QVariantList&, const QVariantMap& data) { Activate(data); }
 
 private:
     /// The caller does not wait for a window to be built.
     void afterReply(const std::function<void()>& handle) { QTimer::singleShot(0, this, handle); }
 
-    Handlers m_handlers;
+    const ApplicationInstance::Handlers& m_handlers;
+};
+
+class StatusAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "io.nordvex.tavrik.Status")
+
+public:
+    StatusAdaptor(QObject* object, const ApplicationInstance::Handlers& handlers)
+        : QDBusAbstractAdaptor(object), m_handlers(handlers) {}
+
+public Q_SLOTS:
+    QString Get(bool& canDictate) {
+        const auto report = m_handlers.status();
+        canDictate = report.canDictate;
+        return report.text;
+    }
+
+private:
+    const ApplicationInstance::Handlers& m_handlers;
+};
+
+} // namespace
+
+/// The object on the bus.
+struct DBusApplicationInstance::Service : QObject {
+    explicit Service(Handlers given) : handlers(std::move(given)) {
+        new ApplicationAdaptor(this, handlers);
+        new StatusAdaptor(this, handlers);
+    }
+
+    const Handlers handlers;
 };
 
 DBusApplicationInstance::DBusApplicationInstance() = default;
@@ -58,10 +136,30 @@ DBusApplicationInstance::~DBusApplicationInstance() {
 }
 
 bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
-    std::vector<const char*> texts;
-    for (const auto& url : urls)
-        texts.push_back(url.constData());
-    return askRunningInstance(texts);
+    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, u"org.freedesktop.Application"_s,
+                                               urls.isEmpty() ? u"Activate"_s : u"Open"_s);
+    if (!urls.isEmpty()) {
+        QStringList texts;
+        for (const auto& url : urls)
+            texts << toText(url);
+        call << texts;
+    }
+    call << platformData();
+    const auto error = callRunningProgram(call).errorName();
+    // Nobody has the name, or there is no bus. Any other error comes from a program that is there and does
+    // not answer: a second one would not help.
+    return error != "org.freedesktop.DBus.Error.ServiceUnknown"_L1 &&
+           error != "org.freedesktop.DBus.Error.NameHasNoOwner"_L1 &&
+           error != "org.freedesktop.DBus.Error.Disconnected"_L1;
+}
+
+std::optional<StatusReport> DBusApplicationInstance::askStatus() {
+    const auto reply = callRunningProgram(
+        QDBusMessage::createMethodCall(serviceName, objectPath, u"io.nordvex.tavrik.Status"_s, u"Get"_s));
+    const QDBusPendingReply<QString, bool> values(reply);
+    if (!values.isValid())
+        return std::nullopt;
+    return StatusReport{values.argumentAt<0>(), values.argumentAt<1>()};
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {
@@ -70,7 +168,7 @@ bool DBusApplicationInstance::claim(Handlers handlers) {
         return true;
     auto service = std::make_unique<Service>(std::move(handlers));
     // The object first: whoever sees the name may call at once.
-    bus.registerObject(objectPath, service.get(), QDBusConnection::ExportAllSlots);
+    bus.registerObject(objectPath, service.get(), QDBusConnection::ExportAdaptors);
     const auto reply =
         bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
                                          QDBusConnectionInterface::DontAllowReplacement);

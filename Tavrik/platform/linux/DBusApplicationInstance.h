@@ -2,8 +2,6 @@
 
 #include "platform/ApplicationInstance.h"
 
-class QDBusConnection;
-
 namespace tavrik {
 
 /// The running program owns a name on the session bus and serves org.freedesktop.Application there, so that
@@ -14,10 +12,11 @@ public:
     ~DBusApplicationInstance() override;
 
     bool forward(const QByteArrayList& urls) override;
+    std::optional<StatusReport> askStatus() override;
     bool claim(Handlers handlers) override;
 
 private:
-    class Service;
+    struct Service;
     std::unique_ptr<Service> m_service;
 };
 

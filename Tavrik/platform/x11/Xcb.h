@@ -11,6 +11,9 @@ namespace tavrik {
 template<class T>
 using XcbPointer = std::unique_ptr<T, decltype([](T* reply) { std::free(reply); })>;
 
+/// Whether there is a server behind DISPLAY that lets this process in. Needs no application object.
+bool xServerAnswers();
+
 /// The connection the application's own windows use. Null where that is not X11.
 xcb_connection_t* applicationConnection();
 

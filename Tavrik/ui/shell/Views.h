@@ -1,16 +1,17 @@
 #pragma once
 
+#include "capture/AbstractRecordingHUD.h"
 #include "ui/shell/MainWindow.h"
+
+#include <memory>
 
 namespace tavrik {
 
-class AbstractRecordingHUD;
 class PanelHost;
 
-/// Everything that Qt Quick draws: the recording panel and the main window. They are a module of their own,
-/// since a program that nobody looks at has no use for the memory and the start-up time of that library. Main
-/// thread only.
-class Views {
+/// The recording panel and the main window. The QML engine they share is made when the first of them is to be
+/// shown: a program that nobody looks at has no use for its memory. Main thread only.
+class Views final : public AbstractRecordingHUD {
 public:
     /// Everything outlives the views.
     struct Dependencies {
@@ -19,17 +20,24 @@ public:
         MainWindowController::Dependencies window;
     };
 
-    Views() = default;
-    Views(const Views&) = delete;
-    Views& operator=(const Views&) = delete;
-    virtual ~Views() = default;
+    explicit Views(Dependencies dependencies);
+    ~Views() override;
 
-    virtual AbstractRecordingHUD& hud() = 0;
-    /// The token may be empty.
-    virtual void showMainWindow(const QByteArray& activationToken) = 0;
+    void show(std::function<float()> levelProvider, std::function<void()> onCancel,
+              std::function<void()> onConfirm) override;
+    void setProcessing() override;
+    void hide() override;
+
+    /// Brings the main window to the front, and the keyboard focus to it. The token may be empty.
+    void showMainWindow(const QByteArray& activationToken);
+
+private:
+    struct Loaded;
+
+    Loaded& load();
+
+    Dependencies m_dependencies;
+    std::unique_ptr<Loaded> m_loaded;
 };
-
-/// What the module offers, under the name "makeViews". The caller owns the result.
-using MakeViews = Views* (*)(Views::Dependencies);
 
 } // namespace tavrik

@@ -1,0 +1,117 @@
+// What the program's library exports, for bin/tavrik.
+
+#include "app/Program.h"
+#include "app/StatusReport.h"
+#include "base/CommandStreams.h"
+#include "base/MainQueue.h"
+#include "platform/CorePlatform.h"
+#include "platform/Microphone.h"
+#include "platform/Platform.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+
+using namespace tavrik;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// For when the process ends without returning from the event loop.
+Program* runningProgram = nullptr;
+
+void abandonProgram() {
+    if (auto* program = std::exchange(runningProgram, nullptr))
+        program->abandon();
+}
+
+void complain(const QString& sentence) {
+    std::fprintf(stderr, "tavrik: %s\n", qUtf8Printable(sentence));
+}
+
+// The program says nothing, since what concerns the user is shown to them.
+void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    // Qt would abort.
+    if (type == QtFatalMsg) {
+        abandonProgram();
+        complain(message.section(u'\n', 0, 0));
+        std::_Exit(exitNot);
+    }
+    // After this Qt ends the process at once, without calling what is registered for its exit.
+    if (message.startsWith("The Wayland connection"_L1))
+        abandonProgram();
+}
+
+/// Makes the application object, on the display that there is, and runs `main`.
+int withApplication(char* name, const std::function<int()>& main) {
+    qInstallMessageHandler(&handleMessage);
+    auto platformName = qtPlatform();
+    if (!platformName) {
+        complain(platformName.error().description);
+        return exitNot;
+    }
+    // Not in the environment, which every program started from here would inherit.
+    char option[] = "-platform";
+    std::array<char*, 4> arguments{name, &option[0], platformName->data(), nullptr};
+    int count = arguments.size() - 1;
+    const QApplication application(count, arguments.data());
+    QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setDesktopFileName(u"io.nordvex.tavrik"_s);
+    return main();
+}
+
+int run(const QByteArrayList& urls) {
+    const auto termination = onTermination(&QCoreApplication::quit);
+    const auto instance = makeApplicationInstance();
+    std::optional<Program> program;
+    const bool first = instance->claim({
+        .reopened = [&program](const QByteArray& token) { program->reopen(token); },
+        .urlsOpened = [&program](const QByteArrayList& opened,
+                                 const QByteArray& token) { program->open(opened, token); },
+        .status = [&program] { return reportStatus(program->services()); },
+    });
+    if (!first)
+        return instance->forward(urls) ? exitDone : exitNot;
+
+    program.emplace();
+    runningProgram = &*program;
+    // Qt calls exit() when the X server goes away.
+    std::atexit(&abandonProgram);
+    program->start();
+    if (!urls.isEmpty())
+        program->open(urls, {});
+    const int status = QApplication::exec();
+    runningProgram = nullptr;
+    return status;
+}
+
+int probe() {
+    MainQueue queue;
+    const Platform platform(queue);
+    platform.microphone->requestAccess();
+    // Some services answer a little later.
+    QTimer::singleShot(300ms, &QCoreApplication::quit);
+    QApplication::exec();
+    const auto report = reportStatus(platform.services());
+    std::printf("Tavrik is not running; this was probed.\n%s", qUtf8Printable(report.text));
+    return report.canDictate ? exitDone : exitNot;
+}
+
+} // namespace
+
+/// Runs the program until it ends. After the program's name the arguments are URLs to open.
+extern "C" Q_DECL_EXPORT int tavrikRun(int argc, char** argv) {
+    return withApplication(argv[0], [&] { return run(QByteArrayList(argv + 1, argv + argc)); });
+}
+
+/// Prints how the services of this desktop would serve the program.
+extern "C" Q_DECL_EXPORT int tavrikProbe(int, char** argv) {
+    return withApplication(argv[0], &probe);
+}

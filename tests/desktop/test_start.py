@@ -1,0 +1,123 @@
+"""How the installed program starts, or says why not, on every kind of desktop, and how it ends: test_start.py TAVRIK"""
+
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+import desk
+
+PROGRAM = sys.argv[1]
+# What each desktop adds to the whole one; None takes a variable away.
+NO_DISPLAY = {"DISPLAY": None, "WAYLAND_DISPLAY": None}
+NO_BUS = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+STARTS = {
+    "X": {},
+    "X, another platform exported": {"QT_QPA_PLATFORM": "wayland"},
+    "offscreen": {"QT_QPA_PLATFORM": "offscreen"},
+    "offscreen without a display": {"QT_QPA_PLATFORM": "offscreen", **NO_DISPLAY},
+    "minimal": {"QT_QPA_PLATFORM": "minimal"},
+    "no session bus": NO_BUS,
+    "no sound server": {"PULSE_SERVER": "unix:/nonexistent"},
+    "bare": {"QT_QPA_PLATFORM": "offscreen", "PULSE_SERVER": "unix:/nonexistent", **NO_DISPLAY, **NO_BUS},
+}
+REFUSES = {
+    "no display": NO_DISPLAY,
+    "a dead X server": {"DISPLAY": ":99999", "WAYLAND_DISPLAY": None},
+    "a dead compositor": {"DISPLAY": None, "WAYLAND_DISPLAY": "wayland-99"},
+}
+
+
+def environment(changes):
+    return {name: value for name, value in {**os.environ, **changes}.items() if value is not None}
+
+
+def run(changes, *arguments):
+    return subprocess.run([PROGRAM, *arguments], env=environment(changes), text=True, capture_output=True, timeout=30)
+
+
+class Start(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
+
+    def start(self, changes=None):
+        program = subprocess.Popen([PROGRAM], env=environment(changes or {}), text=True, stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT)
+        self.addCleanup(lambda: (program.kill(), program.communicate()))
+        # From then on it can be asked to end.
+        status = pathlib.Path(f"/proc/{program.pid}/status")
+        desk.wait_for("the program", lambda: int(re.search(r"SigCgt:\s+(\w+)", status.read_text())[1], 16) >> 14 & 1)
+        time.sleep(1)
+        self.assertIsNone(program.poll())
+        return program
+
+    def record(self):
+        """The program, with a take on disk."""
+        program = self.start()
+        for key in desk.SHORTCUT:
+            desk.run("xdotool", "keydown", key)
+            self.addCleanup(desk.run, "xdotool", "keyup", key, check=False)
+        desk.wait_for("a take", desk.Tavrik.takes)
+        return program
+
+    def ends(self, program, status):
+        self.assertEqual(program.wait(10), status)
+        self.assertEqual(desk.Tavrik.takes(), [])
+
+    def test_starts(self):
+        for name, changes in STARTS.items():
+            with self.subTest(name):
+                program = self.start(changes)
+                if "DBUS_SESSION_BUS_ADDRESS" not in changes:
+                    status = run(changes, "status")
+                    self.assertNotIn("probed", status.stdout)
+                    self.assertEqual(status.returncode, 0 if name.startswith("X") else 1, status.stdout)
+                program.terminate()
+                self.ends(program, 0)
+                self.assertEqual(program.stdout.read(), "")
+
+    def test_refuses(self):
+        for name, changes in REFUSES.items():
+            with self.subTest(name):
+                result = run(changes)
+                self.assertEqual((result.returncode, result.stdout), (1, ""))
+                self.assertRegex(result.stderr, r"\Atavrik: [^\n]+\.\n\Z")
+
+    def test_wrong_usage(self):
+        for argument in "--frobnicate", "record", "./a:b", "":
+            self.assertEqual(run({}, argument).returncode, 2, argument)
+
+    def test_probes(self):
+        status = run({}, "status")
+        self.assertEqual((status.returncode, "probed" in status.stdout), (0, True), status.stdout)
+        status = run({"PULSE_SERVER": "unix:/nonexistent"}, "status")
+        self.assertRegex(status.stdout, r"microphone: +not working .*\.\n")
+        self.assertEqual(status.returncode, 1)
+
+    def test_signals(self):
+        for number in signal.SIGTERM, signal.SIGINT, signal.SIGHUP:
+            program = self.record()
+            program.send_signal(number)
+            self.ends(program, 0)
+            self.doCleanups()
+
+    def test_hung(self):
+        program = self.start()
+        program.send_signal(signal.SIGSTOP)
+        began = time.monotonic()
+        self.assertEqual(run({}, "tavrik:").returncode, 0)
+        self.assertLess(time.monotonic() - began, 2)
+        program.send_signal(signal.SIGCONT)
+
+    def test_when_its_display_dies(self):
+        program = self.record()
+        os.kill(int(pathlib.Path(os.environ["VDESK"], "pid", "00-xvfb").read_text()), signal.SIGKILL)
+        self.ends(program, 1)
+
+
+desk.main()
