@@ -8,7 +8,5 @@ InputField {
     topPadding: 9
     bottomPadding: 9
     font.pixelSize: Theme.textSize
-    // A password field's name never reaches a screen reader; its description does.
-    Accessible.description: label
     Accessible.passwordEdit: echoMode === TextInput.Password
 }

@@ -98,7 +98,7 @@ Flickable {
                 id: emailField
                 width: parent.width
                 label: "Email"
-                placeholderText: "you@example.com"
+                hint: "you@example.com"
                 inputMethodHints: Qt.ImhEmailCharactersOnly | Qt.ImhNoAutoUppercase
                 onTextChanged: form.email = text
                 onAccepted: form.submit()
@@ -107,7 +107,7 @@ Flickable {
             LoginField {
                 width: parent.width
                 label: "Password"
-                placeholderText: form.creatingAccount ? "At least 6 characters" : "Password"
+                hint: form.creatingAccount ? "At least 6 characters" : "Password"
                 echoMode: TextInput.Password
                 onTextChanged: form.password = text
                 onAccepted: form.submit()

@@ -2,12 +2,13 @@ import QtQuick
 import QtQuick.Templates as T
 import Tavrik
 
-// A line to type into; `placeholderText` shows while it is empty.
+// A line to type into; the hint shows while it is empty.
 T.TextField {
     id: field
 
     // For screen readers.
     required property string label
+    property string hint
     property color fill: Theme.card
 
     implicitHeight: contentHeight + topPadding + bottomPadding
@@ -18,6 +19,8 @@ T.TextField {
     selectedTextColor: Theme.primary
     Accessible.role: Accessible.EditableText
     Accessible.name: label
+    // Becomes the accessible description, which is all that a screen reader gets of a password field.
+    placeholderText: label
 
     background: Rectangle {
         radius: Theme.fieldRadius
@@ -30,7 +33,7 @@ T.TextField {
         x: field.leftPadding
         y: field.topPadding
         visible: field.text === "" && field.preeditText === ""
-        text: field.placeholderText
+        text: field.hint
         textFormat: Text.PlainText
         font: field.font
         color: Theme.placeholder

@@ -20,10 +20,10 @@ T.AbstractButton {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     hoverEnabled: true
-    focusPolicy: Qt.TabFocus
+    // Nothing else tells a screen reader that a button is disabled.
+    focusPolicy: enabled ? Qt.TabFocus : Qt.NoFocus
 
     Accessible.name: text
-    // Nothing else tells a screen reader that a button is disabled.
     Accessible.focusable: enabled
     Accessible.onPressAction: press()
     Keys.onReturnPressed: event => {

@@ -14,7 +14,7 @@ InputField {
     }
 
     label: "Search"
-    placeholderText: "Search…"
+    hint: "Search…"
     fill: Theme.canvas
     leftPadding: symbol.x + symbol.width + 6
     rightPadding: 9
