@@ -26,7 +26,7 @@ constexpr int answerTimeout = 1000; // milliseconds
 /// The bus carries only UTF-8. Other bytes travel percent-encoded, which means the same in a URL.
 QString toText(const QByteArray& url) {
     QStringDecoder decoder(QStringDecoder::Utf8);
-    const QString text = decoder(url);
+    QString text = decoder(url);
     if (!decoder.hasError())
         return text;
     QByteArray encoded;

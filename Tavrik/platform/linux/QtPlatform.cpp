@@ -28,6 +28,8 @@ bool compositorAnswers() {
         return false;
     std::memcpy(&address.sun_path[0], path.constData(), static_cast<std::size_t>(path.size()));
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0)
+        return false;
     const bool answers =
         ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     ::close(descriptor);
@@ -43,7 +45,7 @@ bool hasWaylandPlugin() {
 } // namespace
 
 Result<QByteArray> chooseQtPlatform(bool (*xServerAnswers)()) {
-    const auto wanted = qgetenv("QT_QPA_PLATFORM");
+    auto wanted = qgetenv("QT_QPA_PLATFORM");
     if (wanted.startsWith("offscreen") || wanted.startsWith("minimal"))
         return wanted;
     if (xServerAnswers())
