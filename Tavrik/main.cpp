@@ -16,7 +16,7 @@ using namespace tavrik;
 
 namespace {
 
-Command obey(const QByteArrayList& arguments) {
+Command runCommand(const QByteArrayList& arguments) {
     QTextStream in(stdin);
     QTextStream out(stdout);
     QTextStream err(stderr);
@@ -28,13 +28,13 @@ int runProgram(const char* entry, int argc, char* argv[]) {
     if (program)
         return (*program)(argc, argv);
     QTextStream(stderr) << "tavrik: the program cannot be loaded: " << program.error().description << '\n';
-    return exitNot;
+    return exitFailure;
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    const auto command = obey(QByteArrayList(argv + std::min(argc, 1), argv + argc));
+    const auto command = runCommand(QByteArrayList(argv + std::min(argc, 1), argv + argc));
     if (const auto* status = std::get_if<ExitStatus>(&command))
         return *status;
 
@@ -46,7 +46,7 @@ int main(int argc, char* argv[]) {
     if (std::holds_alternative<ShowStatus>(command)) {
         if (const auto report = running->askStatus()) {
             QTextStream(stdout) << report->text;
-            return report->canDictate ? exitDone : exitNot;
+            return report->canDictate ? exitSuccess : exitFailure;
         }
         application.reset();
         return runProgram("tavrikProbe", 1, argv);
@@ -54,7 +54,7 @@ int main(int argc, char* argv[]) {
 
     const auto urls = std::get<StartProgram>(command).urls;
     if (running->forward(urls))
-        return exitDone;
+        return exitSuccess;
     application.reset();
     // The program is given its name and the URLs.
     char** const rest = argv + argc - urls.size() - 1;

@@ -58,11 +58,11 @@ Command runCommandLine(const QByteArrayList& arguments,
         return complain(streams, parser.errorText());
     if (parser.isSet(u"help"_s)) {
         streams.out << help;
-        return exitDone;
+        return exitSuccess;
     }
     if (parser.isSet(u"version"_s)) {
         streams.out << "Tavrik " << appVersion() << '\n';
-        return exitDone;
+        return exitSuccess;
     }
 
     const auto words = parser.positionalArguments();

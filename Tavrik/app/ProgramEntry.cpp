@@ -42,7 +42,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
     if (type == QtFatalMsg) {
         abandonProgram();
         complain(message.section(u'\n', 0, 0));
-        std::_Exit(exitNot);
+        std::_Exit(exitFailure);
     }
     // After this Qt ends the process at once, without calling what is registered for its exit.
     if (message.startsWith("The Wayland connection"_L1))
@@ -55,7 +55,7 @@ int withApplication(char* name, const std::function<int()>& main) {
     auto platformName = qtPlatform();
     if (!platformName) {
         complain(platformName.error().description);
-        return exitNot;
+        return exitFailure;
     }
     // Not in the environment, which every program started from here would inherit.
     char option[] = "-platform";
@@ -78,7 +78,7 @@ int run(const QByteArrayList& urls) {
         .status = [&program] { return reportStatus(program->services()); },
     });
     if (!first)
-        return instance->forward(urls) ? exitDone : exitNot;
+        return instance->forward(urls) ? exitSuccess : exitFailure;
 
     program.emplace();
     runningProgram = &*program;
@@ -101,7 +101,7 @@ int probe() {
     QApplication::exec();
     const auto report = reportStatus(platform.services());
     std::printf("Tavrik is not running; this was probed.\n%s", qUtf8Printable(report.text));
-    return report.canDictate ? exitDone : exitNot;
+    return report.canDictate ? exitSuccess : exitFailure;
 }
 
 } // namespace

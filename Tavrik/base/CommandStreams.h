@@ -11,12 +11,12 @@ struct CommandStreams {
     QTextStream& err;
 };
 
-/// What a command leaves behind as its process's exit status.
+/// Exit status of a command.
 enum ExitStatus : int {
-    exitDone = 0,
-    /// It could not be done, or what was asked for is not there.
-    exitNot = 1,
-    /// The arguments make no sense.
+    exitSuccess = 0,
+    /// It failed, or the requested value is not set.
+    exitFailure = 1,
+    /// Invalid arguments.
     exitUsage = 2,
 };
 

@@ -87,7 +87,7 @@ ExitStatus get(const Any& preference, const PreferenceStore& store, const Comman
     const auto stored = store.value(nameOf(preference));
     const bool counts = isUsable(preference, stored);
     streams.out << (counts ? stored : fallbackOf(preference)).toString() << '\n';
-    return counts ? exitDone : exitNot;
+    return counts ? exitSuccess : exitFailure;
 }
 
 ExitStatus set(const Any& preference, const QString& argument, PreferenceStore& store,
@@ -114,16 +114,16 @@ ExitStatus set(const Any& preference, const QString& argument, PreferenceStore& 
     }
     if (!store.setValue(name, *value)) {
         streams.err << "tavrik: the preferences could not be written\n";
-        return exitNot;
+        return exitFailure;
     }
-    return exitDone;
+    return exitSuccess;
 }
 
 ExitStatus unset(const Any& preference, PreferenceStore& store, const CommandStreams& streams) {
     if (store.remove(nameOf(preference)))
-        return exitDone;
+        return exitSuccess;
     streams.err << "tavrik: the preferences could not be written\n";
-    return exitNot;
+    return exitFailure;
 }
 
 ExitStatus list(const PreferenceStore& store, const CommandStreams& streams) {
@@ -144,7 +144,7 @@ ExitStatus list(const PreferenceStore& store, const CommandStreams& streams) {
         if (find(key) == nullptr)
             streams.out << key << " = " << shown(store.value(key)) << " (not a preference of this version)\n";
     }
-    return exitDone;
+    return exitSuccess;
 }
 
 ExitStatus complain(const CommandStreams& streams) {

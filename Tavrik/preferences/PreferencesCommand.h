@@ -10,7 +10,7 @@ class PreferenceStore;
 
 /// `tavrik preferences`: reads and writes preferences for people and scripts. `arguments` are those after
 /// that word:
-///   get KEY         the stored value; with nothing usable stored the default, and exitNot
+///   get KEY         the stored value; with nothing usable stored the default, and exitFailure
 ///   set KEY VALUE   a value of "-" is one line of the input
 ///   unset KEY
 ///   list            every preference, the personal key masked, and whatever else is stored

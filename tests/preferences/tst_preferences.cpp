@@ -207,7 +207,7 @@ private Q_SLOTS:
                                       "sidebar_collapsed = false (default)\n"
                                       "x = {\"y\":[1]} (not a preference of this version)\n");
         QCOMPARE(command("get hotkey_modifiers").out, "50\n");
-        QCOMPARE(command("get hotkey_keycode").status, exitNot);
+        QCOMPARE(command("get hotkey_keycode").status, exitFailure);
     }
 
     void changes() {
@@ -220,7 +220,7 @@ private Q_SLOTS:
         for (const auto& [before, arguments, after] : rows) {
             write(before);
             const auto outcome = command(arguments, "sk-1\nmore\n");
-            QCOMPARE(outcome.status, exitDone);
+            QCOMPARE(outcome.status, exitSuccess);
             QCOMPARE(outcome.out + outcome.err, QString());
             QCOMPARE(QJsonDocument::fromJson(contentOf(m_path)), QJsonDocument::fromJson(after));
         }
@@ -245,7 +245,7 @@ private Q_SLOTS:
         m_path += "/below";
         for (const auto* const arguments : {"set appearance dark", "unset appearance"}) {
             const auto outcome = command(arguments);
-            QCOMPARE(outcome.status, exitNot);
+            QCOMPARE(outcome.status, exitFailure);
             QVERIFY(outcome.err.contains("could not be written"));
         }
     }

@@ -11,11 +11,11 @@
 
 namespace tavrik {
 
-SettingsModel::SettingsModel(Collaborators with, QObject* parent)
-    : QObject(parent), m_with(std::move(with)), m_shortcut(m_with.shortcut) {}
+SettingsModel::SettingsModel(Dependencies dependencies, QObject* parent)
+    : QObject(parent), m_dependencies(std::move(dependencies)), m_shortcut(m_dependencies.shortcut) {}
 
 QString SettingsModel::targetLanguage() const {
-    return m_with.shortcut.settings.targetLanguage();
+    return m_dependencies.shortcut.settings.targetLanguage();
 }
 
 void SettingsModel::setTargetLanguage(const QString& language) {
@@ -23,16 +23,16 @@ void SettingsModel::setTargetLanguage(const QString& language) {
 }
 
 QString SettingsModel::appearance() const {
-    return m_with.shortcut.settings.appearance();
+    return m_dependencies.shortcut.settings.appearance();
 }
 
 void SettingsModel::setAppearance(const QString& appearance) {
     store(preferences::appearance.name, appearance);
-    m_with.shortcut.settings.applyAppearance(m_with.appearance);
+    m_dependencies.shortcut.settings.applyAppearance(m_dependencies.appearance);
 }
 
 bool SettingsModel::sounds() const {
-    return m_with.shortcut.settings.soundsEnabled();
+    return m_dependencies.shortcut.settings.soundsEnabled();
 }
 
 void SettingsModel::setSounds(bool sounds) {
@@ -40,16 +40,16 @@ void SettingsModel::setSounds(bool sounds) {
 }
 
 bool SettingsModel::launchAtLogin() const {
-    return m_with.loginItem.isEnabled();
+    return m_dependencies.loginItem.isEnabled();
 }
 
 void SettingsModel::setLaunchAtLogin(bool launch) {
-    m_with.loginItem.setEnabled(launch);
+    m_dependencies.loginItem.setEnabled(launch);
     Q_EMIT changed();
 }
 
 bool SettingsModel::sidebarCollapsed() const {
-    return m_with.shortcut.settings.sidebarCollapsed();
+    return m_dependencies.shortcut.settings.sidebarCollapsed();
 }
 
 void SettingsModel::setSidebarCollapsed(bool collapsed) {
@@ -61,8 +61,8 @@ QString SettingsModel::version() const {
 }
 
 void SettingsModel::revealDataFolder() {
-    if (!m_with.dataFolder.isEmpty())
-        m_with.folders.reveal(m_with.dataFolder);
+    if (!m_dependencies.dataFolder.isEmpty())
+        m_dependencies.folders.reveal(m_dependencies.dataFolder);
 }
 
 void SettingsModel::refresh() {
@@ -71,7 +71,7 @@ void SettingsModel::refresh() {
 }
 
 void SettingsModel::store(QStringView key, const QVariant& value) {
-    m_with.shortcut.preferences.setValue(key.toString(), value);
+    m_dependencies.shortcut.preferences.setValue(key.toString(), value);
     Q_EMIT changed();
 }
 

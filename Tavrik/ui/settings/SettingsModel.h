@@ -32,8 +32,8 @@ class SettingsModel : public QObject {
     Q_PROPERTY(QString revealFolderText READ revealFolderText CONSTANT)
 
 public:
-    struct Collaborators {
-        ShortcutRecorder::Collaborators shortcut;
+    struct Dependencies {
+        ShortcutRecorder::Dependencies shortcut;
         Appearance& appearance;
         LoginItem& loginItem;
         FolderRevealer& folders;
@@ -42,7 +42,7 @@ public:
         QString dataFolder;
     };
 
-    explicit SettingsModel(Collaborators with, QObject* parent = nullptr);
+    explicit SettingsModel(Dependencies dependencies, QObject* parent = nullptr);
 
     ShortcutRecorder* shortcut() { return &m_shortcut; }
     QString targetLanguage() const;
@@ -58,10 +58,10 @@ public:
     bool sidebarCollapsed() const;
     void setSidebarCollapsed(bool collapsed);
     QString version() const;
-    QString microphoneText() const { return m_with.texts.microphone; }
-    QString signOutText() const { return m_with.texts.signOut; }
-    QString dataFolderText() const { return m_with.texts.dataFolder; }
-    QString revealFolderText() const { return m_with.texts.revealFolder; }
+    QString microphoneText() const { return m_dependencies.texts.microphone; }
+    QString signOutText() const { return m_dependencies.texts.signOut; }
+    QString dataFolderText() const { return m_dependencies.texts.dataFolder; }
+    QString revealFolderText() const { return m_dependencies.texts.revealFolder; }
 
     /// Shows the history's folder in the file manager.
     Q_INVOKABLE void revealDataFolder();
@@ -75,7 +75,7 @@ Q_SIGNALS:
 private:
     void store(QStringView key, const QVariant& value);
 
-    const Collaborators m_with;
+    const Dependencies m_dependencies;
     ShortcutRecorder m_shortcut;
 };
 

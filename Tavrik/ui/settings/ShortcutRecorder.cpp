@@ -19,14 +19,15 @@ constexpr quint32 escapeKeyCode = 53;
 
 } // namespace
 
-ShortcutRecorder::ShortcutRecorder(const Collaborators& with, QObject* parent)
-    : QObject(parent), m_with(with) {
+ShortcutRecorder::ShortcutRecorder(const Dependencies& dependencies, QObject* parent)
+    : QObject(parent), m_dependencies(dependencies) {
     // Without the focus there are no keys to record, and the hot key is needed again.
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow* window) {
         if (m_phase != Phase::idle && window != m_window)
             end();
     });
-    for (const Service* service : {static_cast<const Service*>(&m_with.hotKey), &m_with.paste})
+    for (const Service* service :
+         {static_cast<const Service*>(&m_dependencies.hotKey), &m_dependencies.paste})
         connect(service, &Service::statusChanged, this, &ShortcutRecorder::changed);
 }
 
@@ -35,14 +36,14 @@ ShortcutRecorder::~ShortcutRecorder() {
 }
 
 QString ShortcutRecorder::display() const {
-    return m_with.settings.hotKeyDisplay();
+    return m_dependencies.settings.hotKeyDisplay();
 }
 
 QString ShortcutRecorder::warning() const {
     if (m_phase != Phase::idle)
         return {};
-    const auto paste = m_with.paste.status();
-    QStringList reasons{m_with.hotKey.status().reason,
+    const auto paste = m_dependencies.paste.status();
+    QStringList reasons{m_dependencies.hotKey.status().reason,
                         paste.works ? paste.reason
                                     : QStringLiteral("Your text stays on the clipboard: ") + paste.reason};
     reasons.removeAll(QString());
@@ -62,7 +63,7 @@ void ShortcutRecorder::cancel() {
 }
 
 void ShortcutRecorder::begin() {
-    m_with.hotKey.releaseHotKey();
+    m_dependencies.hotKey.releaseHotKey();
     m_phase = Phase::recording;
     qGuiApp->installEventFilter(this);
     m_window = QGuiApplication::focusWindow();
@@ -96,7 +97,7 @@ bool ShortcutRecorder::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void ShortcutRecorder::keyPressed(const QKeyEvent& event) {
-    const auto press = m_with.keys.read(event);
+    const auto press = m_dependencies.keys.read(event);
     if (!press)
         return;
     const auto [keyCode, modifiers] = press->combination;
@@ -105,7 +106,7 @@ void ShortcutRecorder::keyPressed(const QKeyEvent& event) {
     if (!(modifiers & (KeyCombination::command | KeyCombination::option | KeyCombination::control)))
         return;
 
-    auto& store = m_with.preferences;
+    auto& store = m_dependencies.preferences;
     store.setValue(preferences::hotKeyKeyCode.name.toString(), qlonglong{keyCode});
     store.setValue(preferences::hotKeyModifiers.name.toString(), qlonglong{modifiers});
     store.setValue(preferences::hotKeyDisplay.name.toString(), shortcutText(*press));
@@ -125,7 +126,7 @@ void ShortcutRecorder::end() {
         m_window->setKeyboardGrabEnabled(false);
         m_window->disconnect(this);
     }
-    m_with.hotKey.hotKeyChanged();
+    m_dependencies.hotKey.hotKeyChanged();
     Q_EMIT changed();
 }
 

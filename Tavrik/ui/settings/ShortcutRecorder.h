@@ -26,7 +26,7 @@ class ShortcutRecorder : public QObject {
     Q_PROPERTY(QString warning READ warning NOTIFY changed)
 
 public:
-    struct Collaborators {
+    struct Dependencies {
         PreferenceStore& preferences;
         const Settings& settings;
         const KeyReader& keys;
@@ -35,7 +35,7 @@ public:
         const Service& paste;
     };
 
-    explicit ShortcutRecorder(const Collaborators& with, QObject* parent = nullptr);
+    explicit ShortcutRecorder(const Dependencies& dependencies, QObject* parent = nullptr);
     ~ShortcutRecorder() override;
 
     bool isRecording() const { return m_phase == Phase::recording; }
@@ -68,7 +68,7 @@ private:
     void awaitRelease(const QKeyEvent& event);
     void end();
 
-    const Collaborators m_with;
+    const Dependencies m_dependencies;
     Phase m_phase = Phase::idle;
     QPointer<QWindow> m_window;
     quint32 m_lastKey = 0;

@@ -32,7 +32,7 @@ public:
         DayWatcher& days;
         LinkOpener& links;
         WindowActivator& activator;
-        SettingsModel::Collaborators settings;
+        SettingsModel::Dependencies settings;
         /// Of the computer's user.
         QString fullUserName;
     };
