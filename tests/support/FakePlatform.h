@@ -3,7 +3,6 @@
 // Stand-ins for the desktop's services, entered through the production interfaces. Each writes what was asked
 // of it into one journal, so that a test reads the order of everything that happened.
 
-#include "platform/Alerts.h"
 #include "platform/Appearance.h"
 #include "platform/HotKeyBackend.h"
 #include "platform/Microphone.h"
@@ -36,15 +35,6 @@ public:
     std::function<void()> changed;
 };
 
-class AlertsLog : public Alerts {
-public:
-    explicit AlertsLog(Journal& log) : journal(log) {}
-    void show(const Alert& alert, std::function<void(int)>) override {
-        journal << QStringLiteral("alert %1: %2").arg(alert.messageText, alert.informativeText);
-    }
-    Journal& journal;
-};
-
 /// A service whose status the test sets.
 template<class Interface>
 class Set : public Interface {
@@ -69,14 +59,13 @@ public:
 class Status : public Set<StatusItem> {
 public:
     explicit Status(Journal& log) : journal(log) {}
-    void setImage(const QString& symbol, const QString& text) override {
-        description = text;
-        journal << QStringLiteral("icon ") + symbol;
+    void setImage(const QString& symbol, const QString& text) override { journal << symbol + u' ' + text; }
+    void setNote(const QString& text) override {
+        if (std::exchange(note, text) != text)
+            journal << QStringLiteral("note [%1]").arg(text);
     }
-    void setNote(const QString& text) override { note = text; }
     void setMenu(const QList<MenuItem>& menu) override { items = menu; }
     Journal& journal;
-    QString description;
     QString note;
     QList<MenuItem> items;
 };
@@ -92,7 +81,7 @@ public:
 
     struct Held : Set<Registration> {
         explicit Held(HotKeys& keys) : owner(keys) {
-            state = owner.answer;
+            state = owner.state;
             owner.held = this;
         }
         ~Held() override { owner.journal << QStringLiteral("unregister"); }
@@ -101,8 +90,6 @@ public:
 
     Journal& journal;
     Handlers handlers;
-    /// What the next registration says.
-    ServiceStatus answer = state;
     /// The last registration.
     Held* held = nullptr;
 };
