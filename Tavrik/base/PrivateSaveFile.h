@@ -12,8 +12,8 @@ namespace tavrik {
 ///
 /// Not a QSaveFile, because these files hold private texts. The new file is readable by its owner alone,
 /// whatever the old one was, and a process that is killed while writing leaves nothing for good: its
-/// temporary file is removed by the next replacement or by removeLeftovers(). QSaveFile's "history.json.aBcDeF"
-/// could not be told from a copy that the user has made.
+/// temporary file is removed by the next replacement or by removeLeftovers(). QSaveFile's
+/// "history.json.aBcDeF" could not be told from a copy that the user has made.
 class PrivateSaveFile {
 public:
     /// The folder must exist. Errors show at commit().

@@ -1,8 +1,8 @@
 #include "platform/linux/JsonPreferenceStore.h"
 
 #include "base/FileLock.h"
-#include "base/PrivateSaveFile.h"
 #include "base/PrivateFiles.h"
+#include "base/PrivateSaveFile.h"
 #include "platform/linux/FileWatch.h"
 
 #include <QFileInfo>
