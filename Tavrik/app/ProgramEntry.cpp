@@ -49,17 +49,11 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
         abandonProgram();
 }
 
-/// Makes the application object, on the display that there is, and runs `main`.
-int withApplication(char* name, const std::function<int()>& main) {
-    qInstallMessageHandler(&handleMessage);
-    auto platformName = qtPlatform();
-    if (!platformName) {
-        complain(platformName.error().description);
-        return exitFailure;
-    }
+/// Makes the application object with one of Qt's platform plugins, and runs `main`.
+int withApplication(char* name, QByteArray platformName, const std::function<int()>& main) {
     // Not in the environment, which every program started from here would inherit.
     char option[] = "-platform";
-    std::array<char*, 4> arguments{name, &option[0], platformName->data(), nullptr};
+    std::array<char*, 4> arguments{name, &option[0], platformName.data(), nullptr};
     int count = arguments.size() - 1;
     const QApplication application(count, arguments.data());
     QApplication::setQuitOnLastWindowClosed(false);
@@ -108,10 +102,18 @@ int probe() {
 
 /// Runs the program until it ends. After the program's name the arguments are URLs to open.
 extern "C" Q_DECL_EXPORT int tavrikRun(int argc, char** argv) {
-    return withApplication(argv[0], [&] { return run(QByteArrayList(argv + 1, argv + argc)); });
+    qInstallMessageHandler(&handleMessage);
+    const auto platformName = qtPlatform();
+    if (!platformName) {
+        complain(platformName.error().description);
+        return exitFailure;
+    }
+    return withApplication(argv[0], *platformName,
+                           [&] { return run(QByteArrayList(argv + 1, argv + argc)); });
 }
 
-/// Prints how the services of this desktop would serve the program.
+/// Prints how the services of this desktop would serve the program; without a display too.
 extern "C" Q_DECL_EXPORT int tavrikProbe(int, char** argv) {
-    return withApplication(argv[0], &probe);
+    qInstallMessageHandler(&handleMessage);
+    return withApplication(argv[0], qtPlatform().value_or("offscreen"), &probe);
 }

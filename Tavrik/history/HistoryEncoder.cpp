@@ -1,11 +1,11 @@
 #include "history/HistoryEncoder.h"
 
 #include <QByteArrayView>
-#include <QTimeZone>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 
 namespace tavrik {
@@ -17,24 +17,26 @@ namespace {
 
 // yyyy-MM-ddTHH:mm:ssZ; QDateTime::toString() takes 60 ms more.
 void appendDate(QByteArray& json, const QDateTime& date) {
-    static const QDateTime epoch(QDate(1970, 1, 1), QTime(0, 0), QTimeZone::utc());
-    static const QDateTime earliest(QDate(1, 1, 1), QTime(0, 0), QTimeZone::utc());
-    static const QDateTime latest(QDate(9999, 12, 31), QTime(23, 59, 59), QTimeZone::utc());
-    const auto utc = date.isValid() ? std::clamp(date.toUTC(), earliest, latest) : epoch;
-    const auto day = utc.date();
-    const auto time = utc.time();
+    using namespace std::chrono;
+    constexpr sys_seconds earliest = sys_days(year(1) / January / 1);
+    constexpr sys_seconds latest = sys_days(year(10000) / January / 1) - 1s;
+    const milliseconds sinceEpoch(date.isValid() ? date.toMSecsSinceEpoch() : 0);
+    const auto moment = std::clamp(floor<seconds>(sys_time<milliseconds>(sinceEpoch)), earliest, latest);
+    const auto midnight = floor<days>(moment);
+    const year_month_day day(midnight);
+    const hh_mm_ss time(moment - midnight);
     std::array<char, 20> text{'0', '0', '0', '0', '-', '0', '0', '-', '0', '0',
                               'T', '0', '0', ':', '0', '0', ':', '0', '0', 'Z'};
-    const auto put = [&text](size_t end, int value) {
+    const auto put = [&text](size_t end, auto value) {
         for (; value > 0; value /= 10)
             text[--end] = static_cast<char>('0' + value % 10);
     };
-    put(4, day.year());
-    put(7, day.month());
-    put(10, day.day());
-    put(13, time.hour());
-    put(16, time.minute());
-    put(19, time.second());
+    put(4, int(day.year()));
+    put(7, unsigned(day.month()));
+    put(10, unsigned(day.day()));
+    put(13, time.hours().count());
+    put(16, time.minutes().count());
+    put(19, time.seconds().count());
     json.append(text.data(), text.size());
 }
 

@@ -95,9 +95,10 @@ class Start(unittest.TestCase):
     def test_probes(self):
         status = run({}, "status")
         self.assertEqual((status.returncode, "probed" in status.stdout), (0, True), status.stdout)
-        status = run({"PULSE_SERVER": "unix:/nonexistent"}, "status")
-        self.assertRegex(status.stdout, r"microphone: +not working .*\.\n")
-        self.assertEqual(status.returncode, 1)
+        for changes, service in ({"PULSE_SERVER": "unix:/nonexistent"}, "microphone"), (NO_DISPLAY, "panel"):
+            status = run(changes, "status")
+            self.assertRegex(status.stdout, rf"{service}: +not working .*\.\n")
+            self.assertEqual(status.returncode, 1)
 
     def test_signals(self):
         for number in signal.SIGTERM, signal.SIGINT, signal.SIGHUP:

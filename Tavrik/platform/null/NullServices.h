@@ -6,7 +6,6 @@
 #include "platform/HotKeyBackend.h"
 #include "platform/PanelHost.h"
 #include "platform/PasteKeys.h"
-#include "platform/StatusItem.h"
 
 #include <utility>
 
@@ -54,15 +53,6 @@ public:
 
     void requestPermission(PermissionRequest) override {}
     void sendPaste(Completion<void> completion) override;
-};
-
-class NullStatusItem final : public NullService<StatusItem> {
-public:
-    using NullService::NullService;
-
-    void setImage(const QString&, const QString&) override {}
-    void setNote(const QString&) override {}
-    void setMenu(const QList<MenuItem>&) override {}
 };
 
 } // namespace tavrik
