@@ -19,7 +19,6 @@ const QList<Transcription>& HistoryStore::items() const {
 
 void HistoryStore::insertFirst(Transcription record) {
     waitForContent();
-    Q_EMIT aboutToInsert(0, 0);
     m_content.words += wordCount(record.text);
     m_content.records.prepend(std::move(record));
     m_archive.save(m_content.records);
@@ -37,7 +36,6 @@ void HistoryStore::remove(QUuid id) {
         qsizetype first = last;
         while (first > 0 && records.at(first - 1).id == id)
             --first;
-        Q_EMIT aboutToRemove(first, last);
         for (qsizetype i = first; i <= last; ++i)
             m_content.words -= wordCount(records.at(i).text);
         records.remove(first, last - first + 1);

@@ -40,10 +40,8 @@ public:
     qint64 daysUsed() const;
 
 Q_SIGNALS:
-    /// Around every change, as models announce theirs: positions `first` to `last` in items().
-    void aboutToInsert(qsizetype first, qsizetype last);
+    /// Records were added at, or removed from, the positions `first` to `last` in items().
     void inserted(qsizetype first, qsizetype last);
-    void aboutToRemove(qsizetype first, qsizetype last);
     void removed(qsizetype first, qsizetype last);
 
 private:
