@@ -62,7 +62,8 @@ std::optional<AbstractRecorder::Take> Recorder::stop() {
 
 void Recorder::removeLatest() {
     stop();
-    QFile::remove(m_latest);
+    if (!m_latest.isEmpty())
+        QFile::remove(m_latest);
 }
 
 std::optional<float> Recorder::averagePower() {
