@@ -99,12 +99,12 @@ private:
     quint8 m_inputEvents = 0;
 };
 
-/// Runs a program to its end and returns what it printed.
-inline QString output(const QString& program, const QStringList& arguments) {
+/// Runs a command to its end and returns what it printed.
+inline QString output(const QString& command) {
     QProcess process;
-    process.start(program, arguments);
+    process.startCommand(command);
     if (!process.waitForFinished() || process.exitCode() != 0)
-        qWarning() << program << arguments << process.readAllStandardError();
+        qWarning() << command << process.readAllStandardError();
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 

@@ -24,9 +24,8 @@ std::optional<QPoint> find(const QColor& colour) {
     return std::nullopt;
 }
 
-void pointer(QPoint to, const QStringList& then = {}) {
-    output(u"xdotool"_s,
-           QStringList{u"mousemove"_s, QString::number(to.x()), QString::number(to.y())} + then);
+void pointer(QPoint to, const QString& then = {}) {
+    output(u"xdotool mousemove %1 %2 %3"_s.arg(to.x()).arg(to.y()).arg(then));
 }
 
 QMenu* openMenu() {
@@ -34,7 +33,7 @@ QMenu* openMenu() {
 }
 
 /// Clicks on the icon, once it rests: the bar lays its icons out anew at times.
-bool menuOpensOn(const QString& button) {
+bool menuOpensOn(const QString& click) {
     // Off the icon, so that no tooltip lies over it.
     pointer({300, 400});
     const auto rests = [] {
@@ -44,7 +43,7 @@ bool menuOpensOn(const QString& button) {
     };
     if (!QTest::qWaitFor(rests))
         return false;
-    pointer(*find(lit), {u"click"_s, button});
+    pointer(*find(lit), click);
     return QTest::qWaitFor([] { return openMenu() != nullptr; });
 }
 
@@ -61,31 +60,25 @@ private Q_SLOTS:
         int opened = 0;
         std::optional<TrayStatusItem> item(&hasXEmbedTray);
         item->setImage(u"mic.fill"_s, u"Tavrik recording"_s);
+        const auto open = [&] {
+            ++opened;
+        };
         item->setMenu({{.kind = MenuItem::Kind::label, .title = u"Hold A & B"_s},
                        {.kind = MenuItem::Kind::separator},
-                       {.title = u"Open"_s,
-                        .keyEquivalent = u"o"_s,
-                        .action =
-                            [&] {
-                                ++opened;
-                            }},
+                       {.title = u"Open"_s, .keyEquivalent = u"o"_s, .action = open},
                        {.title = u"Not yet"_s, .keyEquivalent = u"n"_s}});
 
-        QVERIFY(menuOpensOn(u"1"_s));
+        QVERIFY(menuOpensOn(u"click 1"_s));
         QStringList rows;
         for (const auto* action : openMenu()->actions())
-            rows << (action->isSeparator() ? u"-"_s : action->text()) +
-                        (action->isEnabled() ? u""_s : u" (disabled)"_s);
-        QCOMPARE(rows,
-                 (QStringList{u"Hold A && B (disabled)"_s, u"-"_s, u"Open"_s, u"Not yet (disabled)"_s}));
-        auto* open = openMenu()->actions().at(2);
-        QTest::mouseClick(openMenu(), Qt::LeftButton, {}, openMenu()->actionGeometry(open).center());
+            rows << action->text() + (action->isEnabled() ? u'+' : u'-');
+        QCOMPARE(rows, (QStringList{u"Hold A && B-"_s, u"+"_s, u"Open+"_s, u"Not yet-"_s}));
+        QTest::mouseClick(openMenu(), Qt::LeftButton, {},
+                          openMenu()->actionGeometry(openMenu()->actions().at(2)).center());
         QCOMPARE(opened, 1);
         QTRY_VERIFY(!openMenu());
 
-        QVERIFY(menuOpensOn(u"3"_s));
-        QTest::keyClick(openMenu(), Qt::Key_N, Qt::ControlModifier);
-        QVERIFY(openMenu());
+        QVERIFY(menuOpensOn(u"click 3"_s));
         QTest::keyClick(openMenu(), Qt::Key_O, Qt::ControlModifier);
         QCOMPARE(opened, 2);
         QVERIFY(!openMenu());
