@@ -21,11 +21,7 @@ namespace {
 const QByteArray cutOff = "! The server closed the connection before its reply was complete";
 
 HttpRequest post(const QUrl& url, const QByteArray& body = "body", std::chrono::milliseconds timeout = 60s) {
-    return {.method = "POST",
-            .url = url,
-            .headers = {{"Content-Type", "text/plain"}},
-            .body = body,
-            .timeout = timeout};
+    return {"POST", url, {{"Content-Type", "text/plain"}}, body, timeout};
 }
 
 std::unique_ptr<QTcpServer> tlsListener(const Certificate& certificate) {
@@ -70,17 +66,13 @@ public:
 
     QUrl url() const { return QUrl(u"https://127.0.0.1:%1/"_s.arg(m_proxy.serverPort())); }
 
-    /// How often the log has the text.
-    qsizetype logged(const QByteArray& text) {
-        m_log += m_process.readAll();
-        return m_log.count(text);
-    }
+    /// What it has printed since the last call.
+    QByteArray log() { return m_process.readAll(); }
 
     std::optional<qsizetype> cutAfter;
 
 private:
     QProcess m_process;
-    QByteArray m_log;
     QTcpServer m_proxy;
 };
 
@@ -113,19 +105,20 @@ class HttpClientTest : public QObject {
 
 private Q_SLOTS:
     void anyStatusIsAResponse() {
-        const ScriptedReply replies[]{
-            {.reply = {.status = 308, .headers = {{"Location", "/elsewhere"}}, .body = "moved"}},
-            {.reply = {.status = 401, .headers = {{"WWW-Authenticate", "Basic realm=\"x\""}}, .body = "who"}},
-            {.reply = {.status = 407, .body = "proxy"}},
-            {.reply = {.status = 503, .body = "later"}},
-            {.reply = {.body = "in pieces"}, .chunked = true, .byteInterval = 1ms},
-            {.reply = {.body = "until the end"}, .closeDelimited = true},
-            {.reply = {.body = QByteArray(HttpClient::maximumBody, 'x')}}};
-        for (const auto& reply : replies) {
+        constexpr auto limit = HttpClient::maximumBody;
+        const std::pair<ScriptedReply, QByteArray> rows[]{
+            {{.reply = {308, {{"Location", "/elsewhere"}}, "moved"}}, "308 moved"},
+            {{.reply = {401, {{"WWW-Authenticate", "Basic realm=x"}}, "who"}}, "401 who"},
+            {{.reply = {407, {}, "proxy"}}, "407 proxy"},
+            {{.reply = {500, {}, "in pieces"}, .chunked = true, .byteInterval = 1ms}, "500 in pieces"},
+            {{.reply = {.body = "until the end"}, .closeDelimited = true}, "200 until the end"},
+            {{.reply = {.body = QByteArray(limit, 'x')}}, "200 " + QByteArray(limit, 'x')},
+            {{.reply = {.status = 500}, .bodySize = limit + 1}, "500 oversized"},
+            {{.bodySize = limit + 1, .chunked = true}, "200 oversized"}};
+        for (const auto& [reply, expected] : rows) {
             LocalService service;
             HttpClient client(m_queue);
             service.script({reply});
-            const auto expected = QByteArray::number(reply.reply.status) + ' ' + reply.reply.body;
             QVERIFY2(exchange(client, post(service.url())) == expected, expected.first(8).constData());
             QCOMPARE(service.requests().size(), 1);
         }
@@ -133,18 +126,14 @@ private Q_SLOTS:
 
     /// Also on a connection used before, where Qt would repeat the request.
     void incompleteResponseIsAnError() {
-        constexpr auto endless = ScriptedReply::endless;
         const std::pair<ScriptedReply, bool> rows[]{
             {{.ending = Ending::reset, .afterRequestBytes = 100'000}, false},
             {{.ending = Ending::reset}, false},
             {{.ending = Ending::close}, false},
-            {{.bodySize = 10, .ending = Ending::close, .afterReplyBytes = 0}, false},
             {{.bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 999}, false},
-            {{.reply = {.status = 500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500},
-             false},
+            {{.reply = {500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 0}, false},
             {{.ending = Ending::stall, .afterRequestBytes = 100'000}, true},
-            {{.ending = Ending::stall}, true},
-            {{.bodySize = endless, .chunked = true, .byteInterval = 10ms}, true}};
+            {{.bodySize = ScriptedReply::endless, .chunked = true, .byteInterval = 10ms}, true}};
         // Larger than the sockets' buffers, so that the upload can be interrupted.
         const QByteArray body(20'000'000, 'b');
         for (const auto& [reply, timesOut] : rows) {
@@ -154,8 +143,7 @@ private Q_SLOTS:
                 service.script(QList<ScriptedReply>(before) + QList{reply, ScriptedReply{}});
                 if (before > 0)
                     QCOMPARE(exchange(client, post(service.url())), "200 "_ba);
-                const auto timeout = timesOut ? 300ms : std::chrono::milliseconds(60s);
-                QCOMPARE(exchange(client, post(service.url(), body, timeout)),
+                QCOMPARE(exchange(client, post(service.url(), body, timesOut ? 300ms : 60'000ms)),
                          timesOut ? "! The request timed out"_ba : cutOff);
                 QTRY_COMPARE(service.requests().size(), before + 1);
                 QCOMPARE(service.requests().last().connection, 1);
@@ -167,102 +155,69 @@ private Q_SLOTS:
     }
 
     void http2() {
-        const Trust trust(m_certificate.chain());
+        m_certificate.trust();
         Http2Server server(m_certificate);
         HttpClient client(m_queue);
         client.openConnection(server.url());
         const QByteArray body(5'000'000, 'b');
         for (const auto& sent : {body, "short"_ba, QByteArray()})
             QVERIFY(exchange(client, post(server.url(), sent)) == "200 " + sent);
-        QCOMPARE(server.logged("negotiated protocol: h2"), 1);
         for (const qsizetype afterBytes : {1, 1'000'000}) {
             server.cutAfter = afterBytes;
             QCOMPARE(exchange(client, post(server.url(), body)), cutOff);
             // A repeated request would arrive before the answer to a later one.
             QCOMPARE(exchange(client, post(server.url(), "later")), "200 later"_ba);
         }
-        QCOMPARE(server.logged(":path: /"), 7);
-    }
-
-    void noConnectionIsAnError() {
-        HttpClient client(m_queue);
-        QCOMPARE(exchange(client, post(QUrl(u"http://127.0.0.1:1/?x"_s))), "! Connection refused"_ba);
-        QCOMPARE(exchange(client, post(QUrl(u"http://nowhere.invalid/?x"_s))),
-                 "! Host nowhere.invalid not found"_ba);
-    }
-
-    void bodyBeyondTheLimitIsDropped() {
-        constexpr auto tooMuch = HttpClient::maximumBody + 1;
-        // Known from the header, or as soon as that much has arrived.
-        for (const auto& reply : {ScriptedReply{.reply = {.status = 500}, .bodySize = tooMuch},
-                                  ScriptedReply{.reply = {.status = 500},
-                                                .bodySize = ScriptedReply::endless,
-                                                .chunked = true,
-                                                .ending = Ending::stall,
-                                                .afterReplyBytes = tooMuch + 1'000'000}}) {
-            LocalService service;
-            HttpClient client(m_queue);
-            service.script({reply});
-            QCOMPARE(exchange(client, post(service.url())), "500 oversized"_ba);
-        }
+        const auto log = server.log();
+        QCOMPARE(log.count("negotiated protocol: h2"), 3);
+        QCOMPARE(log.count(":path: /"), 7);
     }
 
     void requestArrivesUnchanged() {
-        for (const auto& [method, size] :
-             {std::pair("GET", 0), {"POST", 0}, {"POST", 1}, {"POST", 5'000'000}}) {
-            QByteArray body(size, 0);
-            for (int i = 0; i < size; ++i)
-                body[i] = static_cast<char>(i * 7 + i / 251);
+        for (const auto& [method, size] : {std::pair("GET", 0), {"POST", 0}, {"POST", 700'000}}) {
+            const auto body = QByteArray("\0\xff\r\nabc", 7).repeated(size);
             LocalService service;
             HttpClient client(m_queue);
             // The cookie must not be sent back.
-            service.script({{.reply = {.status = 401, .headers = {{"Set-Cookie", "a=b"}}}}, {}});
+            service.script({{.reply = {401, {{"Set-Cookie", "a=b"}}}}, {}});
             for (const auto* status : {"401 ", "200 "}) {
                 auto request = post(service.url(u"/a/b%20c?d=%2Fe"_s), body);
                 request.method = method;
                 request.headers.emplaceBack("Authorization", "Bearer t");
                 QCOMPARE(exchange(client, std::move(request)), status);
                 const auto& received = service.requests().last();
-                QCOMPARE(received.method + ' ' + received.path + '?' + received.query,
-                         method + " /a/b%20c?d=%2Fe"_ba);
-                QCOMPARE(received.header("Authorization"), "Bearer t");
-                QCOMPARE(received.header("Content-Type"), "text/plain");
-                QCOMPARE(received.header("Cookie"), QByteArray());
+                QCOMPARE(received.method + ' ' + received.path + '?' + received.query + ' ' +
+                             received.header("Authorization") + received.header("Cookie"),
+                         method + " /a/b%20c?d=%2Fe Bearer t"_ba);
                 QVERIFY(received.body == body);
             }
         }
     }
 
-    void headerCannotContainAnother() {
-        LocalService service;
+    void failsBeforeTheRequest() {
+        LocalService service(tlsListener(Certificate()));
         HttpClient client(m_queue);
         auto request = post(service.url());
         request.headers.emplaceBack("Authorization", "Bearer key\r\nX-Other: 1");
         QCOMPARE(exchange(client, std::move(request)),
                  "! The Authorization header holds characters that cannot be sent"_ba);
         QCOMPARE(service.connectionCount(), 0);
+        QVERIFY(exchange(client, post(service.url({}, u"https"_s))).contains("self-signed"));
+        QCOMPARE(service.requests().size(), 0);
+        QCOMPARE(exchange(client, post(QUrl(u"http://127.0.0.1:1/?x"_s))), "! Connection refused"_ba);
     }
 
     void openedConnectionIsTheOneUsed() {
-        const Trust trust(m_certificate.chain());
+        m_certificate.trust();
         for (const auto& scheme : {u"http"_s, u"https"_s}) {
             LocalService service(scheme == u"https" ? tlsListener(m_certificate)
                                                     : std::make_unique<QTcpServer>());
             HttpClient client(m_queue);
-            for (int round = 0; round < 2; ++round) {
-                client.openConnection(service.url({}, scheme));
-                QTRY_COMPARE(service.connectionCount(), 1);
-                QVERIFY(exchange(client, post(service.url({}, scheme))).startsWith("404 "));
-                QCOMPARE(service.connectionCount(), 1);
-            }
+            client.openConnection(service.url({}, scheme));
+            QTRY_COMPARE(service.connectionCount(), 1);
+            QVERIFY(exchange(client, post(service.url({}, scheme))).startsWith("404 "));
+            QCOMPARE(service.connectionCount(), 1);
         }
-    }
-
-    void untrustedServerGetsNoRequest() {
-        LocalService service(tlsListener(m_certificate));
-        HttpClient client(m_queue);
-        QVERIFY(exchange(client, post(service.url({}, u"https"_s))).contains("self-signed"));
-        QCOMPARE(service.requests().size(), 0);
     }
 
     void slowUploadDoesNotTimeOut() {
@@ -274,8 +229,7 @@ private Q_SLOTS:
             socket->setReadBufferSize(2'000'000);
             auto* timer = new QTimer(socket);
             connect(timer, &QTimer::timeout, socket, [socket, left = qint64{80'000'000}]() mutable {
-                left -= socket->readAll().size();
-                if (left <= 0)
+                if ((left -= socket->readAll().size()) <= 0)
                     socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
             });
             timer->start(100);
@@ -288,9 +242,12 @@ private Q_SLOTS:
     void completionWaitsForTheQueue() {
         LocalService service;
         auto client = std::make_unique<HttpClient>(m_queue);
-        const auto calls = std::make_shared<int>(0);
         auto hold = std::make_unique<MainQueue::Hold>(m_queue);
-        client->send(post(service.url()), [calls](const auto&) { ++*calls; });
+        const auto calls = std::make_shared<int>(0);
+        const auto count = [calls](const auto&) {
+            ++*calls;
+        };
+        client->send(post(service.url()), count);
         QTRY_COMPARE(service.requests().size(), 1);
         QTest::qWait(50);
         QCOMPARE(*calls, 0);
@@ -298,10 +255,10 @@ private Q_SLOTS:
         QTRY_COMPARE(*calls, 1);
         // Dropped with the client.
         service.script({{.ending = Ending::stall}});
-        client->send(post(service.url()), [calls](const auto&) { ++*calls; });
+        client->send(post(service.url()), count);
         QTRY_COMPARE(service.requests().size(), 2);
         client.reset();
-        QTRY_COMPARE(calls.use_count(), 1);
+        QTRY_COMPARE(calls.use_count(), 2);
         QCOMPARE(*calls, 1);
     }
 };

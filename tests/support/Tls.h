@@ -27,6 +27,13 @@ public:
 
     QList<QSslCertificate> chain() const { return QSslCertificate::fromPath(file()); }
 
+    /// Lets this process's clients accept it.
+    void trust() const {
+        auto configuration = QSslConfiguration::defaultConfiguration();
+        configuration.addCaCertificates(chain());
+        QSslConfiguration::setDefaultConfiguration(configuration);
+    }
+
     /// For a server in this process.
     QSslConfiguration serverConfiguration() const {
         QSslConfiguration configuration;
@@ -39,22 +46,6 @@ public:
 
 private:
     QTemporaryDir m_folder;
-};
-
-/// Trusts an authority for as long as it lives.
-class Trust {
-public:
-    explicit Trust(const QList<QSslCertificate>& authorities) {
-        auto configuration = m_before;
-        configuration.addCaCertificates(authorities);
-        QSslConfiguration::setDefaultConfiguration(configuration);
-    }
-    Trust(const Trust&) = delete;
-    Trust& operator=(const Trust&) = delete;
-    ~Trust() { QSslConfiguration::setDefaultConfiguration(m_before); }
-
-private:
-    const QSslConfiguration m_before = QSslConfiguration::defaultConfiguration();
 };
 
 } // namespace tavrik::test
