@@ -19,16 +19,13 @@ import desk  # noqa: E402
 MOCK_SERVER, PUBLIC_KEY = sys.argv[1:3]
 DENO, FUNCTION = sys.argv[3:5] if len(sys.argv) > 4 else (None, None)
 OWNER = {"OPENROUTER_API_KEY": "sk-owner"}
-SKIPPED = 77
 TABLE = json.loads(pathlib.Path(__file__).with_name("translate.json").read_text())
-COMPLETIONS = "/api/v1/chat/completions"
+DEFAULTS = {"audio": TABLE["recording"], "language": "German"}
 
 
-def ask(url, method="GET", headers=None, body=None):
-    request = urllib.request.Request(url, method=method, headers=headers or {}, data=body)
-    # Prevents urllib's default, the type of a form.
-    if body is not None and not request.has_header("Content-type"):
-        request.add_header("Content-type", "")
+def ask(url, method="GET", headers={}, body=None):
+    # An empty type prevents urllib's default, that of a form.
+    request = urllib.request.Request(url, method=method, headers={"Content-type": "", **headers}, data=body)
     try:
         with desk.opener.open(request, timeout=60) as reply:
             return reply.status, reply.read()
@@ -68,14 +65,11 @@ class Translate(unittest.TestCase):
         cls.token = json.loads(session)["access_token"]
 
     def translate(self, row):
-        headers = {"apikey": PUBLIC_KEY}
-        if token := row.get("token", self.token):
-            headers["Authorization"] = f"Bearer {PUBLIC_KEY if token == 'PUBLIC' else token}"
-        if kind := row.get("type", "application/json"):
-            headers["Content-Type"] = kind
-        members = {"audio": row.get("audio", TABLE["recording"]), "language": row.get("language", "German")}
-        whole = json.dumps({name: value for name, value in members.items() if value is not None})
-        body = row.get("body", whole)
+        token = PUBLIC_KEY if row.get("token") == "PUBLIC" else row.get("token", self.token)
+        headers = {"apikey": PUBLIC_KEY, "Authorization": f"Bearer {token}",
+                   "Content-type": row.get("type", "application/json")}
+        members = {name: row.get(name, default) for name, default in DEFAULTS.items() if row.get(name, default)}
+        body = row.get("body", json.dumps(members))
         status, answer = ask(self.function, row.get("method", "POST"), headers, body and body.encode())
         return [status, json.loads(answer)]
 
@@ -91,17 +85,16 @@ class Translate(unittest.TestCase):
             with self.subTest(name):
                 reply = {"ending": "reset"} if row["model"] is None else dict(zip(("status", "body"), row["model"]))
                 self.models.forget()
-                self.models.script({"path": COMPLETIONS, **reply})
+                self.models.script({"path": desk.CHAT, **reply})
                 self.assertEqual(self.translate(row), row["answer"])
                 self.assertEqual(json.loads(ask(f"{self.models.url}/control/body")[1]), TABLE["asked"])
                 request, = self.models.requests()
-                headers = {name.lower(): value for name, value in request["headers"].items()}
-                self.assertEqual(headers["authorization"], "Bearer sk-owner")
-                self.assertNotIn("apikey", headers)
+                self.assertEqual(request["headers"]["authorization"], "Bearer sk-owner")
+                self.assertNotIn("apikey", request["headers"])
 
 
 if __name__ == "__main__":
     if len(sys.argv) > 4 and not os.access(DENO, os.X_OK):
         print(f"SKIPPED: there is no {DENO}; scripts/deno installs it")
-        sys.exit(SKIPPED)
+        sys.exit(77)
     desk.main()

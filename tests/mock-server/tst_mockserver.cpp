@@ -1,5 +1,4 @@
 #include "mock-server/MockServer.h"
-#include "mock-server/RequestChecks.h"
 #include "mock-server/Secrets.h"
 #include "mock-server/TestWav.h"
 #include "mock-server/Wav.h"
@@ -36,14 +35,11 @@ private Q_SLOTS:
             {200, chat, {host, key, json}, body},
             {401, chat, {host, json}, body},
             {415, chat, {host, key}, body},
-            {400, chat, {host, key, json}, "x"},
-            {400, chat, {host, key, json}, QByteArray(body).replace(R"("model":"m")", R"("model":"")")},
             {400, chat, {host, key, json}, QByteArray(body).replace("wav", "mp3")},
             {400, chat, {host, key, json}, QByteArray(body).replace("UklG", "!!!!")},
             {421, chat, {{"Host", "mock-server.example"}, key, json}, body},
             {404, "/control/requests", {host}, ""},
-            {401, "/auth/v1/signup", {host, json, {"apikey", "eyJ"}}, "{}"},
-            {400, "/auth/v1/signup", {host, json, {"apikey", publicKey()}}, "{}"}};
+            {401, "/auth/v1/signup", {host, json, {"apikey", "eyJ"}}, "{}"}};
         MockServer mockServer({});
         for (const auto& [expected, path, headers, content] : rows) {
             Request request;
@@ -74,14 +70,14 @@ private Q_SLOTS:
         const QTemporaryDir temporary;
         const auto folder = temporary.filePath(u"deep/data"_s);
         const User user{.id = u"1"_s, .email = u"e@x.org"_s, .passwordHash = hashPassword("horse")};
-        auto created = UserStore::open(folder);
-        QVERIFY(created && created->put(user) && created->addRefreshToken("first token", user.id));
+        auto store = UserStore::open(folder);
+        QVERIFY(store && store->put(user) && store->addRefreshToken("first token", user.id));
         QCOMPARE(modeOf(folder), 0700U);
         QCOMPARE(modeOf(folder + u"/accounts.json"_s), 0600U);
         const auto content = contentOf(folder + u"/accounts.json"_s);
-        QVERIFY(content.contains("e@x.org") && !content.contains("horse") &&
-                !content.contains("first token"));
-        auto store = UserStore::open(folder);
+        QVERIFY(content.contains("e@x.org"));
+        QVERIFY(!content.contains("horse") && !content.contains("first token"));
+        store = UserStore::open(folder);
         QVERIFY(passwordMatches("horse", store->withEmail(user.email)->passwordHash));
         QVERIFY(!passwordMatches("wrong", store->withEmail(user.email)->passwordHash));
         QVERIFY(store->replaceRefreshToken("first token", "second token"));
