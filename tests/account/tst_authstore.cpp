@@ -271,6 +271,7 @@ private Q_SLOTS:
         Fixture fixture;
         auto store = std::make_unique<AuthStore>(fixture.slot, fixture.http, fixture.queue,
                                                  Supabase{fixture.service.url(), "anonymous"});
+        fixture.script(200, tokens("late"));
         store->signIn(address, u"p"_s, fixture.note());
         store->whenSessionLoaded(fixture.look());
         store.reset();
