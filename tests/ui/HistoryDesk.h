@@ -7,9 +7,9 @@
 #include "history/HistoryTestData.h"
 #include "platform/Clipboard.h"
 #include "platform/DayWatcher.h"
+#include "support/Files.h"
 #include "ui/history/HistoryPages.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 namespace tavrik::test {
@@ -40,21 +40,13 @@ struct HistoryDesk {
     HistoryPages pages{dependencies(days)};
 
     HistoryPages::Dependencies dependencies(DayWatcher& watcher) {
-        return {.store = store,
-                .clipboard = clipboard,
-                .queue = queue,
-                .days = watcher,
-                .fullUserName = QStringLiteral("Sara Ahmadi"),
-                .locale = locale,
-                .now = [this] {
+        return {store, clipboard, queue, watcher, "Sara Ahmadi", locale, [this] {
                     return now;
                 }};
     }
 
     static QString filled(const QString& folder, const QList<Transcription>& records) {
-        QFile file(folder + QStringLiteral("/history.json"));
-        if (!records.isEmpty() && file.open(QIODevice::WriteOnly))
-            file.write(encodeHistory(records));
+        writeFile(folder + "/history.json", encodeHistory(records));
         return folder;
     }
 
