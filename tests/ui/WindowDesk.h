@@ -43,7 +43,7 @@ public:
 
 /// Nobody is signed in, and the window was never shown.
 struct WindowDesk {
-    explicit WindowDesk(const QString& userName = QStringLiteral("Sara Ahmadi")) : fullUserName(userName) {}
+    explicit WindowDesk(const QString& userName = "Sara Ahmadi") : fullUserName(userName) {}
 
     const QString fullUserName;
     LocalService service;
@@ -79,10 +79,7 @@ struct WindowDesk {
                          .appearance = appearance,
                          .loginItem = loginItem,
                          .folders = folders,
-                         .texts = {.microphone = QStringLiteral("microphone"),
-                                   .signOut = QStringLiteral("sign out"),
-                                   .dataFolder = QStringLiteral("folder"),
-                                   .revealFolder = QStringLiteral("Show")},
+                         .texts = {},
                          .dataFolder = folder.path()},
             .fullUserName = fullUserName,
         },
