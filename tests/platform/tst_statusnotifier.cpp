@@ -1,11 +1,10 @@
 #include "platform/linux/TrayStatusItem.h"
 
 #include <QApplication>
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusPendingReply>
+#include <QDBusPendingCall>
+#include <QDebug>
 #include <QProcess>
 #include <QTest>
 
@@ -15,48 +14,33 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// The bar, a program of its own.
-class Bar {
-public:
-    Bar() { m_process.start(QStringLiteral(STATUS_NOTIFIER_WATCHER), QStringList()); }
-    ~Bar() {
-        m_process.kill();
-        m_process.waitForFinished();
+struct Bar : QProcess {
+    Bar() { start(QStringLiteral(STATUS_NOTIFIER_WATCHER), QStringList()); }
+    ~Bar() override {
+        kill();
+        waitForFinished();
     }
 
     /// The service of the first item that registered.
     QString item() {
-        if (m_item.isEmpty() && m_process.canReadLine())
-            m_item = QString::fromUtf8(m_process.readLine()).trimmed();
-        return m_item;
+        const auto told = [this] {
+            return canReadLine();
+        };
+        return QTest::qWaitFor(told) ? QString::fromUtf8(readLine()).trimmed() : QString();
     }
-
-private:
-    QProcess m_process;
-    QString m_item;
 };
 
-/// A property of the item. It is of this very process, so nothing may block for the answer.
-QVariant itemProperty(const QString& service, const QString& name) {
+/// A property of the item, as Qt prints it. The item is of this very process, so nothing may block for the
+/// answer.
+QString itemProperty(const QString& service, const QString& name) {
     auto get = QDBusMessage::createMethodCall(service, u"/StatusNotifierItem"_s,
                                               u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     get.setArguments({u"org.kde.StatusNotifierItem"_s, name});
-    const QDBusPendingReply<QDBusVariant> reply = QDBusConnection::sessionBus().asyncCall(get);
-    if (!QTest::qWaitFor([&] { return reply.isFinished(); }))
-        return {};
-    return reply.value().variant();
-}
-
-/// Of the tooltip's structure the third member, its title.
-QString toolTip(const QString& service) {
-    const auto structure = itemProperty(service, u"ToolTip"_s).value<QDBusArgument>();
-    QString title;
-    structure.beginStructure();
-    structure >> title; // the icon's name
-    structure.beginArray();
-    structure.endArray();
-    structure >> title;
-    structure.endStructure();
-    return title;
+    const auto call = QDBusConnection::sessionBus().asyncCall(get);
+    QString text;
+    if (QTest::qWaitFor([&] { return call.isFinished(); }))
+        QDebug(&text) << call.reply();
+    return text;
 }
 
 } // namespace
@@ -72,18 +56,18 @@ private Q_SLOTS:
         item.setMenu({{.title = u"Open"_s}});
         {
             Bar bar;
-            QTRY_VERIFY(!bar.item().isEmpty());
-            QCOMPARE(itemProperty(bar.item(), u"Status"_s).toString(), u"Active"_s);
-            QVERIFY(!itemProperty(bar.item(), u"Menu"_s).value<QDBusObjectPath>().path().isEmpty());
+            const auto service = bar.item();
+            QVERIFY(itemProperty(service, u"Status"_s).contains(u"\"Active\""));
+            QVERIFY(itemProperty(service, u"Menu"_s).contains(u"ObjectPath: /"));
             item.setNote(u"the shortcut is taken"_s);
-            QTRY_COMPARE(toolTip(bar.item()), u"Tavrik idle\nthe shortcut is taken"_s);
-            item.setImage(u"mic.fill"_s, u"Tavrik recording"_s);
-            QTRY_COMPARE(toolTip(bar.item()), u"Tavrik recording\nthe shortcut is taken"_s);
+            QTRY_VERIFY(
+                itemProperty(service, u"ToolTip"_s).contains(u"\"Tavrik idle\nthe shortcut is taken\""));
             item.setNote({});
+            item.setImage(u"mic.fill"_s, u"Tavrik recording"_s);
         }
         Bar restarted;
-        QTRY_VERIFY(!restarted.item().isEmpty());
-        QTRY_COMPARE(toolTip(restarted.item()), u"Tavrik recording"_s);
+        const auto service = restarted.item();
+        QTRY_VERIFY(itemProperty(service, u"ToolTip"_s).contains(u"\"Tavrik recording\""));
     }
 };
 
