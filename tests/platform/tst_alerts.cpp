@@ -56,23 +56,22 @@ private Q_SLOTS:
 
     void oneAfterTheOtherWhileTheQueueWaits() {
         QStringList order;
-        const auto show = [&](
-                              const QString& text, std::function<void()> then = [] {}) {
-            m_alerts.show({.messageText = u"Tavrik"_s, .informativeText = text}, [&order, text, then](int) {
-                order << text;
-                then();
-            });
+        const auto log = [&order](const QString& text) {
+            order << text;
         };
-        show(u"first"_s);
-        show(u"second"_s, [&show] { show(u"from an answer"_s); });
-        m_queue.post([&] { order << u"job"_s; });
-        for (const auto& text : {u"first"_s, u"second"_s, u"from an answer"_s}) {
+        m_alerts.show({.informativeText = u"first"_s}, [&](int) { log(u"first"_s); });
+        m_alerts.show({.informativeText = u"second"_s}, [&](int) {
+            log(u"second"_s);
+            m_alerts.show({.informativeText = u"from an answer"_s}, [&](int) { log(u"from an answer"_s); });
+        });
+        m_queue.post([&] { log(u"job"_s); });
+        const QStringList texts{u"first"_s, u"second"_s, u"from an answer"_s};
+        for (const auto& text : texts) {
             QCOMPARE(box()->findChild<QTextEdit*>()->toPlainText(), text);
             QTest::qWait(50);
             box()->close();
-            QCOMPARE(order.last(), text);
         }
-        QTRY_COMPARE(order, QStringList({u"first"_s, u"second"_s, u"from an answer"_s, u"job"_s}));
+        QTRY_COMPARE(order, texts + QStringList(u"job"_s));
     }
 
     void foreignTextStaysPlain() {

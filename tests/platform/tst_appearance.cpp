@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusContext>
-#include <QDBusMessage>
 #include <QDBusVariant>
 #include <QTest>
 #include <QToolTip>
@@ -16,14 +15,13 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const auto portalName = u"org.freedesktop.portal.Desktop"_s;
-const auto portalPath = u"/org/freedesktop/portal/desktop"_s;
+const auto appearanceGroup = u"org.freedesktop.appearance"_s;
+const auto schemeKey = u"color-scheme"_s;
 
 bool isDark() {
-    const auto lightness = [](auto role) {
-        return QApplication::palette().color(role).lightness();
-    };
-    return std::max(lightness(QPalette::Window), lightness(QPalette::Base)) < 128 &&
-           std::min(lightness(QPalette::WindowText), lightness(QPalette::Text)) > 128;
+    const auto palette = QApplication::palette();
+    return std::max(palette.window().color().lightness(), palette.base().color().lightness()) < 128 &&
+           std::min(palette.windowText().color().lightness(), palette.text().color().lightness()) > 128;
 }
 
 } // namespace
@@ -35,25 +33,18 @@ class Portal : public QObject, protected QDBusContext {
 
 public:
     explicit Portal(uint scheme) : m_scheme(scheme) {
-        m_bus.registerObject(portalPath, this, QDBusConnection::ExportAllSlots);
+        m_bus.registerObject(u"/org/freedesktop/portal/desktop"_s, this, QDBusConnection::ExportAllContents);
         m_bus.registerService(portalName);
     }
-    ~Portal() override {
-        m_bus.unregisterService(portalName);
-        m_bus.unregisterObject(portalPath);
-    }
+    ~Portal() override { m_bus.unregisterService(portalName); }
 
-    void change(const QString& group, const QString& key, const QVariant& value) {
-        auto signal =
-            QDBusMessage::createSignal(portalPath, u"org.freedesktop.portal.Settings"_s, u"SettingChanged"_s);
-        signal.setArguments({group, key, QVariant::fromValue(QDBusVariant(value))});
-        m_bus.send(signal);
-    }
+Q_SIGNALS:
+    void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 public Q_SLOTS:
     // The answer is wrapped twice, as the portal's is.
     QDBusVariant Read(const QString& group, const QString& key) {
-        if (group != u"org.freedesktop.appearance" || key != u"color-scheme")
+        if (group != appearanceGroup || key != schemeKey)
             sendErrorReply(u"org.freedesktop.portal.Error.NotFound"_s);
         return QDBusVariant(QVariant::fromValue(QDBusVariant(m_scheme)));
     }
@@ -68,8 +59,6 @@ class TestAppearance : public QObject {
 
 private Q_SLOTS:
     void theDesktopIsFollowed() {
-        const auto group = u"org.freedesktop.appearance"_s;
-        const auto key = u"color-scheme"_s;
         const auto before = QApplication::palette();
         {
             Portal portal(1);
@@ -77,14 +66,15 @@ private Q_SLOTS:
             appearance.apply(AppearanceChoice::system);
             QTRY_VERIFY(isDark());
             QVERIFY(QToolTip::palette().color(QPalette::ToolTipBase).lightness() < 128);
-            portal.change(group, u"accent-color"_s, 0U);
-            portal.change(u"org.gnome.desktop.interface"_s, key, u"prefer-light"_s);
+            Q_EMIT portal.SettingChanged(appearanceGroup, u"accent-color"_s, QDBusVariant(0U));
+            Q_EMIT portal.SettingChanged(u"org.gnome.desktop.interface"_s, schemeKey,
+                                         QDBusVariant(u"prefer-light"_s));
             QTest::qWait(50);
             QVERIFY(isDark());
-            portal.change(group, key, 2U);
+            Q_EMIT portal.SettingChanged(appearanceGroup, schemeKey, QDBusVariant(2U));
             QTRY_VERIFY(!isDark());
             appearance.apply(AppearanceChoice::light);
-            portal.change(group, key, 1U);
+            Q_EMIT portal.SettingChanged(appearanceGroup, schemeKey, QDBusVariant(1U));
             QTest::qWait(50);
             QVERIFY(!isDark());
             appearance.apply(AppearanceChoice::system);
