@@ -43,8 +43,9 @@ ListView {
     currentIndex: -1
     // Until there is a current row, which then takes the list's place.
     activeFocusOnTab: currentIndex < 0 && count > 0
+    // A text that was clicked keeps the focus.
     onActiveFocusChanged: {
-        if (activeFocus && currentIndex < 0)
+        if (activeFocus && currentIndex < 0 && Window.activeFocusItem === list)
             currentIndex = Math.max(0, indexAt(0, contentY + 60));
     }
     // Also when the row that had the focus was deleted, and another stands in its place.
@@ -81,6 +82,10 @@ ListView {
         }
         // One that waits to be used again is not there for a screen reader either.
         ListView.onPooled: visible = false
-        ListView.onReused: visible = true
+        // Qt 6.8 would leave it out of the accessible tree.
+        ListView.onReused: {
+            visible = true;
+            Accessible.ignored = false;
+        }
     }
 }
