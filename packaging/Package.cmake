@@ -43,7 +43,7 @@ history. Tavrik lives in the status bar and runs only while you speak.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What is loaded at run time, which no linker knows of.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "qml6-module-qtquick, qml6-module-qtquick-templates, qml6-module-qtquick-window, qml6-module-qtqml, qml6-module-qtqml-models, qml6-module-qtqml-workerscript")
+    "qml6-module-qtquick, qml6-module-qtquick-templates, qml6-module-qtquick-window, qml6-module-qtqml, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qt6-svg-plugins | libqt6svg6 (<< 6.8)")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "ca-certificates, dbus-user-session | dbus-session-bus, fonts-inter, gnome-keyring | gnome-shell | kwalletmanager, pulseaudio | pipewire-pulse, xdg-utils")
 include(CPack)
