@@ -94,9 +94,10 @@ bool isValid(json::value value) {
 
 template<class Value>
 bool assign(std::optional<Value> decoded, Value& member) {
-    if (decoded)
-        member = *std::move(decoded);
-    return decoded.has_value();
+    if (!decoded)
+        return false;
+    member = *std::move(decoded);
+    return true;
 }
 
 enum Member : unsigned { hasDate = 1, hasDuration = 2, hasId = 4, hasText = 8, hasAll = 15 };
