@@ -32,6 +32,12 @@ void abandonProgram() {
         program->abandon();
 }
 
+/// Ends the process here. exit() would first take down objects that threads and Qt still use.
+void endWithoutDisplay() {
+    abandonProgram();
+    std::_Exit(exitFailure);
+}
+
 void complain(const QString& sentence) {
     std::fprintf(stderr, "tavrik: %s\n", qUtf8Printable(sentence));
 }
@@ -44,9 +50,10 @@ void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
         complain(message.section(u'\n', 0, 0));
         std::_Exit(exitFailure);
     }
-    // After this Qt ends the process at once, without calling what is registered for its exit.
-    if (message.startsWith("The Wayland connection"_L1))
-        abandonProgram();
+    // Qt's only notice that it is about to end the process.
+    if (message.startsWith("The Wayland connection broke"_L1) ||
+        message.startsWith("The X11 connection broke"_L1))
+        endWithoutDisplay();
 }
 
 /// Makes the application object with one of Qt's platform plugins, and runs `main`.
@@ -76,8 +83,7 @@ int run(const QByteArrayList& urls) {
 
     program.emplace();
     runningProgram = &*program;
-    // Qt calls exit() when the X server goes away.
-    std::atexit(&abandonProgram);
+    onDisplayLost(&endWithoutDisplay);
     program->start();
     if (!urls.isEmpty())
         program->open(urls, {});

@@ -58,6 +58,10 @@ std::shared_ptr<void> onTermination(std::function<void()> terminated) {
     return std::make_shared<TerminationSignals>(std::move(terminated));
 }
 
+void onDisplayLost(void (*lost)()) {
+    onXServerLost(lost);
+}
+
 namespace {
 
 const QString noXServer = u"There is no X server."_s;

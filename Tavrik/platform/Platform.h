@@ -48,6 +48,10 @@ Result<QByteArray> qtPlatform();
 /// lives.
 std::shared_ptr<void> onTermination(std::function<void()> terminated);
 
+/// Calls `lost`, which must end the process, when the display is gone. Qt and Xlib end it too, but in the
+/// midst of a call, where exit() would take down objects that other threads still use.
+void onDisplayLost(void (*lost)());
+
 /// Every service of the desktop the program runs on, chosen by what the desktop offers. None is ever null:
 /// what stands in for a missing one does nothing and knows why. Made once, after QApplication; destroyed
 /// before it.

@@ -2,15 +2,31 @@
 
 #include <QGuiApplication>
 
+#include <X11/Xlib.h>
+
 #include <cstring>
 
 namespace tavrik {
+
+namespace {
+
+void (*endProcess)() = nullptr;
+
+} // namespace
 
 bool xServerAnswers() {
     auto* connection = xcb_connect(nullptr, nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);
     return answers;
+}
+
+void onXServerLost(void (*lost)()) {
+    endProcess = lost;
+    XSetIOErrorHandler([](Display*) {
+        endProcess();
+        return 0;
+    });
 }
 
 xcb_connection_t* applicationConnection() {

@@ -14,6 +14,10 @@ using XcbPointer = std::unique_ptr<T, decltype([](T* reply) { std::free(reply); 
 /// Whether there is a server behind DISPLAY that lets this process in. Needs no application object.
 bool xServerAnswers();
 
+/// Calls `lost`, which must end the process, when the server behind the application's own windows is gone.
+/// Otherwise Xlib prints a line and calls exit().
+void onXServerLost(void (*lost)());
+
 /// The connection the application's own windows use. Null where that is not X11.
 xcb_connection_t* applicationConnection();
 
