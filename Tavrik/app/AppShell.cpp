@@ -25,8 +25,6 @@ void AppDelegate::applicationDidFinishLaunching() {
     updateIcon();
     buildMenu();
     m_dependencies.microphone.requestAccess();
-    m_dependencies.pasteKeys.requestPermission(PasteKeys::PermissionRequest::once);
-    openWindowOnFirstRun();
     const QPointer<AppDelegate> self(this);
     auto& hotKey = m_dependencies.hotKey;
     hotKey.setOnPress([self] {
@@ -39,7 +37,15 @@ void AppDelegate::applicationDidFinishLaunching() {
     });
     connect(&hotKey, &Service::statusChanged, this, &AppDelegate::hotKeyStatusChanged);
     connect(&m_dependencies.pasteKeys, &Service::statusChanged, this, &AppDelegate::updateNote);
-    hotKey.registerHotKey();
+    // One question at a time, and no window of ours over the desktop's dialogs.
+    hotKey.registerHotKey(PermissionRequest::once, [self] {
+        if (!self)
+            return;
+        self->m_dependencies.pasteKeys.requestPermission(PermissionRequest::once, [self] {
+            if (self)
+                self->openWindowOnFirstRun();
+        });
+    });
     m_dependencies.preferences.watch([self] {
         if (self)
             self->preferencesChanged();

@@ -7,14 +7,15 @@ namespace tavrik {
 HotKeyRegistrar::HotKeyRegistrar(HotKeyBackend& backend, MainQueue& queue, const Settings& settings)
     : m_backend(backend), m_queue(queue), m_settings(settings) {}
 
-void HotKeyRegistrar::registerHotKey() {
+void HotKeyRegistrar::registerHotKey(PermissionRequest request, std::function<void()> settled) {
     m_isStale = false;
     m_hotKey.reset();
     m_combination = {m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
     m_display = m_settings.hotKeyDisplay();
-    m_hotKey = std::make_unique<HotKey>(m_backend, m_queue, m_combination);
+    m_hotKey = std::make_unique<HotKey>(m_backend, m_queue, m_combination, request);
     m_hotKey->setOnPress(m_onPress);
     m_hotKey->setOnRelease(m_onRelease);
+    m_hotKey->setOnSettled(std::move(settled));
     connect(m_hotKey.get(), &Service::statusChanged, this, &Service::statusChanged);
     Q_EMIT statusChanged();
 }
@@ -27,15 +28,17 @@ void HotKeyRegistrar::stop() {
 void HotKeyRegistrar::setRecording(bool recording) {
     m_isRecording = recording;
     if (!recording && m_isStale)
-        registerHotKey();
+        registerHotKey(PermissionRequest::byUser);
 }
 
 void HotKeyRegistrar::refresh() {
     if (!m_hotKey)
         return;
     const KeyCombination wanted{m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
-    if (wanted != m_combination || m_settings.hotKeyDisplay() != m_display || !m_hotKey->status().works)
+    if (wanted != m_combination || m_settings.hotKeyDisplay() != m_display)
         hotKeyChanged();
+    else if (!m_isRecording && !m_hotKey->status().works)
+        registerHotKey(PermissionRequest::once);
 }
 
 void HotKeyRegistrar::releaseHotKey() {
@@ -47,11 +50,15 @@ void HotKeyRegistrar::hotKeyChanged() {
     if (m_isRecording)
         m_isStale = true;
     else
-        registerHotKey();
+        registerHotKey(PermissionRequest::byUser);
 }
 
 ServiceStatus HotKeyRegistrar::status() const {
     return m_hotKey ? m_hotKey->status() : m_backend.status();
+}
+
+QString HotKeyRegistrar::assignedTrigger() const {
+    return m_hotKey ? m_hotKey->assignedTrigger() : QString();
 }
 
 } // namespace tavrik

@@ -21,8 +21,9 @@ public:
     void setOnPress(std::function<void()> callback) { m_onPress = std::move(callback); }
     void setOnRelease(std::function<void()> callback) { m_onRelease = std::move(callback); }
 
-    /// Drops the hot key and registers the one the preferences name.
-    void registerHotKey();
+    /// Drops the hot key and registers the one the preferences name. `settled` is run once from the main
+    /// queue, when the desktop asks the user nothing (any more) about it; not if it is dropped before.
+    void registerHotKey(PermissionRequest request, std::function<void()> settled = {});
 
     /// Drops the hot key for good.
     void stop();
@@ -38,6 +39,7 @@ public:
     void releaseHotKey() override;
     void hotKeyChanged() override;
     ServiceStatus status() const override;
+    QString assignedTrigger() const override;
 
 private:
     HotKeyBackend& m_backend;

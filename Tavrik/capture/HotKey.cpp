@@ -6,7 +6,8 @@
 
 namespace tavrik {
 
-HotKey::HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination) {
+HotKey::HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination,
+               PermissionRequest request) {
     const auto poster = [&queue, this](std::function<void()> Callbacks::* member) {
         return [&queue, callbacks = m_callbacks, member] {
             queue.post([callbacks, member] {
@@ -16,8 +17,10 @@ HotKey::HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combinat
             });
         };
     };
-    m_registration = backend.registerHotKey(
-        combination, {.pressed = poster(&Callbacks::press), .released = poster(&Callbacks::release)});
+    m_registration = backend.registerHotKey(combination, request,
+                                            {.pressed = poster(&Callbacks::press),
+                                             .released = poster(&Callbacks::release),
+                                             .settled = poster(&Callbacks::settled)});
     connect(m_registration.get(), &Service::statusChanged, this, &Service::statusChanged);
 }
 
@@ -29,8 +32,16 @@ void HotKey::setOnRelease(std::function<void()> callback) {
     m_callbacks->release = std::move(callback);
 }
 
+void HotKey::setOnSettled(std::function<void()> callback) {
+    m_callbacks->settled = std::move(callback);
+}
+
 ServiceStatus HotKey::status() const {
     return m_registration->status();
+}
+
+QString HotKey::assignedTrigger() const {
+    return m_registration->assignedTrigger();
 }
 
 } // namespace tavrik

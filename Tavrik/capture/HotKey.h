@@ -14,7 +14,7 @@ class MainQueue;
 /// tried again by itself. Main thread only.
 class HotKey : public Service {
 public:
-    HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination);
+    HotKey(HotKeyBackend& backend, MainQueue& queue, KeyCombination combination, PermissionRequest request);
 
     /// Run on the main queue when the combination goes down. Looked up when the job runs, so that it may be
     /// set at any time; what was queued before this was destroyed still runs.
@@ -23,12 +23,19 @@ public:
     /// Run on the main queue when it comes up, always after its press.
     void setOnRelease(std::function<void()> callback);
 
+    /// Run once on the main queue when the desktop asks the user nothing (any more) about the combination.
+    void setOnSettled(std::function<void()> callback);
+
     ServiceStatus status() const override;
+
+    /// What the desktop has assigned; see HotKeyBackend::Registration.
+    QString assignedTrigger() const;
 
 private:
     struct Callbacks {
         std::function<void()> press;
         std::function<void()> release;
+        std::function<void()> settled;
     };
 
     std::shared_ptr<Callbacks> m_callbacks = std::make_shared<Callbacks>();

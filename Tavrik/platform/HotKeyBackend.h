@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/KeyCombination.h"
+#include "platform/PermissionRequest.h"
 #include "platform/Service.h"
 
 #include <functional>
@@ -14,17 +15,27 @@ class HotKeyBackend : public Service {
 public:
     /// Called on the main thread, straight from the event that caused them. A hold is one press and one
     /// release; a hold that can no longer be followed is released.
+    /// None of them is null.
     struct Handlers {
         std::function<void()> pressed;
         std::function<void()> released;
+        /// Called once, perhaps within registerHotKey(), when the desktop asks the user nothing (any more)
+        /// about the registration. Not called after the registration is gone.
+        std::function<void()> settled;
     };
 
     /// A combination that stays grabbed until this is destroyed. Its status says whether it is; that may
     /// change with the keyboard's map, or when the desktop's service goes.
-    using Registration = Service;
+    class Registration : public Service {
+    public:
+        /// What the desktop has assigned, in its own words ("Press Ctrl+Alt+Space"); empty where that is
+        /// always the combination asked for. statusChanged() tells of a change.
+        virtual QString assignedTrigger() const { return {}; }
+    };
 
     /// Never fails: a registration that could not be made says so in its status and delivers nothing.
-    virtual std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers handlers) = 0;
+    virtual std::unique_ptr<Registration> registerHotKey(KeyCombination combination,
+                                                         PermissionRequest request, Handlers handlers) = 0;
 };
 
 } // namespace tavrik

@@ -258,7 +258,8 @@ private Q_SLOTS:
         desk.preferences.values["appearance"] = "dark";
         desk.play("launch");
         QCOMPARE(desk.appearance.applied, AppearanceChoice::dark);
-        QVERIFY(desk.microphone.asked && desk.pasteKeys.asked == PasteKeys::PermissionRequest::once);
+        QVERIFY(desk.microphone.asked);
+        QTRY_VERIFY(desk.pasteKeys.asked == PermissionRequest::once);
 
         desk.preferences.values["appearance"] = "light";
         desk.preferences.values["hotkey_display"] = "⌥ F6";
@@ -286,6 +287,7 @@ private Q_SLOTS:
             desk.preferences.values["openrouter_api_key"] = key;
             desk.play("launch");
             desk.signedIn = signedIn;
+            QTRY_VERIFY(desk.accountKnown);
             desk.accountKnown();
             // Due when the window would be.
             bool due = false;

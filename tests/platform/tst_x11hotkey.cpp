@@ -30,9 +30,10 @@ class TestX11HotKey : public QObject {
     void log(const QString& event) { m_log << event; }
 
     Registration add(KeyCombination combination) {
-        return m_backend->registerHotKey(combination,
+        return m_backend->registerHotKey(combination, PermissionRequest::once,
                                          {std::bind_front(&TestX11HotKey::log, this, u"press"_s),
-                                          std::bind_front(&TestX11HotKey::log, this, u"release"_s)});
+                                          std::bind_front(&TestX11HotKey::log, this, u"release"_s), [] {
+                                          }});
     }
 
     // Changes the keyboard by a program, and waits until the change has been noticed.

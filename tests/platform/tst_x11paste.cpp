@@ -126,7 +126,10 @@ private Q_SLOTS:
         const auto released = [&releases] {
             ++releases;
         };
-        const auto hotKey = backend.registerHotKey({49, KeyCombination::option}, {[] {}, released});
+        const auto hotKey = backend.registerHotKey({49, KeyCombination::option}, PermissionRequest::once,
+                                                   {[] {}, released,
+                                                    [] {
+                                                    }});
         for (const bool letGo : {true, false}) {
             m_outcomes.clear();
             releases = 0;

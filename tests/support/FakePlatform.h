@@ -73,9 +73,11 @@ public:
 class HotKeys : public Set<HotKeyBackend> {
 public:
     explicit HotKeys(Journal& log) : journal(log) {}
-    std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers wanted) override {
+    std::unique_ptr<Registration> registerHotKey(KeyCombination combination, PermissionRequest,
+                                                 Handlers wanted) override {
         journal << QStringLiteral("register %1 %2").arg(combination.keyCode).arg(combination.modifiers);
         handlers = std::move(wanted);
+        handlers.settled();
         return std::make_unique<Held>(*this);
     }
 
@@ -105,7 +107,10 @@ public:
 
 class Keys : public Set<PasteKeys> {
 public:
-    void requestPermission(PermissionRequest request) override { asked = request; }
+    void requestPermission(PermissionRequest request, std::function<void()> answered) override {
+        asked = request;
+        answered();
+    }
     void sendPaste(Completion<void>) override {}
     std::optional<PermissionRequest> asked;
 };

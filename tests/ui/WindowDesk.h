@@ -26,6 +26,8 @@ class OwnerLog : public fake::Set<AbstractHotKeyOwner> {
 public:
     void releaseHotKey() override { ++released; }
     void hotKeyChanged() override { ++changed; }
+    QString assignedTrigger() const override { return trigger; }
+    QString trigger;
     int released = 0;
     int changed = 0;
 };

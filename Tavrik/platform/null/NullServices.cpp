@@ -2,7 +2,9 @@
 
 namespace tavrik {
 
-std::unique_ptr<HotKeyBackend::Registration> NullHotKeyBackend::registerHotKey(KeyCombination, Handlers) {
+std::unique_ptr<HotKeyBackend::Registration>
+NullHotKeyBackend::registerHotKey(KeyCombination, PermissionRequest, Handlers handlers) {
+    handlers.settled();
     return std::make_unique<NullService<Registration>>(status().reason);
 }
 

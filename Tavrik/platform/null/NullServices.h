@@ -34,7 +34,8 @@ class NullHotKeyBackend final : public NullService<HotKeyBackend> {
 public:
     using NullService::NullService;
 
-    std::unique_ptr<Registration> registerHotKey(KeyCombination, Handlers) override;
+    std::unique_ptr<Registration> registerHotKey(KeyCombination, PermissionRequest,
+                                                 Handlers handlers) override;
 };
 
 class NullPanelHost final : public NullService<PanelHost> {
@@ -51,7 +52,7 @@ class NullPasteKeys final : public NullService<PasteKeys> {
 public:
     using NullService::NullService;
 
-    void requestPermission(PermissionRequest) override {}
+    void requestPermission(PermissionRequest, std::function<void()> answered) override { answered(); }
     void sendPaste(Completion<void> completion) override;
 };
 

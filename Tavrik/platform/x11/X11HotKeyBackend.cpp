@@ -157,8 +157,9 @@ ServiceStatus X11HotKeyBackend::status() const {
     return {backendName, works, works ? m_restriction : X11Keyboard::disconnectedReason()};
 }
 
-std::unique_ptr<HotKeyBackend::Registration> X11HotKeyBackend::registerHotKey(KeyCombination combination,
-                                                                              Handlers handlers) {
+std::unique_ptr<HotKeyBackend::Registration>
+X11HotKeyBackend::registerHotKey(KeyCombination combination, PermissionRequest, Handlers handlers) {
+    handlers.settled();
     return std::make_unique<X11Registration>(m_keyboard, combination, std::move(handlers), m_restriction);
 }
 

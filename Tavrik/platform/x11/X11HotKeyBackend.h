@@ -14,7 +14,8 @@ public:
     explicit X11HotKeyBackend(X11Keyboard& keyboard, QString restriction = {});
 
     ServiceStatus status() const override;
-    std::unique_ptr<Registration> registerHotKey(KeyCombination combination, Handlers handlers) override;
+    std::unique_ptr<Registration> registerHotKey(KeyCombination combination, PermissionRequest request,
+                                                 Handlers handlers) override;
 
 private:
     X11Keyboard& m_keyboard;

@@ -20,7 +20,7 @@ public:
 
     ServiceStatus status() const override;
     /// Nobody to ask: the server allows it or not.
-    void requestPermission(PermissionRequest) override {}
+    void requestPermission(PermissionRequest, std::function<void()> answered) override { answered(); }
     /// While one waits for keys to be let go, another adds no keys, and ends with it: the clipboard holds the
     /// newer text by then.
     void sendPaste(Completion<void> completion) override;
