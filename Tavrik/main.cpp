@@ -10,6 +10,7 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 
 using namespace tavrik;
@@ -34,6 +35,7 @@ int runProgram(const char* entry, int argc, char* argv[]) {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    const auto startTime = std::chrono::steady_clock::now();
     const auto command = runCommand(QByteArrayList(argv + std::min(argc, 1), argv + argc));
     if (const auto* status = std::get_if<ExitStatus>(&command))
         return *status;
@@ -50,6 +52,14 @@ int main(int argc, char* argv[]) {
         }
         application.reset();
         return runProgram("tavrikProbe", 1, argv);
+    }
+
+    if (const auto* hotKey = std::get_if<SendHotKeyCommand>(&command)) {
+        const auto sent = running->send({hotKey->kind, startTime});
+        if (sent)
+            return exitSuccess;
+        QTextStream(stderr) << "tavrik: " << sent.error().description << '\n';
+        return exitFailure;
     }
 
     const auto urls = std::get<StartProgram>(command).urls;

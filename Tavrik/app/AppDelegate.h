@@ -70,6 +70,7 @@ public:
     /// The user has opened the program again while it runs. The token may be empty.
     void applicationShouldHandleReopen(const QByteArray& activationToken);
 
+    bool isRecording() const { return m_state == State::recording; }
     void startRecording();
     void stopAndTranslate();
     void cancelRecording();

@@ -8,6 +8,9 @@
 #include <QCommandLineParser>
 #include <QString>
 
+#include <array>
+#include <utility>
+
 namespace tavrik {
 
 using namespace Qt::StringLiterals;
@@ -19,9 +22,15 @@ constexpr auto help =
 
 Usage: tavrik [URL...]             start, or bring the running Tavrik forward
        tavrik preferences ACTION   read or change preferences
+       tavrik press | release | toggle
+                                   begin and end a dictation, for key bindings of your own
        tavrik status               show what works on this desktop, and why the rest does not
        tavrik --help               show this text
        tavrik --version            show the version
+
+Key bindings, where the desktop gives programs no shortcut:
+  bind tavrik press to a key going down and tavrik release to it going up,
+  or tavrik toggle to one that knows no release. Tavrik must be running.
 
 Preferences:
   tavrik preferences list             show all preferences and their values
@@ -35,6 +44,11 @@ A running Tavrik follows such a change at once. To use your own OpenRouter key, 
 
 then type or paste the key and press Enter.
 )";
+
+constexpr std::array<std::pair<QLatin1StringView, HotKeyCommand::Kind>, 3> hotKeyCommands{
+    {{"press"_L1, HotKeyCommand::Kind::press},
+     {"release"_L1, HotKeyCommand::Kind::release},
+     {"toggle"_L1, HotKeyCommand::Kind::toggle}}};
 
 ExitStatus complain(const CommandStreams& streams, const QString& what) {
     streams.err << "tavrik: " << what << " Try tavrik --help.\n";
@@ -70,6 +84,9 @@ Command runCommandLine(const QByteArrayList& arguments,
         return runPreferencesCommand(words.sliced(1), *makeStore(), streams);
     if (words == QStringList{u"status"_s})
         return ShowStatus{};
+    for (const auto& [name, kind] : hotKeyCommands)
+        if (words == QStringList{name})
+            return SendHotKeyCommand{kind};
     // As bytes: the parser's texts have lost what is not UTF-8.
     const auto urls = arguments.last(words.size());
     for (const auto& url : urls)

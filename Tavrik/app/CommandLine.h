@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/CommandStreams.h"
+#include "platform/HotKeyCommand.h"
 
 #include <QByteArrayList>
 
@@ -25,7 +26,14 @@ struct ShowStatus {
     bool operator==(const ShowStatus&) const = default;
 };
 
-using Command = std::variant<ExitStatus, StartProgram, ShowStatus>;
+/// The running program is to take this as its hot key going down or up.
+struct SendHotKeyCommand {
+    HotKeyCommand::Kind kind;
+
+    bool operator==(const SendHotKeyCommand&) const = default;
+};
+
+using Command = std::variant<ExitStatus, StartProgram, ShowStatus, SendHotKeyCommand>;
 
 /// Does what the arguments (without the program's name) ask for and returns the exit status, or says what the
 /// program is to do. Needs no display. `makeStore` is called for the command that needs the preferences.

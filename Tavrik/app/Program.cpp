@@ -5,6 +5,7 @@
 #include "app/HotKeyRegistrar.h"
 #include "base/AppVersion.h"
 #include "base/MainQueue.h"
+#include "capture/CommandHotKey.h"
 #include "capture/Paster.h"
 #include "capture/Recorder.h"
 #include "history/HistoryStore.h"
@@ -107,6 +108,13 @@ struct Program::Objects {
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};
+    CommandHotKey commands{queue,
+                           {.isRecording = [this] { return delegate.isRecording(); },
+                            .pressed = [this] { delegate.startRecording(); },
+                            .released =
+                                [this] {
+                                    delegate.stopAndTranslate();
+                                }}};
 
     HistoryStore& history() {
         return openedHistory ? *openedHistory : openedHistory.emplace(platformFolders().applicationSupport);
@@ -130,6 +138,10 @@ void Program::open(const QByteArrayList& urls, const QByteArray& activationToken
     for (const auto& url : urls)
         m_objects->account.handleCallback(url);
     reopen(activationToken);
+}
+
+void Program::receive(HotKeyCommand command) {
+    m_objects->commands.receive(command);
 }
 
 void Program::abandon() {

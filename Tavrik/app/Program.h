@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/HotKeyCommand.h"
 #include "platform/Service.h"
 
 #include <QByteArrayList>
@@ -27,6 +28,9 @@ public:
 
     /// Takes in URLs, byte for byte as they were given, and shows the window.
     void open(const QByteArrayList& urls, const QByteArray& activationToken);
+
+    /// A key binding of the user's own has been pressed or released.
+    void receive(HotKeyCommand command);
 
     /// Does what must not be left undone where the process ends without destroying this: no speech stays on
     /// disk, and the history is written.

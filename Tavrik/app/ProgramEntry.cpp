@@ -77,6 +77,7 @@ int run(const QByteArrayList& urls) {
         .urlsOpened = [&program](const QByteArrayList& opened,
                                  const QByteArray& token) { program->open(opened, token); },
         .status = [&program] { return reportStatus(program->services()); },
+        .hotKeyCommand = [&program](HotKeyCommand command) { program->receive(command); },
     });
     if (!first)
         return instance->forward(urls) ? exitSuccess : exitFailure;

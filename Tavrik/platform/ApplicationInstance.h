@@ -1,5 +1,8 @@
 #pragma once
 
+#include "base/Result.h"
+#include "platform/HotKeyCommand.h"
+
 #include <QByteArrayList>
 #include <QString>
 
@@ -28,6 +31,7 @@ public:
         /// Started with URLs, each byte for byte as it was given.
         std::function<void(const QByteArrayList& urls, const QByteArray& activationToken)> urlsOpened;
         std::function<StatusReport()> status;
+        std::function<void(HotKeyCommand)> hotKeyCommand;
     };
 
     ApplicationInstance() = default;
@@ -42,6 +46,10 @@ public:
     /// What the running program says of its services. Nothing when none runs, or it does not answer within a
     /// second. Needs a core application.
     virtual std::optional<StatusReport> askStatus() = 0;
+
+    /// Gives the running program a command of its hot key. The error, a sentence for the user, says that none
+    /// runs, or that it does not answer within a second. Needs a core application.
+    virtual Result<void> send(HotKeyCommand command) = 0;
 
     /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
     /// session bus cannot tell, and answers true.

@@ -63,6 +63,7 @@ private Q_SLOTS:
             QVERIFY(running.claim(
                 {[&](const auto& token) { told << token; },
                  [&](const auto& urls, const auto& token) { told += urls + QByteArrayList{token}; },
+                 {},
                  {}}));
             QVERIFY(forward({}));
             qputenv("XDG_ACTIVATION_TOKEN", "token");

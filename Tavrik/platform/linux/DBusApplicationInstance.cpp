@@ -11,6 +11,7 @@
 #include <QVariantMap>
 
 #include <array>
+#include <chrono>
 #include <utility>
 
 namespace tavrik {
@@ -56,6 +57,28 @@ QByteArray activationToken(const QVariantMap& platformData) {
     return {};
 }
 
+/// The name of a command on the bus.
+QString methodName(HotKeyCommand::Kind kind) {
+    switch (kind) {
+    case HotKeyCommand::Kind::press:
+        return u"Press"_s;
+    case HotKeyCommand::Kind::release:
+        return u"Release"_s;
+    case HotKeyCommand::Kind::toggle:
+        return u"Toggle"_s;
+    }
+    return {};
+}
+
+/// Whether the error is that nobody has the program's name, or that there is no bus. Any other comes from a
+/// program that is there and does not answer.
+bool noneRuns(const QDBusMessage& reply) {
+    const auto error = reply.errorName();
+    return error == "org.freedesktop.DBus.Error.ServiceUnknown"_L1 ||
+           error == "org.freedesktop.DBus.Error.NameHasNoOwner"_L1 ||
+           error == "org.freedesktop.DBus.Error.Disconnected"_L1;
+}
+
 /// Calls the running program over a connection of its own: the shared one delivers nothing until the event
 /// loop runs of the application object that it was made under.
 QDBusMessage callRunningProgram(QDBusMessage call) {
@@ -94,6 +117,29 @@ private:
     const ApplicationInstance::Handlers& m_handlers;
 };
 
+/// The arguments are microseconds of the clock that all processes share and nobody sets.
+class HotKeyAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "io.nordvex.tavrik.HotKey")
+
+public:
+    HotKeyAdaptor(QObject* object, const ApplicationInstance::Handlers& handlers)
+        : QDBusAbstractAdaptor(object), m_handlers(handlers) {}
+
+public Q_SLOTS:
+    void Press(qlonglong time) { receive(HotKeyCommand::Kind::press, time); }
+    void Release(qlonglong time) { receive(HotKeyCommand::Kind::release, time); }
+    void Toggle(qlonglong time) { receive(HotKeyCommand::Kind::toggle, time); }
+
+private:
+    void receive(HotKeyCommand::Kind kind, qlonglong time) {
+        m_handlers.hotKeyCommand(
+            {kind, std::chrono::steady_clock::time_point(std::chrono::microseconds(time))});
+    }
+
+    const ApplicationInstance::Handlers& m_handlers;
+};
+
 class StatusAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "io.nordvex.tavrik.Status")
@@ -119,6 +165,7 @@ private:
 struct DBusApplicationInstance::Service : QObject {
     explicit Service(Handlers given) : handlers(std::move(given)) {
         new ApplicationAdaptor(this, handlers);
+        new HotKeyAdaptor(this, handlers);
         new StatusAdaptor(this, handlers);
     }
 
@@ -145,12 +192,8 @@ bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
         call << texts;
     }
     call << platformData();
-    const auto error = callRunningProgram(call).errorName();
-    // Nobody has the name, or there is no bus. Any other error comes from a program that is there and does
-    // not answer: a second one would not help.
-    return error != "org.freedesktop.DBus.Error.ServiceUnknown"_L1 &&
-           error != "org.freedesktop.DBus.Error.NameHasNoOwner"_L1 &&
-           error != "org.freedesktop.DBus.Error.Disconnected"_L1;
+    // A second program would not help one that does not answer.
+    return !noneRuns(callRunningProgram(call));
 }
 
 std::optional<StatusReport> DBusApplicationInstance::askStatus() {
@@ -160,6 +203,20 @@ std::optional<StatusReport> DBusApplicationInstance::askStatus() {
     if (!values.isValid())
         return std::nullopt;
     return StatusReport{values.argumentAt<0>(), values.argumentAt<1>()};
+}
+
+Result<void> DBusApplicationInstance::send(HotKeyCommand command) {
+    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, u"io.nordvex.tavrik.HotKey"_s,
+                                               methodName(command.kind));
+    const qlonglong time =
+        std::chrono::duration_cast<std::chrono::microseconds>(command.time.time_since_epoch()).count();
+    call << time;
+    const auto reply = callRunningProgram(call);
+    if (noneRuns(reply))
+        return std::unexpected(Error{u"Tavrik is not running."_s});
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return std::unexpected(Error{u"Tavrik is running, and does not answer."_s});
+    return {};
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {

@@ -13,6 +13,7 @@ public:
 
     bool forward(const QByteArrayList& urls) override;
     std::optional<StatusReport> askStatus() override;
+    Result<void> send(HotKeyCommand command) override;
     bool claim(Handlers handlers) override;
 
 private:
