@@ -22,6 +22,8 @@
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtLinkOpener.h"
 #include "platform/qt/QtWindowActivator.h"
+#include "platform/wayland/WaylandConnection.h"
+#include "platform/wayland/WaylandKeyRepeat.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
@@ -83,6 +85,8 @@ bool hasScreen() {
 /// What several services stand on.
 struct Platform::Foundation {
     X11Keyboard keyboard;
+    WaylandConnection wayland;
+    WaylandKeyRepeat keyRepeat{wayland};
     std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
 };
 
