@@ -144,6 +144,7 @@ void AppDelegate::showError(const QString& message) {
 
 void AppDelegate::setState(State state) {
     m_state = state;
+    m_dependencies.busyChanged(state != State::idle);
     updateIcon();
     switch (state) {
     case State::idle:

@@ -54,6 +54,8 @@ public:
 
         /// Shows the window, with the activation token that the user's wish came with, if it did with one.
         std::function<void(const QByteArray& activationToken)> openMainWindow;
+        /// Told when a dictation begins and when it is over.
+        std::function<void(bool busy)> busyChanged;
         /// Chosen from the menu. Without one the item is disabled.
         std::function<void()> checkForUpdates;
         std::function<void()> quit;

@@ -105,6 +105,7 @@ struct Program::Objects {
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
         .openMainWindow = [this](const QByteArray& activationToken) { views.showMainWindow(activationToken); },
+        .busyChanged = [this](bool busy) { updates.setBusy(busy); },
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};

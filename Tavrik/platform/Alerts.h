@@ -16,8 +16,13 @@ struct Alert {
     Style style = Style::warning;
     /// The first is the default. Empty: one confirming button.
     QStringList buttons = {};
+    /// What the pointer is told over each button; may be shorter than the buttons.
+    QStringList toolTips = {};
     /// Whether the keyboard goes to the alert while another program has it.
     bool activates = true;
+    /// Whether the alert may come up under typing hands: keys then do nothing until none was pressed for half
+    /// a second. The mouse works at once.
+    bool ignoresTyping = false;
 };
 
 /// Alerts, modal while the program has the keyboard. While one is open the main queue waits. Main thread

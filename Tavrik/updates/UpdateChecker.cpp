@@ -20,7 +20,14 @@ UpdateChecker::UpdateChecker(HttpClient& http, Alerts& alerts, MainQueue& queue,
                              QString currentVersion, std::function<void(const QUrl&)> openLink,
                              QObject* parent)
     : QObject(parent), m_http(http), m_alerts(alerts), m_queue(queue), m_manifest(std::move(manifest)),
-      m_currentVersion(std::move(currentVersion)), m_openLink(std::move(openLink)) {}
+      m_currentVersion(std::move(currentVersion)), m_openLink(std::move(openLink)) {
+    m_afterDictation.setSingleShot(true);
+    m_afterDictation.setInterval(1s);
+    connect(&m_afterDictation, &QTimer::timeout, this, [this] {
+        if (const auto show = std::exchange(m_waiting, {}))
+            m_queue.post(show);
+    });
+}
 
 void UpdateChecker::startPeriodicChecks() {
     if (m_manifest.isEmpty())
@@ -54,32 +61,59 @@ void UpdateChecker::report(const std::optional<Release>& release, bool userIniti
         release ? showUpToDate() : showCheckFailed();
 }
 
+void UpdateChecker::setBusy(bool busy) {
+    if (m_isBusy == busy)
+        return;
+    m_isBusy = busy;
+    if (busy)
+        m_afterDictation.stop();
+    else
+        m_afterDictation.start();
+}
+
+void UpdateChecker::announce(Alert alert, std::function<void(int)> answered) {
+    m_waiting = [self = QPointer<UpdateChecker>(this), alert = std::move(alert),
+                 answered = std::move(answered)] {
+        if (!self)
+            return;
+        // Another dictation may have begun before the queue came to this.
+        if (self->m_isBusy || self->m_afterDictation.isActive())
+            self->announce(alert, answered);
+        else
+            self->m_alerts.show(alert, answered);
+    };
+    if (!m_isBusy && !m_afterDictation.isActive())
+        std::exchange(m_waiting, {})();
+}
+
 void UpdateChecker::showUpdateAvailable(const Release& release) {
     QString text =
         u"You have %1. Download the new version, then replace the app and reopen it."_s.arg(m_currentVersion);
     if (!release.notes.isEmpty())
         text += u"\n\nWhat's new:\n"_s + release.notes;
-    m_alerts.show({.messageText = u"Tavrik %1 is available"_s.arg(release.version),
-                   .informativeText = text,
-                   .style = Alert::Style::informational,
-                   .buttons = {u"Download"_s, u"Later"_s}},
-                  [self = QPointer<UpdateChecker>(this), url = release.url](int button) {
-                      if (self && button == 0)
-                          self->m_openLink(url);
-                  });
+    announce({.messageText = u"Tavrik %1 is available"_s.arg(release.version),
+              .informativeText = text,
+              .style = Alert::Style::informational,
+              .buttons = {u"Download"_s, u"Later"_s},
+              .toolTips = {release.url.host()},
+              .ignoresTyping = true},
+             [self = QPointer<UpdateChecker>(this), url = release.url](int button) {
+                 if (self && button == 0)
+                     self->m_openLink(url);
+             });
 }
 
 void UpdateChecker::showUpToDate() {
-    m_alerts.show({.messageText = u"You're up to date"_s,
-                   .informativeText = u"Tavrik %1 is the latest version."_s.arg(m_currentVersion),
-                   .style = Alert::Style::informational,
-                   .activates = false});
+    announce({.messageText = u"You're up to date"_s,
+              .informativeText = u"Tavrik %1 is the latest version."_s.arg(m_currentVersion),
+              .style = Alert::Style::informational,
+              .activates = false});
 }
 
 void UpdateChecker::showCheckFailed() {
-    m_alerts.show({.messageText = u"Could not check for updates"_s,
-                   .informativeText = u"Check your internet connection and try again."_s,
-                   .activates = false});
+    announce({.messageText = u"Could not check for updates"_s,
+              .informativeText = u"Check your internet connection and try again."_s,
+              .activates = false});
 }
 
 } // namespace tavrik

@@ -12,6 +12,7 @@ namespace tavrik {
 class Alerts;
 class HttpClient;
 class MainQueue;
+struct Alert;
 struct Release;
 
 /// Tells the user when a newer release is published; installs nothing. Main thread only.
@@ -30,8 +31,12 @@ public:
     /// Starts one check. A check not initiated by the user reports nothing but a newer release.
     void check(bool userInitiated);
 
+    /// While a dictation runs, and for a second after it, no alert is shown; the newest waits.
+    void setBusy(bool busy);
+
 private:
     void report(const std::optional<Release>& release, bool userInitiated);
+    void announce(Alert alert, std::function<void(int)> answered = {});
     void showUpdateAvailable(const Release& release);
     void showUpToDate();
     void showCheckFailed();
@@ -43,6 +48,10 @@ private:
     QString m_currentVersion;
     std::function<void(const QUrl&)> m_openLink;
     QTimer m_timer;
+    bool m_isBusy = false;
+    /// Runs from the end of a dictation: its text has yet to reach the window that has the keyboard.
+    QTimer m_afterDictation;
+    std::function<void()> m_waiting;
 };
 
 } // namespace tavrik

@@ -116,6 +116,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         .sounds = sounds,
         .statusItem = status,
         .openMainWindow = std::bind_front(&Desk::openWindow, this),
+        .busyChanged = [](bool) {},
         .checkForUpdates = {},
         .quit = std::bind_front(&Desk::quit, this),
     });

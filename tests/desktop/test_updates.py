@@ -8,6 +8,7 @@ import os
 import pathlib
 import sys
 import tempfile
+import time
 
 import desk
 
@@ -56,6 +57,7 @@ class Updates(desk.Suite):
 
     def answer(self, key):
         desk.wait_for("the alert to be in front", lambda: desk.front() == "Tavrik")
+        time.sleep(0.6)  # before that it takes keys for those of somebody who types
         desk.run("xdotool", "key", key)
         desk.wait_for("the alert to close", lambda: not self.tavrik.alerts())
 
@@ -91,11 +93,22 @@ class Updates(desk.Suite):
         self.tells(FAILED).dismiss()
 
     def test_unasked(self):
+        """While the user dictates: the alert waits for the text, and is not answered by keys meant for the editor."""
         self.start(NEWER)
-        self.tells(AVAILABLE)
-        check, = self.backend.requests(MANIFEST)
+        with desk.held(*desk.SHORTCUT):
+            check, = desk.wait_for("the check", lambda: self.backend.requests(MANIFEST))
+            desk.speak(self.sentence)
+            self.assertEqual(self.tavrik.alerts(), [])
         self.assertIn("no-cache", check["headers"]["cache-control"])
+        desk.wait_for("the text", lambda: "Offline mock server" in self.editor.text())
+        self.tells(AVAILABLE)
+        desk.wait_for("the alert to be in front", lambda: desk.front() == "Tavrik")
+        for _ in range(3):
+            desk.run("xdotool", "key", "Return")
+            time.sleep(0.3)
+        self.tells(AVAILABLE)
         self.answer("Escape")
+        self.assertEqual(self.visited.read_text(), "")
 
     def test_unasked_in_vain(self):
         self.start({"version": "99.1"})

@@ -1,5 +1,6 @@
 #include "platform/qt/MessageBoxAlerts.h"
 
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QLabel>
@@ -9,6 +10,7 @@
 #include <QScrollBar>
 #include <QTextDocument>
 #include <QTextEdit>
+#include <QWindow>
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +19,29 @@
 namespace tavrik {
 
 namespace {
+
+/// Keeps from a window the keys that were meant for another.
+class TypingFilter : public QObject {
+public:
+    explicit TypingFilter(QObject* parent) : QObject(parent) { m_quiet.start(); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto type = event->type();
+        if (type != QEvent::KeyPress && type != QEvent::KeyRelease && type != QEvent::ShortcutOverride)
+            return false;
+        if (m_quiet.hasExpired(500)) {
+            watched->removeEventFilter(this);
+            return false;
+        }
+        m_quiet.restart();
+        // An accepted override is no shortcut.
+        event->accept();
+        return true;
+    }
+
+private:
+    QElapsedTimer m_quiet;
+};
 
 constexpr QSize logoSize{48, 48};
 constexpr double narrowestText = 240;
@@ -106,9 +131,12 @@ void MessageBoxAlerts::presentNext() {
     }
 
     QList<QAbstractButton*> buttons;
-    for (const auto& title : alert.buttons)
-        buttons += box.addButton(QString(title).replace(u'&', QStringLiteral("&&")),
-                                 buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+    for (const auto& title : alert.buttons) {
+        auto* button = box.addButton(QString(title).replace(u'&', QStringLiteral("&&")),
+                                     buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+        button->setToolTip(alert.toolTips.value(buttons.size()));
+        buttons += button;
+    }
     if (buttons.isEmpty())
         buttons += box.addButton(QMessageBox::Ok);
     // Some styles draw one on the standard button alone.
@@ -122,6 +150,8 @@ void MessageBoxAlerts::presentNext() {
         finish(static_cast<int>(clicked ? buttons.indexOf(clicked) : buttons.size() - 1));
     });
     box.show();
+    if (alert.ignoresTyping)
+        box.windowHandle()->installEventFilter(new TypingFilter(&box));
     box.raise();
     if (takesKeyboard)
         box.activateWindow();
