@@ -39,7 +39,6 @@ int main(int argc, char* argv[]) {
     const auto history = someHistory(records);
     for (auto record = history.crbegin(); record != history.crend(); ++record)
         desk.history.insertFirst(*record);
-    desk.start(true);
 
     const double before = residentMegabytes();
     std::printf("window, first show to first frame    %6.1f ms   (goal 150 over the panel's)\n",

@@ -28,6 +28,8 @@ CHAT = "/api/v1/chat/completions"
 CANCEL, CONFIRM = "Cancel", "Finish and paste"
 QUIT, CHECK_FOR_UPDATES = 13, 42
 SHOWING = Atspi.StateType.SHOWING
+# Where the keyring holds the session.
+SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 # Proxies are for the world outside.
 opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
@@ -256,23 +258,38 @@ class Tavrik(Process):
 
 
 class MockService(Process):
-    """A D-Bus service of the session, whose methods take what their signatures say and answer nothing."""
+    """A D-Bus service of the session. Its methods are given as (arguments' signature, answer's signature, code)."""
 
-    def __init__(self, name, path, **methods):
-        super().__init__("/usr/bin/python3", "-m", "dbusmock", "--session", name, path, name)
+    def __init__(self, name, path, interface=None, **methods):
+        self._interface = interface or name
+        super().__init__("/usr/bin/python3", "-m", "dbusmock", "--session", name, path, self._interface)
         bus = dbus.SessionBus()
         wait_for(name, lambda: bus.name_has_owner(name))
         self._mock = dbus.Interface(bus.get_object(name, path), "org.freedesktop.DBus.Mock")
-        for method, signature in methods.items():
-            self._mock.AddMethod(name, method, signature, "", "")
+        for method, definition in methods.items():
+            self._mock.AddMethod(self._interface, method, *definition)
 
     def calls(self, method):
         """The arguments of each call so far."""
         return [list(arguments) for _, arguments in self._mock.GetMethodCalls(method)]
 
+    def emit(self, signal, signature, *arguments):
+        self._mock.EmitSignal(self._interface, signal, signature, arguments)
+
 
 def set_preference(program, key, value):
     subprocess.run([program, "preferences", "set", key, "-"], input=value, text=True, check=True)
+
+
+def kept_session():
+    """What the keyring holds for the program."""
+    found = subprocess.run(["secret-tool", "lookup", *SLOT], text=True, capture_output=True)
+    return json.loads(found.stdout) if found.returncode == 0 else None
+
+
+def forget_session():
+    subprocess.run(["secret-tool", "clear", *SLOT])
+    assert kept_session() is None
 
 
 class Alert:
@@ -338,6 +355,24 @@ class Window:
     def can_use(self, name):
         return bool(item := self.find(name)) and is_usable(item)
 
+    def focused(self):
+        """The name of what the keyboard acts on."""
+        item = find(self._showing(), lambda item: has_state(item, Atspi.StateType.FOCUSED) and is_usable(item))
+        return item and item.get_name()
+
+    def tab(self):
+        """Moves the focus on by one stop; the name of that stop."""
+        before = self.focused()
+        self.key("Tab")
+        return wait_for(f"another focus than {before!r}", lambda: (now := self.focused()) != before and now)
+
+    def tab_to(self, name):
+        """The names of the stops on the way."""
+        stops = [self.tab()]
+        while stops[-1] != name and len(stops) < 40:
+            stops.append(self.tab())
+        return stops
+
     def middle(self, name, within=None):
         """Where it has come to rest on the screen."""
         seen = []
@@ -386,15 +421,15 @@ class Suite(unittest.TestCase):
     def tearDown(self):
         self.assertEqual(Tavrik.takes(), [], "a recording was left behind")
 
-    def speak(self):
+    def speak(self, *shortcut):
         self.editor.focus()
-        with held(*SHORTCUT):
+        with held(*(shortcut or SHORTCUT)):
             speak(self.sentence)
 
-    def dictate(self, text="Offline mock server"):
+    def dictate(self, text="Offline mock server", *shortcut):
         """Until it arrives; the requests that it made. The check for updates may fall into it."""
         before = len(self.backend.requests())
         pasted = self.editor.text().count(text)
-        self.speak()
+        self.speak(*shortcut)
         wait_for(f"{text!r} in the editor", lambda: self.editor.text().count(text) == pasted + 1)
         return [request for request in self.backend.requests()[before:] if request["method"] == "POST"]

@@ -12,21 +12,9 @@ import urllib.request
 import desk
 
 PUBLIC_KEY, CASES, *OPTIONS = sys.argv[4:]
-SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 REFERENCE_DATE = 978307200
 TRANSLATE = "/functions/v1/translate"
 OWN_KEY = [(desk.CHAT, "Bearer sk-mine")]
-
-
-def kept_session():
-    """What the keyring holds for the program."""
-    found = subprocess.run(["secret-tool", "lookup", *SLOT], text=True, capture_output=True)
-    return json.loads(found.stdout) if found.returncode == 0 else None
-
-
-def forget_session():
-    subprocess.run(["secret-tool", "clear", *SLOT])
-    assert kept_session() is None
 
 
 def callback(session):
@@ -58,22 +46,22 @@ class Accounts(desk.Suite):
 
 class Keyring(Accounts):
     def setUp(self):
-        forget_session()
+        desk.forget_session()
 
     def refreshed_from(self, token):
         return desk.wait_for("a new session in the keyring", lambda: (
-            (kept := kept_session()) and kept["refreshToken"] != token and kept))
+            (kept := desk.kept_session()) and kept["refreshToken"] != token and kept))
 
     def test_the_browsers_callback_signs_in_for_good(self):
         self.open()
         program = self.launch()
         self.forward(callback(self.session))
-        kept = desk.wait_for("the session in the keyring", kept_session)
+        kept = desk.wait_for("the session in the keyring", desk.kept_session)
         self.assertEqual(kept.pop("email"), "someone@example.org")
         self.assertAlmostEqual(kept.pop("expiresAt"), time.time() - REFERENCE_DATE + 3600, delta=60)
         self.assertEqual(kept, {"accessToken": self.session["access_token"],
                                 "refreshToken": self.session["refresh_token"]})
-        self.assertEqual(desk.run("secret-tool", "search", "--all", *SLOT).count("[/"), 1)
+        self.assertEqual(desk.run("secret-tool", "search", "--all", *desk.SLOT).count("[/"), 1)
 
         bearer = f"Bearer {self.session['access_token']}"
         request, = self.dictate()
@@ -91,7 +79,7 @@ class Keyring(Accounts):
         self.open("--token-lifetime", "30")
         program = self.launch()
         self.forward(callback(self.session))
-        desk.wait_for("the session in the keyring", kept_session)
+        desk.wait_for("the session in the keyring", desk.kept_session)
 
         refresh, translate = self.dictate()
         self.assertEqual((refresh["path"], refresh["query"]), ("/auth/v1/token", "grant_type=refresh_token"))
@@ -105,14 +93,14 @@ class Keyring(Accounts):
         self.speak()
         alert = desk.Alert(program)
         self.assertIn("Your session expired — please sign in again.", alert.texts())
-        self.assertIsNone(kept_session())
+        self.assertIsNone(desk.kept_session())
         alert.dismiss()
         self.assertEqual(self.dictated(), OWN_KEY)
 
     def test_a_callback_starts_the_program(self):
         self.open()
         self.launch(callback(self.session))
-        kept = desk.wait_for("the session in the keyring", kept_session)
+        kept = desk.wait_for("the session in the keyring", desk.kept_session)
         self.assertEqual(kept["accessToken"], self.session["access_token"])
         self.assertEqual(self.dictated(), [(TRANSLATE, f"Bearer {self.session['access_token']}")])
 
@@ -125,10 +113,10 @@ class Keyring(Accounts):
                           second.process.poll() is not None)
             left, stayed = (first, second) if first.process.poll() is not None else (second, first)
             self.assertEqual(left.process.returncode, 0)
-            desk.wait_for("the session in the keyring", kept_session)
+            desk.wait_for("the session in the keyring", desk.kept_session)
             self.assertIsNone(stayed.process.poll())
             stayed.stop()
-            forget_session()
+            desk.forget_session()
 
 
 class NoKeyring(Accounts):

@@ -1,6 +1,6 @@
 """A person's way through the main window of the installed program, with real clicks and keys.
 
-usage: test_window.py TAVRIK TAVRIK-BACKEND PORT
+usage: test_window.py TAVRIK TAVRIK-MOCK-SERVER PORT
 """
 
 import html
@@ -12,21 +12,27 @@ import re
 import shutil
 import subprocess
 import sys
-import unittest
+import time
 import urllib.request
+
+import dbus
+import Xlib.display
+import Xlib.X
+import Xlib.XK
 
 import desk
 
-PROGRAM, BACKEND, PORT = sys.argv[1:4]
+PROGRAM = sys.argv[1]
 CONFIG, DATA = (pathlib.Path(os.environ[name]) for name in ("XDG_CONFIG_HOME", "XDG_DATA_HOME"))
 HISTORY = DATA / "Tavrik" / "history.json"
 AUTOSTART = CONFIG / "autostart" / "io.nordvex.tavrik.desktop"
 NOTES = pathlib.Path(os.environ["HOME"])
-SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 USER = pwd.getpwuid(os.getuid())
 GREETING = "Welcome back, " + (USER.pw_gecos.split(",")[0] or USER.pw_name).split()[0]
-DICTATE = "/api/v1/chat/completions"
+TOKEN, TRANSLATE = "/auth/v1/token", "/functions/v1/translate"
 EMAIL, PASSWORD = "sara@example.org", "correct horse"
+RECORDING, DEFAULT_SHORTCUT = "Shortcut: Press keys…", "Shortcut: ⌥ Space"
+SOUNDS = "Recording and notification sounds"
 
 
 def install_opener():
@@ -52,24 +58,27 @@ def preference(key):
     return json.loads(file.read_text()).get(key) if file.exists() else None
 
 
-class MainWindow(unittest.TestCase):
+class MainWindow(desk.Suite):
     @classmethod
     def setUpClass(cls):
-        cls.sentence = desk.voice("سلام، امروز هوا خیلی خوب است")
+        super().setUpClass()
         install_opener()
 
     def setUp(self):
-        subprocess.run(["secret-tool", "clear", *SLOT])
+        desk.forget_session()
         for folder in (CONFIG / "Tavrik", DATA / "Tavrik", CONFIG / "autostart"):
             shutil.rmtree(folder, ignore_errors=True)
 
     def start(self, *options):
         """The program for the first time, and somewhere to write."""
-        self.backend = self.enterContext(desk.Backend(BACKEND, PORT, *options))
-        self.editor = self.enterContext(desk.Editor())
-        self.tavrik = self.enterContext(desk.Tavrik(PROGRAM))
-        self.window = desk.Window(self.tavrik)
+        self.open(*options)
+        self.window = desk.Window(self.launch())
         self.window.sees("Welcome to Tavrik")
+
+    def start_signed_in(self):
+        self.start()
+        self.sign_up()
+        self.window.sees(GREETING)
 
     def sign_up(self):
         self.window.click("New here? Create an account")
@@ -83,14 +92,13 @@ class MainWindow(unittest.TestCase):
 
     def dictate(self, text, *shortcut):
         """Says something that comes out as `text`."""
-        self.backend.script({"path": "/functions/v1/translate", "status": 200, "body": json.dumps({"text": text})})
-        self.editor.focus()
-        with desk.held(*(shortcut or desk.SHORTCUT)):
-            desk.speak(self.sentence)
-        desk.wait_for(f"{text!r} in the editor", lambda: text in self.editor.text())
+        self.backend.script({"path": TRANSLATE, "status": 200, "body": json.dumps({"text": text})})
+        return super().dictate(text, *shortcut)
 
-    def dictations(self):
-        return sum(request["path"].endswith("/translate") for request in self.backend.requests())
+    def is_dark(self, dark=True):
+        """Waits for the window's lower left corner, which the settings dim."""
+        corner = ("convert", f"x:{self.window.id}", "-format", "%[fx:p{4,600}.lightness]", "info:")
+        desk.wait_for("the night" if dark else "the day", lambda: (float(desk.run(*corner)) < 0.4) == dark)
 
     def test_from_a_new_account_to_a_kept_history(self):
         self.start("--confirm-email")
@@ -146,9 +154,15 @@ class MainWindow(unittest.TestCase):
         self.open_again()
         self.window.misses(GREETING)
         self.window.lists("Straße and مدرسه")
-        self.tavrik.stop()
-        self.tavrik = self.enterContext(desk.Tavrik(PROGRAM))
+        desk.run("xdotool", "windowminimize", "--sync", self.window.id)
         self.open_again()
+        self.window.click("Collapse sidebar")
+        desk.wait_for("the preference", lambda: preference("sidebar_collapsed"))
+        self.tavrik.stop()
+        self.launch()
+        self.open_again()
+        desk.wait_for("a narrow sidebar", lambda: desk.place(self.window.find("History")).width == 36)
+        self.window.click("Home")
         self.window.sees(GREETING)
         self.window.lists("Straße and مدرسه")
 
@@ -171,15 +185,11 @@ class MainWindow(unittest.TestCase):
         window.sees(GREETING)
         window.click("Account")
         window.sees("somebody@example.com", "Sign out")
-        desk.wait_for("the session", lambda: subprocess.run(["secret-tool", "lookup", *SLOT],
-                                                            capture_output=True).returncode == 0)
+        desk.wait_for("the session", desk.kept_session)
 
     def test_cards_and_settings(self):
-        self.start()
+        self.start_signed_in()
         window = self.window
-        self.sign_up()
-        window.sees(GREETING)
-
         window.click("Notifications")
         window.sees("Nothing here yet.")
         window.click("Account")
@@ -195,9 +205,6 @@ class MainWindow(unittest.TestCase):
         window.click("Account", times=2)
         window.misses(EMAIL)
 
-        window.click("Collapse sidebar")
-        desk.wait_for("a narrow sidebar", lambda: desk.place(window.find("History")).width == 36)
-        self.assertIs(preference("sidebar_collapsed"), True)
         window.click("Settings")
         window.sees("How Tavrik looks.")
         self.assertFalse(window.can_use("History"))
@@ -208,29 +215,13 @@ class MainWindow(unittest.TestCase):
         window.click("Italian")
         window.sees("Persian → Italian")
         window.click("Dark")
-        desk.wait_for("the night", lambda: self.ground() < 20)
+        self.is_dark()
         window.click("Light")
-        desk.wait_for("the day", lambda: self.ground() > 60)
+        self.is_dark(False)
         self.assertEqual((preference("target_language"), preference("appearance")), ("Italian", "light"))
 
-        window.click("Shortcut: ⌥ Space")
-        window.sees("Shortcut: Press keys…")
-        window.key("a", "Escape")
-        window.sees("Shortcut: ⌥ Space")
-        window.click("Shortcut: ⌥ Space")
-        window.sees("Shortcut: Press keys…")
-        # The present shortcut starts nothing now.
-        with desk.held(*desk.SHORTCUT):
-            window.sees("Shortcut: ⌥ Space")
-            self.assertEqual(self.tavrik.takes(), [])
-        self.assertEqual((preference("hotkey_keycode"), preference("hotkey_modifiers")), (49, 2048))
-        window.click("Shortcut: ⌥ Space")
-        window.sees("Shortcut: Press keys…")
-        window.key("ctrl+shift+F6")
-        window.sees("Shortcut: ⌃⇧ F6", "Appearance")
-
         window.click("System")
-        launch, sounds = "Launch app at login", "Recording and notification sounds"
+        launch = "Launch app at login"
         window.click(launch)
         desk.wait_for("the autostart entry", AUTOSTART.exists)
         self.assertIn(str(pathlib.Path(PROGRAM).name), AUTOSTART.read_text())
@@ -242,14 +233,15 @@ class MainWindow(unittest.TestCase):
         AUTOSTART.parent.touch()
         window.click(launch)
         # What is clicked next is answered after it.
-        window.click(sounds)
+        window.click(SOUNDS)
         desk.wait_for("silence", lambda: preference("sounds_enabled") is False)
         self.assertFalse(window.is_on(launch))
         AUTOSTART.parent.unlink()
 
         window.click("Account")
         folder = f"file://{DATA}/Tavrik"
-        with desk.MockService("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1", ShowItems="ass") as manager:
+        with desk.MockService("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                              ShowItems=("ass", "", "")) as manager:
             window.click("Show in File Manager")
             desk.wait_for("the folder in the file manager", lambda: manager.calls("ShowItems"))
             self.assertEqual(manager.calls("ShowItems")[0][0], [folder])
@@ -258,21 +250,128 @@ class MainWindow(unittest.TestCase):
 
         window.click("Close")
         window.misses("Persian → Italian")
-        self.dictate("The new shortcut works.", "Control_L", "Shift_L", "F6")
-        before = self.dictations()
-        with desk.held(*desk.SHORTCUT):
-            desk.speak(self.sentence)
-        self.assertEqual((self.tavrik.takes(), self.dictations()), ([], before))
+        self.dictate("Ciao.")
         window.activate()
-        window.lists("The new shortcut works.")
+        window.lists("Ciao.")
         window.click("Account")
         window.click("Sign out")
         window.sees("Welcome to Tavrik")
-        self.assertNotEqual(subprocess.run(["secret-tool", "lookup", *SLOT], capture_output=True).returncode, 0)
+        self.assertIsNone(desk.kept_session())
 
-    def ground(self):
-        """How light the window's lower left corner is, in per cent; the sheet dims it."""
-        return float(desk.run("convert", f"x:{self.window.id}", "-format", "%[fx:100*p{4,600}.lightness]", "info:"))
+    def test_the_shortcut(self):
+        self.start_signed_in()
+        window = self.window
+        # Escape, and what has no modifier of its own, leaves it as it is.
+        window.click("Settings")
+        window.click(DEFAULT_SHORTCUT)
+        window.sees(RECORDING)
+        window.key("a", "shift+a", "Control_L", "Escape")
+        window.sees(DEFAULT_SHORTCUT)
+        # So does the present shortcut, which starts nothing now.
+        window.click(DEFAULT_SHORTCUT)
+        window.sees(RECORDING)
+        with desk.held(*desk.SHORTCUT):
+            window.sees(DEFAULT_SHORTCUT)
+            self.assertEqual(self.tavrik.takes(), [])
+        self.assertEqual((preference("hotkey_keycode"), preference("hotkey_modifiers")), (49, 2048))
+
+        # Whatever ends the recording gives the hot key back.
+        for leave, come_back in ((lambda: window.click("Account"), lambda: window.click("General")),
+                                 (lambda: window.click("Close"), lambda: window.click("Settings")),
+                                 (self.editor.focus, window.activate), (self.close, self.open_again)):
+            window.click(DEFAULT_SHORTCUT)
+            window.sees(RECORDING)
+            leave()
+            with desk.held(*desk.SHORTCUT):
+                desk.wait_for("a take", self.tavrik.takes)
+            desk.wait_for("the end of the tap", lambda: not self.tavrik.takes())
+            come_back()
+
+        # A shortcut of another program is recorded all the same, and the settings warn of it.
+        window = self.window
+        other = Xlib.display.Display()
+        key = other.keysym_to_keycode(Xlib.XK.XK_F6)
+        other.screen().root.grab_key(key, Xlib.X.AnyModifier, True, Xlib.X.GrabModeAsync, Xlib.X.GrabModeAsync)
+        other.sync()
+        window.click(DEFAULT_SHORTCUT)
+        window.sees(RECORDING)
+        window.key("ctrl+shift+F6")
+        window.sees("Shortcut: ⌃⇧ F6", "Another program holds this shortcut. Choose another one.")
+        other.close()
+        subprocess.run([PROGRAM], check=True, timeout=10)
+        window.misses("Another program holds this shortcut. Choose another one.")
+        self.dictate("The new shortcut works.", "Control_L", "Shift_L", "F6")
+        before = len(self.backend.requests(TRANSLATE))
+        self.speak()
+        self.assertEqual((self.tavrik.takes(), len(self.backend.requests(TRANSLATE))), ([], before))
+
+    def test_the_keyboard_alone(self):
+        self.start_signed_in()
+        window = self.window
+        window.tab_to("Settings")
+        window.key("space")
+        window.sees("How Tavrik looks.")
+        # However far one tabs, one does not leave the sheet; a picker is one stop.
+        window.tab_to("English")
+        stops = window.tab_to("English")
+        self.assertEqual((stops.count("English"), "French" in stops, "Notifications" in stops), (1, False, False), stops)
+        window.key("Right", "Down")
+        desk.wait_for("the language", lambda: preference("target_language") == "Italian")
+        # The appearance's, and the tab's.
+        window.tab_to("System")
+        window.tab_to("System")
+        window.key("Return")
+        window.sees(SOUNDS)
+        window.tab_to(SOUNDS)
+        for key, on in ("space", False), ("Return", True), ("space", False):
+            window.key(key)
+            desk.wait_for(f"sounds {on}", lambda on=on: preference("sounds_enabled") is on and window.is_on(SOUNDS) == on)
+
+    def test_foreign_text_is_drawn_as_it_stands(self):
+        self.start()
+        window = self.window
+        foreign = "<font color='#00ff00'>████</font>"
+        message = foreign * 100
+        self.backend.script({"path": TOKEN, "status": 400, "delayMs": 500, "body": json.dumps({"msg": message})},
+                            {"path": TOKEN, "status": 200, "body": json.dumps(
+                                {"access_token": "a", "refresh_token": "r", "user": {"email": foreign}})})
+        window.fill("Email", EMAIL)
+        window.fill("Password", PASSWORD)
+        window.key("Return", "Return")
+        window.sees(message)
+        self.assertEqual(len(self.backend.requests(TOKEN)), 1)
+        self.shows_no_green()
+        # However much a service says, there is room for the button.
+        window.click("Sign in")
+        window.sees(GREETING)
+        self.dictate(foreign)
+        window.activate()
+        window.click("Account")
+        window.sees(foreign)
+        self.shows_no_green()
+
+    def shows_no_green(self):
+        green = desk.run("convert", f"x:{self.window.id}", "-color-matrix", "-1 1 0 0 0 0 0 0 0", "-format",
+                         "%[fx:maxima.r]", "info:")
+        self.assertLess(float(green), 0.4)
+
+    def test_the_desktops_colours(self):
+        scheme = ("org.freedesktop.appearance", "color-scheme")
+        with desk.MockService("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                              "org.freedesktop.portal.Settings",
+                              Read=("ss", "v", "ret = dbus.UInt32(1, variant_level=2)")) as portal:
+            self.start()
+            self.is_dark()
+            portal.emit("SettingChanged", "ssv", scheme[0], "accent-color", dbus.UInt32(2, variant_level=1))
+            time.sleep(0.3)
+            self.is_dark()
+            portal.emit("SettingChanged", "ssv", *scheme, dbus.UInt32(2, variant_level=1))
+            self.is_dark(False)
+            # The user's choice comes first.
+            desk.set_preference(PROGRAM, "appearance", "dark")
+            self.is_dark()
+            desk.set_preference(PROGRAM, "appearance", "system")
+            self.is_dark(False)
 
 
 desk.main()

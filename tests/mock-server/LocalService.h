@@ -10,8 +10,7 @@ namespace tavrik::test {
 /// The mock server within the test's own process, on a port of its own.
 class LocalService {
 public:
-    explicit LocalService(std::unique_ptr<QTcpServer> listener = std::make_unique<QTcpServer>())
-        : m_server(std::move(listener), m_mockServer) {
+    LocalService() {
         if (!m_server.listen())
             qFatal("%s", qPrintable(m_server.errorString()));
     }
@@ -21,13 +20,13 @@ public:
 
     const QList<mock::Request>& requests() const { return m_mockServer.requests(); }
     int connectionCount() const { return m_server.connectionCount(); }
-    QUrl url(const QString& path = {}, const QString& scheme = QStringLiteral("http")) const {
-        return QUrl(QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme).arg(m_server.port()).arg(path));
+    QUrl url(const QString& path = {}) const {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_server.port()).arg(path));
     }
 
 private:
     mock::MockServer m_mockServer{{.upstream = {}, .controllable = true}};
-    mock::HttpServer m_server;
+    mock::HttpServer m_server{std::make_unique<QTcpServer>(), m_mockServer};
 };
 
 } // namespace tavrik::test

@@ -1,7 +1,6 @@
 #include "mock-server/MockServer.h"
 #include "mock-server/Secrets.h"
 #include "mock-server/TestWav.h"
-#include "mock-server/Wav.h"
 #include "support/Files.h"
 
 #include <QTemporaryDir>
@@ -51,19 +50,6 @@ private Q_SLOTS:
             mockServer.answer(request, [&status](const Reply& reply) { status = reply.status; });
             QCOMPARE(status, expected);
         }
-    }
-
-    void measuresOnlyValidWav() {
-        const auto good = wav(0.5);
-        const std::pair<QByteArray, double> rows[]{
-            {good, 0.5},
-            {QByteArray(good).insert(36, QByteArray("LIST\x03\0\0\0abc\0", 12)), 0.5},
-            {good.chopped(1), -1},
-            {QByteArray(good).replace(40, 4, "\xff\xff\xff\xff"), -1},
-            {QByteArray(good).replace(20, 1, "\x03"), -1},
-            {good.first(12) + good.sliced(36) + good.sliced(12, 24), -1}};
-        for (const auto& [file, duration] : rows)
-            QCOMPARE(measureWav(file).value_or(Sound{.duration = -1}).duration, duration);
     }
 
     void accountsAreStoredWithoutTheirSecrets() {

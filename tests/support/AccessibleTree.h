@@ -25,49 +25,20 @@ public:
         return usable != found.end() ? *usable : found.value(0);
     }
 
-    /// All that show, from top to bottom; of this name, if it is not null.
-    Found all(QAccessible::Role role, const QString& name = {}) const {
+    /// All that show, from top to bottom.
+    Found all(QAccessible::Role role) const {
         Found found;
-        collect(
-            root(),
-            [&](auto* object) {
-                return object->role() == role && (name.isNull() || object->text(QAccessible::Name) == name);
-            },
-            found);
+        collect(root(), [role](auto* object) { return object->role() == role; }, found);
         std::ranges::stable_sort(found, {}, [](auto* object) { return object->rect().top(); });
         return found;
     }
 
     bool shows(const QString& name) const { return find(name) != nullptr; }
-    bool isEnabled(const QString& name) const {
-        auto* object = find(name);
-        return object && isUsable(object);
-    }
 
     /// The name of what the keyboard acts on.
     QString focused() const {
         auto* object = QAccessible::queryAccessibleInterface(m_window.focusObject());
         return object ? object->text(QAccessible::Name) : QString();
-    }
-
-    /// Where the object is, in the window.
-    QPoint middle(QAccessibleInterface* object) const {
-        // Lays everything out.
-        m_window.grabWindow();
-        return object ? m_window.mapFromGlobal(object->rect().center()) : QPoint();
-    }
-
-    void click(QAccessibleInterface* object) const {
-        QVERIFY(object);
-        const auto place = middle(object);
-        QTest::mouseMove(&m_window, place);
-        QTest::mouseClick(&m_window, Qt::LeftButton, {}, place);
-    }
-
-    /// Clicks a control, once it can be used.
-    void click(const QString& name) const {
-        QVERIFY2(QTest::qWaitFor([&] { return isEnabled(name); }), qPrintable(name));
-        click(find(name));
     }
 
     /// What a screen reader does in place of a click.

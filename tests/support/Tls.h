@@ -1,10 +1,7 @@
 #pragma once
 
-#include <QFile>
 #include <QProcess>
-#include <QSslCertificate>
 #include <QSslConfiguration>
-#include <QSslKey>
 #include <QTemporaryDir>
 
 namespace tavrik::test {
@@ -25,23 +22,11 @@ public:
     QString file() const { return m_folder.filePath(QStringLiteral("certificate.pem")); }
     QString keyFile() const { return m_folder.filePath(QStringLiteral("key.pem")); }
 
-    QList<QSslCertificate> chain() const { return QSslCertificate::fromPath(file()); }
-
     /// Lets this process's clients accept it.
     void trust() const {
         auto configuration = QSslConfiguration::defaultConfiguration();
-        configuration.addCaCertificates(chain());
+        configuration.addCaCertificates(file());
         QSslConfiguration::setDefaultConfiguration(configuration);
-    }
-
-    /// For a server in this process.
-    QSslConfiguration serverConfiguration() const {
-        QSslConfiguration configuration;
-        configuration.setLocalCertificateChain(chain());
-        QFile key(keyFile());
-        if (key.open(QIODevice::ReadOnly))
-            configuration.setPrivateKey(QSslKey(&key, QSsl::Rsa));
-        return configuration;
     }
 
 private:

@@ -4,14 +4,13 @@
 
 #include "account/AuthStore.h"
 #include "capture/AbstractHotKeyOwner.h"
-#include "mock-server/LocalService.h"
 #include "platform/FolderRevealer.h"
+#include "platform/LinkOpener.h"
 #include "platform/LoginItem.h"
 #include "platform/linux/XkbKeyReader.h"
 #include "platform/x11/X11WindowActivator.h"
 #include "preferences/Settings.h"
 #include "services/HttpClient.h"
-#include "support/FakeLinks.h"
 #include "support/FakePlatform.h"
 #include "support/FakeSecureSlot.h"
 #include "ui/HistoryDesk.h"
@@ -22,14 +21,16 @@
 
 namespace tavrik::test {
 
-class OwnerLog : public fake::Set<AbstractHotKeyOwner> {
+class NoHotKey : public fake::Set<AbstractHotKeyOwner> {
 public:
-    void releaseHotKey() override { ++released; }
-    void hotKeyChanged() override { ++changed; }
-    QString assignedTrigger() const override { return trigger; }
-    QString trigger;
-    int released = 0;
-    int changed = 0;
+    void releaseHotKey() override {}
+    void hotKeyChanged() override {}
+    QString assignedTrigger() const override { return {}; }
+};
+
+class NoLinks : public LinkOpener {
+public:
+    void open(const QUrl&) override {}
 };
 
 class NoFolders : public FolderRevealer {
@@ -43,26 +44,22 @@ public:
     void setEnabled(bool) override {}
 };
 
-/// Nobody is signed in, and the window was never shown.
+/// Sara is signed in, and the window was never shown.
 struct WindowDesk {
-    explicit WindowDesk(const QString& userName = "Sara Ahmadi") : fullUserName(userName) {}
-
-    const QString fullUserName;
-    LocalService service;
     MainQueue queue;
     HttpClient http{queue};
     fake::Slot slot;
-    AuthStore account{slot, http, queue, {.url = service.url(), .anonKey = "key"}};
+    AuthStore account{slot, http, queue, {.url = QUrl("http://127.0.0.1"), .anonKey = "key"}};
     QTemporaryDir folder;
     HistoryStore history{folder.path()};
     HeldClipboard clipboard;
     CalledDays days;
-    fake::Links links;
+    NoLinks links;
     NoFolders folders;
     NoLoginItem loginItem;
     X11WindowActivator activator;
     XkbKeyReader keys;
-    OwnerLog hotKey;
+    NoHotKey hotKey;
     fake::Keys pasteKeys;
     fake::Preferences preferences;
     fake::AppearanceLog appearance;
@@ -83,17 +80,14 @@ struct WindowDesk {
                          .folders = folders,
                          .texts = {},
                          .dataFolder = folder.path()},
-            .fullUserName = fullUserName,
+            .fullUserName = "Sara Ahmadi",
         },
         engine};
 
-    /// Finds Sara's session, or none.
-    void start(bool signedIn) {
-        if (signedIn)
-            slot.content = AuthSession{QStringLiteral("a"), QStringLiteral("r"),
-                                       std::chrono::system_clock::now() + std::chrono::hours(1),
-                                       QStringLiteral("sara@example.org")}
-                               .toJson();
+    WindowDesk() {
+        slot.content = AuthSession{"a", "r", std::chrono::system_clock::now() + std::chrono::hours(1),
+                                   "sara@example.org"}
+                           .toJson();
         slot.finishReading();
     }
 

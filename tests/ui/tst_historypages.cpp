@@ -105,38 +105,6 @@ private Q_SLOTS:
         QCOMPARE(told.size(), 1);
     }
 
-    void copies() {
-        auto& today = *desk->pages.today();
-        desk->dictate("first", desk->now);
-        desk->dictate("<b>second</b>\n", desk->now);
-        today.copy(0);
-        QCOMPARE(desk->clipboard.held, "<b>second</b>\n");
-        // The confirmation belongs to the record, wherever it moves.
-        desk->dictate("third", desk->now);
-        QVERIFY(!at(today, 0, TranscriptionModel::copiedRole).toBool());
-        QVERIFY(at(today, 1, TranscriptionModel::copiedRole).toBool());
-        QSignalSpy changes(&today, &QAbstractItemModel::dataChanged);
-        QTRY_VERIFY(!at(today, 1, TranscriptionModel::copiedRole).toBool());
-        QCOMPARE(changes.value(0).value(0).toModelIndex().row(), 1);
-    }
-
-    void stats() {
-        desk->locale.numbers = "fa_IR";
-        CalledDays otherDays;
-        HistoryPages pages(desk->dependencies(otherDays));
-        const auto& stats = *pages.stats();
-        const std::tuple<int, int, double, QStringList> rows[]{
-            {0, 0, 0, {u"۰"_s, "0", "1", "day"}},
-            {120, -5, 90, {u"۱۲۰"_s, "80", "2", "days"}},
-            {1114, 0, 30, {u"۱٫۲ هزار"_s, "617", "2", "days"}}};
-        for (const auto& [words, day, seconds, expected] : rows) {
-            desk->dictate(QByteArray("word ").repeated(words), desk->now.addDays(day), seconds);
-            QCOMPARE((QStringList{stats.totalWords().replace(QChar::Nbsp, u' '), stats.wordsPerMinute(),
-                                  stats.daysUsed(), stats.daysLabel()}),
-                     expected);
-        }
-    }
-
     // Whatever happens, the rows are those of a model made afresh, and each change was announced.
     void staysTrueThroughRandomChanges() {
         auto& all = *desk->pages.all();
