@@ -22,8 +22,12 @@
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtLinkOpener.h"
 #include "platform/qt/QtWindowActivator.h"
+#include "platform/wayland/DataControlClipboard.h"
+#include "platform/wayland/FakeInputPasteKeys.h"
+#include "platform/wayland/VirtualKeyboardPasteKeys.h"
 #include "platform/wayland/WaylandConnection.h"
 #include "platform/wayland/WaylandKeyRepeat.h"
+#include "platform/wayland/XWaylandPasteKeys.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PanelHost.h"
@@ -70,7 +74,7 @@ const QString noXServer = u"There is no X server."_s;
 // Of an X server that a Wayland compositor started for the programs that need one.
 const QString keysFromX =
     u"In this Wayland session the shortcut may only be heard while an X program has the keyboard."_s;
-const QString keysToX = u"In this Wayland session only X programs can be pasted into."_s;
+const QString noKeysToWayland = u"This desktop lets no program paste into another."_s;
 const QString panelNeedsX = u"The panel needs an X server."_s;
 const QString noScreen = u"There is no screen."_s;
 
@@ -102,34 +106,67 @@ Platform::Platform(MainQueue& queue)
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(
         queue, platformFolders().applicationSupport + u"/.signed-out"_s, QDBusConnection::sessionBus());
-    chooseClipboardAndKeys();
+    choosePasteKeys(chooseClipboard());
+    chooseHotKeys();
     chooseWindows();
 }
 
 Platform::~Platform() = default;
 
-/// Where the keys come from and go to: an X server, whatever the windows are shown on.
-void Platform::chooseClipboardAndKeys() {
-    std::function<void()> offerSelection = [] {
-    };
-    if (hasScreen()) {
-        auto ours = std::make_unique<QtClipboard>();
-        offerSelection = [clipboard = ours.get()] {
-            clipboard->offerAsSelection();
+/// The compositor's, where it lets programs without the keyboard have it; Qt's is silently ignored by some of
+/// those.
+std::function<void()> Platform::chooseClipboard() {
+    const auto use = [this](auto chosen) -> std::function<void()> {
+        auto* offering = chosen.get();
+        clipboard = std::move(chosen);
+        return [offering] {
+            offering->offerAsSelection();
         };
-        clipboard = std::move(ours);
-    } else {
-        clipboard = std::make_unique<NullClipboard>(noScreen);
-    }
-    if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected()) {
-        const bool besideWayland = qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-        hotKeys = std::make_unique<X11HotKeyBackend>(keyboard, besideWayland ? keysFromX : QString());
-        pasteKeys = std::make_unique<X11PasteKeys>(keyboard, std::move(offerSelection),
-                                                   besideWayland ? keysToX : QString());
-    } else {
+    };
+    if (DataControlClipboard::isOffered(m_foundation->wayland))
+        return use(std::make_unique<DataControlClipboard>(m_foundation->wayland));
+    if (hasScreen())
+        return use(std::make_unique<QtClipboard>());
+    clipboard = std::make_unique<NullClipboard>(noScreen);
+    return [] {
+    };
+}
+
+void Platform::chooseHotKeys() {
+    if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
+        hotKeys = std::make_unique<X11HotKeyBackend>(
+            keyboard, m_foundation->wayland.isConnected() ? keysFromX : QString());
+    else
         hotKeys = std::make_unique<NullHotKeyBackend>(noXServer);
-        pasteKeys = std::make_unique<NullPasteKeys>(noXServer);
+}
+
+void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
+    auto& keyboard = m_foundation->keyboard;
+    auto& wayland = m_foundation->wayland;
+    if (!wayland.isConnected()) {
+        if (keyboard.isConnected())
+            pasteKeys = std::make_unique<X11PasteKeys>(keyboard, offerSelection);
+        else
+            pasteKeys = std::make_unique<NullPasteKeys>(noXServer);
+        return;
     }
+    // Reaches X windows too.
+    if (FakeInputPasteKeys::isOffered(wayland)) {
+        pasteKeys = std::make_unique<FakeInputPasteKeys>(wayland, offerSelection);
+        return;
+    }
+    if (VirtualKeyboardPasteKeys::isOffered(wayland))
+        pasteKeys = std::make_unique<VirtualKeyboardPasteKeys>(wayland, offerSelection);
+    else
+        pasteKeys = std::make_unique<NullPasteKeys>(noKeysToWayland);
+    if (keyboard.isConnected())
+        pasteKeys = std::make_unique<XWaylandPasteKeys>(XWaylandPasteKeys::Dependencies{
+            .waylandKeys = std::move(pasteKeys),
+            .xKeys = std::make_unique<X11PasteKeys>(keyboard, offerSelection),
+            .focusedXWindow = [&keyboard] { return keyboard.queryInput().focusedWindowClass; },
+            .offerSelection = offerSelection,
+            .connection = wayland,
+        });
 }
 
 /// What Qt's own connection to the display decides.

@@ -59,7 +59,10 @@ class Platform {
     struct Foundation;
     std::unique_ptr<Foundation> m_foundation;
 
-    void chooseClipboardAndKeys();
+    /// The result offers the clipboard's text as the selection too.
+    std::function<void()> chooseClipboard();
+    void chooseHotKeys();
+    void choosePasteKeys(const std::function<void()>& offerSelection);
     void chooseWindows();
 
 public:

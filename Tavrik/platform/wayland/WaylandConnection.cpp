@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -68,6 +69,7 @@ WaylandConnection::WaylandConnection() {
 }
 
 WaylandConnection::~WaylandConnection() {
+    m_syncs.clear();
     m_registry.reset();
     if (m_display)
         wl_display_disconnect(m_display);
@@ -97,6 +99,26 @@ void WaylandConnection::flush() {
     checkConnection();
 }
 
+void WaylandConnection::afterRequests(const QObject* owner, std::function<void()> done) {
+    if (!m_connected)
+        return done();
+    static constexpr wl_callback_listener listener{
+        .done =
+            [](void* data, wl_callback*, uint32_t) {
+                auto& syncs = static_cast<Sync*>(data)->connection.m_syncs;
+                const auto position = std::ranges::find(syncs, data, &std::unique_ptr<Sync>::get);
+                const auto sync = std::move(*position);
+                syncs.erase(position);
+                if (sync->owner)
+                    sync->done();
+            },
+    };
+    auto& sync = m_syncs.emplace_back(
+        new Sync{*this, owner, std::move(done), WaylandPointer<wl_callback>(wl_display_sync(m_display))});
+    wl_callback_add_listener(sync->callback.get(), &listener, sync.get());
+    flush();
+}
+
 bool WaylandConnection::waitForGlobals(std::chrono::milliseconds bound) {
     bool done = false;
     static constexpr wl_callback_listener listener{
@@ -124,6 +146,9 @@ void WaylandConnection::checkConnection() {
     m_connected = false;
     m_readable->setEnabled(false);
     m_writable->setEnabled(false);
+    for (const auto& sync : std::exchange(m_syncs, {}))
+        if (sync->owner)
+            sync->done();
     Q_EMIT disconnected();
 }
 

@@ -5,8 +5,11 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 
 #include <chrono>
+#include <functional>
+#include <vector>
 
 struct wl_display;
 struct wl_interface;
@@ -45,6 +48,10 @@ public:
     /// Sends what was requested. Never waits.
     void flush();
 
+    /// Sends what was requested, and calls `done` when the compositor has carried it out, or is lost; unless
+    /// `owner` is gone by then.
+    void afterRequests(const QObject* owner, std::function<void()> done);
+
 Q_SIGNALS:
     /// The compositor offers something more, or takes something back.
     void globalsChanged();
@@ -57,6 +64,13 @@ private:
         quint32 version;
     };
 
+    struct Sync {
+        WaylandConnection& connection;
+        QPointer<const QObject> owner;
+        std::function<void()> done;
+        WaylandPointer<wl_callback> callback;
+    };
+
     void* bindGlobal(const wl_interface& interface, quint32 highestVersion) const;
     bool waitForGlobals(std::chrono::milliseconds bound);
     void read();
@@ -67,6 +81,7 @@ private:
     /// The first of each interface.
     QHash<QByteArray, Global> m_globals;
     bool m_connected = false;
+    std::vector<std::unique_ptr<Sync>> m_syncs;
     QSocketNotifier* m_readable = nullptr;
     QSocketNotifier* m_writable = nullptr;
 };

@@ -1,11 +1,10 @@
 #include "platform/x11/X11PasteKeys.h"
 
+#include "platform/linux/Terminals.h"
+
 #include <X11/keysym.h>
 #include <xcb/xproto.h>
 
-#include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -17,59 +16,10 @@ namespace {
 
 constexpr auto patience = 1s;
 
-// Terminals keep Control+V for the program inside. Their own shortcuts differ, and depend on the layout, but
-// all of them paste on Shift+Insert: some the clipboard, most the selection.
-bool isTerminal(const QByteArrayList& windowClass) {
-    static constexpr std::array<std::string_view, 37> names{
-        "alacritty",
-        "aterm",
-        "com.mitchellh.ghostty",
-        "contour",
-        "cool-retro-term",
-        "deepin-terminal",
-        "eterm",
-        "gnome-terminal",
-        "gnome-terminal-server",
-        "guake",
-        "io.elementary.terminal",
-        "kgx",
-        "kitty",
-        "konsole",
-        "lxterminal",
-        "mate-terminal",
-        "mlterm",
-        "org.gnome.console",
-        "org.gnome.ptyxis",
-        "org.wezfurlong.wezterm",
-        "ptyxis",
-        "qterminal",
-        "roxterm",
-        "rxvt",
-        "sakura",
-        "st",
-        "st-256color",
-        "terminator",
-        "terminology",
-        "termite",
-        "tilda",
-        "tilix",
-        "urxvt",
-        "uxterm",
-        "xfce4-terminal",
-        "xterm",
-        "yakuake",
-    };
-    return std::ranges::any_of(windowClass, [](const QByteArray& name) {
-        const auto lower = name.toLower();
-        return std::ranges::binary_search(names, std::string_view(lower.data(), lower.size()));
-    });
-}
-
 } // namespace
 
-X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection, QString restriction)
-    : m_keyboard(keyboard), m_offerSelection(std::move(offerSelection)),
-      m_restriction(std::move(restriction)) {
+X11PasteKeys::X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection)
+    : m_keyboard(keyboard), m_offerSelection(std::move(offerSelection)) {
     m_bound.setSingleShot(true);
     m_bound.setInterval(patience);
     connect(&m_bound, &QTimer::timeout, this, &X11PasteKeys::sendAnyway);
@@ -88,7 +38,7 @@ ServiceStatus X11PasteKeys::status() const {
         return {backend, false, X11Keyboard::disconnectedReason()};
     if (!m_keyboard.canSynthesise())
         return {backend, false, u"The X server lets no program paste into another."_s};
-    return {backend, true, m_restriction};
+    return {backend, true};
 }
 
 void X11PasteKeys::sendPaste(Completion<void> completion) {

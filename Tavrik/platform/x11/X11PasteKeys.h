@@ -14,9 +14,8 @@ namespace tavrik {
 class X11PasteKeys : public PasteKeys {
 public:
     /// `offerSelection` is called when the window that has the focus is about to paste the selection instead
-    /// of the clipboard: it should give the selection the clipboard's text. `restriction` tells the user what
-    /// the keys do not reach here; empty if there is nothing to tell.
-    X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection, QString restriction = {});
+    /// of the clipboard: it should give the selection the clipboard's text.
+    X11PasteKeys(X11Keyboard& keyboard, std::function<void()> offerSelection);
 
     ServiceStatus status() const override;
     /// Nobody to ask: the server allows it or not.
@@ -33,7 +32,6 @@ private:
 
     X11Keyboard& m_keyboard;
     const std::function<void()> m_offerSelection;
-    const QString m_restriction;
     QTimer m_bound;
     /// Of those that wait.
     std::vector<Completion<void>> m_waiting;

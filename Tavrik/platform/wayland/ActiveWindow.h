@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/wayland/WaylandConnection.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace tavrik {
+
+/// Finds out which program's window has the keyboard, where the compositor tells. Asks afresh every time and
+/// costs nothing in between. Main thread only.
+class ActiveWindow : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ActiveWindow(WaylandConnection& connection);
+    ~ActiveWindow() override;
+
+    /// `answered` gets the application id of the window; empty if that cannot be told. Called once, perhaps
+    /// within this call; not after this is destroyed.
+    void ask(std::function<void(const QByteArray& applicationId)> answered);
+
+private:
+    class Query;
+
+    void answer();
+
+    WaylandConnection& m_connection;
+    std::unique_ptr<Query> m_query;
+    std::vector<std::function<void(const QByteArray&)>> m_waiting;
+};
+
+} // namespace tavrik
