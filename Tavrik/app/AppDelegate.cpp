@@ -17,6 +17,8 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
@@ -52,7 +54,7 @@ AppDelegate::~AppDelegate() {
     cancelRecording();
 }
 
-void AppDelegate::startRecording() {
+void AppDelegate::startRecording(bool endsOnSecondPress) {
     if (m_state != State::idle)
         return;
     if (const auto started = m_dependencies.recorder.start(); !started) {
@@ -60,6 +62,7 @@ void AppDelegate::startRecording() {
         return;
     }
     setState(State::recording);
+    m_dependencies.hud.setHint(endsOnSecondPress ? u"Press again to finish"_s : QString());
     const QPointer<AppDelegate> self(this);
     m_dependencies.hud.show([self] { return self ? self->level() : 0; },
                             [self] {

@@ -73,7 +73,8 @@ public:
     void applicationShouldHandleReopen(const QByteArray& activationToken);
 
     bool isRecording() const { return m_state == State::recording; }
-    void startRecording();
+    /// `endsOnSecondPress`: no release is to be expected.
+    void startRecording(bool endsOnSecondPress = false);
     void stopAndTranslate();
     void cancelRecording();
 

@@ -29,7 +29,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     auto& hotKey = m_dependencies.hotKey;
     hotKey.setOnPress([self] {
         if (self)
-            self->startRecording();
+            self->startRecording(self->m_dependencies.hotKey.endsOnSecondPress());
     });
     hotKey.setOnRelease([self] {
         if (self)

@@ -61,4 +61,12 @@ QString HotKeyRegistrar::assignedTrigger() const {
     return m_hotKey ? m_hotKey->assignedTrigger() : QString();
 }
 
+KeyBindings HotKeyRegistrar::bindings() const {
+    return m_hotKey ? m_hotKey->bindings() : KeyBindings();
+}
+
+bool HotKeyRegistrar::endsOnSecondPress() const {
+    return m_hotKey && m_hotKey->endsOnSecondPress();
+}
+
 } // namespace tavrik

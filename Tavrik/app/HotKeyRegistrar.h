@@ -40,6 +40,8 @@ public:
     void hotKeyChanged() override;
     ServiceStatus status() const override;
     QString assignedTrigger() const override;
+    KeyBindings bindings() const override;
+    bool endsOnSecondPress() const;
 
 private:
     HotKeyBackend& m_backend;

@@ -109,13 +109,14 @@ struct Program::Objects {
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
     }};
-    CommandHotKey commands{queue,
-                           {.isRecording = [this] { return delegate.isRecording(); },
-                            .pressed = [this] { delegate.startRecording(); },
-                            .released =
-                                [this] {
-                                    delegate.stopAndTranslate();
-                                }}};
+    CommandHotKey commands{
+        queue,
+        {.isRecording = [this] { return delegate.isRecording(); },
+         .pressed = [this](bool endsOnSecondPress) { delegate.startRecording(endsOnSecondPress); },
+         .released =
+             [this] {
+                 delegate.stopAndTranslate();
+             }}};
 
     HistoryStore& history() {
         return openedHistory ? *openedHistory : openedHistory.emplace(platformFolders().applicationSupport);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Service.h"
+#include "platform/HotKeyBackend.h"
 
 namespace tavrik {
 
@@ -17,6 +17,9 @@ public:
 
     /// What the desktop has assigned, in its own words; empty where that is always the combination asked for.
     virtual QString assignedTrigger() const = 0;
+
+    /// What the user must add to the desktop's own configuration; empty where nothing.
+    virtual KeyBindings bindings() const = 0;
 };
 
 } // namespace tavrik

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <functional>
 
 namespace tavrik {
@@ -11,6 +13,9 @@ public:
     AbstractRecordingHUD(const AbstractRecordingHUD&) = delete;
     AbstractRecordingHUD& operator=(const AbstractRecordingHUD&) = delete;
     virtual ~AbstractRecordingHUD() = default;
+
+    /// What the user must know to end the next recordings, in two or three words; empty if nothing.
+    virtual void setHint(const QString& hint) = 0;
 
     /// Shows the recording look with an empty meter and samples `levelProvider` (0 to 1) every 0.05 s. The
     /// two callbacks are run on the main queue when their buttons are pressed.

@@ -47,7 +47,7 @@ void CommandHotKey::handle(HotKeyCommand command) {
     if (m_handlers.isRecording())
         m_handlers.released();
     else
-        m_handlers.pressed();
+        m_handlers.pressed(command.kind == HotKeyCommand::Kind::toggle);
 }
 
 } // namespace tavrik

@@ -20,7 +20,7 @@ public:
     struct Handlers {
         /// Whether there is a recording to end.
         std::function<bool()> isRecording;
-        std::function<void()> pressed;
+        std::function<void(bool endsOnSecondPress)> pressed;
         std::function<void()> released;
     };
 

@@ -44,4 +44,12 @@ QString HotKey::assignedTrigger() const {
     return m_registration->assignedTrigger();
 }
 
+KeyBindings HotKey::bindings() const {
+    return m_registration->bindings();
+}
+
+bool HotKey::endsOnSecondPress() const {
+    return m_registration->endsOnSecondPress();
+}
+
 } // namespace tavrik

@@ -28,8 +28,10 @@ public:
 
     ServiceStatus status() const override;
 
-    /// What the desktop has assigned; see HotKeyBackend::Registration.
+    /// See HotKeyBackend::Registration.
     QString assignedTrigger() const;
+    KeyBindings bindings() const;
+    bool endsOnSecondPress() const;
 
 private:
     struct Callbacks {

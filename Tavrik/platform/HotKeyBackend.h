@@ -9,6 +9,13 @@
 
 namespace tavrik {
 
+/// What the user must add to the desktop's own configuration for a key to arrive.
+struct KeyBindings {
+    /// Where it belongs: a sentence for the user.
+    QString place;
+    QString lines;
+};
+
 /// Grabs one key combination for the whole desktop. Its own status says whether it can grab keys at all. Main
 /// thread only.
 class HotKeyBackend : public Service {
@@ -31,6 +38,12 @@ public:
         /// What the desktop has assigned, in its own words ("Press Ctrl+Alt+Space"); empty where that is
         /// always the combination asked for. statusChanged() tells of a change.
         virtual QString assignedTrigger() const { return {}; }
+
+        /// Empty unless nothing arrives before the user has done something.
+        virtual KeyBindings bindings() const { return {}; }
+
+        /// Whether the desktop tells of presses only, and a second one is taken as the release.
+        virtual bool endsOnSecondPress() const { return false; }
     };
 
     /// Never fails: a registration that could not be made says so in its status and delivers nothing.

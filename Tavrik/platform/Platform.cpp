@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 
 #include "platform/linux/AutostartEntry.h"
+#include "platform/linux/CommandHotKeyBackend.h"
 #include "platform/linux/FileManagerRevealer.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
@@ -71,9 +72,6 @@ void onDisplayLost(void (*lost)()) {
 namespace {
 
 const QString noXServer = u"There is no X server."_s;
-// Of an X server that a Wayland compositor started for the programs that need one.
-const QString keysFromX =
-    u"In this Wayland session the shortcut may only be heard while an X program has the keyboard."_s;
 const QString noKeysToWayland = u"This desktop lets no program paste into another."_s;
 const QString panelNeedsX = u"The panel needs an X server."_s;
 const QString noScreen = u"There is no screen."_s;
@@ -133,9 +131,10 @@ std::function<void()> Platform::chooseClipboard() {
 }
 
 void Platform::chooseHotKeys() {
-    if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
-        hotKeys = std::make_unique<X11HotKeyBackend>(
-            keyboard, m_foundation->wayland.isConnected() ? keysFromX : QString());
+    if (m_foundation->wayland.isConnected())
+        hotKeys = std::make_unique<CommandHotKeyBackend>();
+    else if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
+        hotKeys = std::make_unique<X11HotKeyBackend>(keyboard);
     else
         hotKeys = std::make_unique<NullHotKeyBackend>(noXServer);
 }

@@ -12,6 +12,9 @@ struct ServiceStatus {
     bool works = false;
     /// Why it does not work, or works with a restriction: a sentence for the user. Otherwise empty.
     QString reason = {};
+    /// What the user may be offered to do about it, on a button ("Ask Again"): the permission is requested
+    /// PermissionRequest::byUser. Empty if nothing.
+    QString remedy = {};
 
     bool operator==(const ServiceStatus&) const = default;
 };

@@ -37,6 +37,10 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     }
     std::optional<float> averagePower() override { return power; }
 
+    void setHint(const QString& hint) override {
+        if (!hint.isEmpty())
+            journal << hint;
+    }
     void show(std::function<float()> provider, std::function<void()> onCancel,
               std::function<void()> onConfirm) override {
         journal << "panel";

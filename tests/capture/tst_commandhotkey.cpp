@@ -6,7 +6,7 @@
 using namespace tavrik;
 
 /// A binding is pressed (p), released (r) or toggles (t) at these milliseconds; "end" is the panel's button.
-/// What begins a recording is marked [, what ends it ].
+/// What begins a recording is marked [, or ( where a second press must end it; what ends it ].
 class CommandHotKeyTest : public QObject {
     Q_OBJECT
 
@@ -21,10 +21,10 @@ private Q_SLOTS:
         // The release is lost.
         row("p0 p5000 p8000", "[ ] [");
         row("p0 p600 p640 p1400 p2200 p2201", "[ ]");
-        row("t0 t600 t1300 t2100 t2800 t3600", "[ ] [");
+        row("t0 t600 t1300 t2100 t2800 t3600", "( ] (");
         // Ended by hand.
         row("p0 p600 end p640 r700 p900", "[ ] ] [");
-        row("t0 end t5000", "[ ] [");
+        row("t0 end t5000", "( ] (");
         row("p0 p3 end p5000", "[ ] [");
         // Overtaken on the way here.
         row("r10 p3", "]");
@@ -42,9 +42,9 @@ private Q_SLOTS:
         };
         CommandHotKey hotKey(queue, {.isRecording = [&] { return recording; },
                                      .pressed =
-                                         [&] {
+                                         [&](bool endsOnSecondPress) {
                                              recording = true;
-                                             marks << "[";
+                                             marks << (endsOnSecondPress ? "(" : "[");
                                          },
                                      .released = end});
         for (const auto& word : QString(QTest::currentDataTag()).split(u' ')) {

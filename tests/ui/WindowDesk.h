@@ -23,6 +23,7 @@ namespace tavrik::test {
 
 class NoHotKey : public fake::Set<AbstractHotKeyOwner> {
 public:
+    KeyBindings bindings() const override { return {}; }
     void releaseHotKey() override {}
     void hotKeyChanged() override {}
     QString assignedTrigger() const override { return {}; }

@@ -59,10 +59,8 @@ std::optional<X11Combination> translate(KeyCombination combination, const X11Key
 
 class X11Registration final : public HotKeyBackend::Registration {
 public:
-    X11Registration(X11Keyboard& keyboard, KeyCombination wanted, HotKeyBackend::Handlers handlers,
-                    QString restriction)
-        : m_keyboard(keyboard), m_wanted(wanted), m_handlers(std::move(handlers)),
-          m_restriction(std::move(restriction)) {
+    X11Registration(X11Keyboard& keyboard, KeyCombination wanted, HotKeyBackend::Handlers handlers)
+        : m_keyboard(keyboard), m_wanted(wanted), m_handlers(std::move(handlers)) {
         connect(&keyboard, &X11Keyboard::pressed, this, &X11Registration::press);
         connect(&keyboard, &X11Keyboard::released, this, &X11Registration::release);
         connect(&keyboard, &X11Keyboard::keymapChanged, this, &X11Registration::follow);
@@ -85,7 +83,7 @@ private:
             outcome = m_keyboard.grab(m_combination->keycode, m_combination->grabMasks());
         m_isGrabbed = outcome == X11Keyboard::Grab::made;
         if (m_isGrabbed)
-            m_reason = m_restriction;
+            m_reason.clear();
         else if (!m_keyboard.isConnected())
             m_reason = X11Keyboard::disconnectedReason();
         else if (outcome == X11Keyboard::Grab::taken)
@@ -138,7 +136,6 @@ private:
     X11Keyboard& m_keyboard;
     const KeyCombination m_wanted;
     const HotKeyBackend::Handlers m_handlers;
-    const QString m_restriction;
     std::optional<X11Combination> m_combination;
     bool m_isGrabbed = false;
     QString m_reason;
@@ -147,20 +144,19 @@ private:
 
 } // namespace
 
-X11HotKeyBackend::X11HotKeyBackend(X11Keyboard& keyboard, QString restriction)
-    : m_keyboard(keyboard), m_restriction(std::move(restriction)) {
+X11HotKeyBackend::X11HotKeyBackend(X11Keyboard& keyboard) : m_keyboard(keyboard) {
     connect(&keyboard, &X11Keyboard::disconnected, this, &X11HotKeyBackend::statusChanged);
 }
 
 ServiceStatus X11HotKeyBackend::status() const {
     const bool works = m_keyboard.isConnected();
-    return {backendName, works, works ? m_restriction : X11Keyboard::disconnectedReason()};
+    return {backendName, works, works ? QString() : X11Keyboard::disconnectedReason()};
 }
 
 std::unique_ptr<HotKeyBackend::Registration>
 X11HotKeyBackend::registerHotKey(KeyCombination combination, PermissionRequest, Handlers handlers) {
     handlers.settled();
-    return std::make_unique<X11Registration>(m_keyboard, combination, std::move(handlers), m_restriction);
+    return std::make_unique<X11Registration>(m_keyboard, combination, std::move(handlers));
 }
 
 } // namespace tavrik

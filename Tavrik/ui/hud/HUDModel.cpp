@@ -19,6 +19,11 @@ void HUDModel::setState(HUDState state) {
         Q_EMIT stateChanged();
 }
 
+void HUDModel::setHint(const QString& hint) {
+    if (std::exchange(m_hint, hint) != hint)
+        Q_EMIT hintChanged();
+}
+
 void HUDModel::clearLevels() {
     m_levels.fill(0.0, barCount);
     Q_EMIT levelsChanged();

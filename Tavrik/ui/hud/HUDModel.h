@@ -18,6 +18,8 @@ class HUDModel : public QObject {
     QML_UNCREATABLE("The panel is given its model.")
     Q_PROPERTY(bool processing READ isProcessing NOTIFY stateChanged)
 
+    Q_PROPERTY(QString hint READ hint NOTIFY hintChanged)
+
 public:
     static constexpr int barCount = 14;
 
@@ -26,6 +28,10 @@ public:
     HUDState state() const { return m_state; }
     bool isProcessing() const { return m_state == HUDState::processing; }
     void setState(HUDState state);
+
+    /// A line beside the meter; empty if there is none.
+    QString hint() const { return m_hint; }
+    void setHint(const QString& hint);
 
     /// The meter's values, 0 to 1, oldest first; always `barCount` of them outside `push`.
     QList<double> levels() const { return m_levels; }
@@ -44,8 +50,10 @@ public:
 Q_SIGNALS:
     void stateChanged();
     void levelsChanged();
+    void hintChanged();
 
 private:
+    QString m_hint;
     HUDState m_state = HUDState::recording;
     QList<double> m_levels = QList<double>(barCount, 0.0);
     std::function<void()> m_onCancel = [] {

@@ -51,6 +51,10 @@ RecordingHUD::RecordingHUD(PanelHost& host, MainQueue& queue, QQmlEngine& engine
 
 RecordingHUD::~RecordingHUD() = default;
 
+void RecordingHUD::setHint(const QString& hint) {
+    m_model.setHint(hint);
+}
+
 void RecordingHUD::show(std::function<float()> levelProvider, std::function<void()> onCancel,
                         std::function<void()> onConfirm) {
     m_model.setState(HUDState::recording);

@@ -22,6 +22,7 @@ public:
     RecordingHUD(PanelHost& host, MainQueue& queue, QQmlEngine& engine);
     ~RecordingHUD() override;
 
+    void setHint(const QString& hint) override;
     void show(std::function<float()> levelProvider, std::function<void()> onCancel,
               std::function<void()> onConfirm) override;
     void setProcessing() override;

@@ -28,7 +28,7 @@ Item {
         x: root.margin
         y: root.margin
         width: confirm.x + confirm.width + root.horizontalPadding
-        height: cancel.height + 2 * root.verticalPadding
+        height: cancel.height + 2 * root.verticalPadding + (hint.visible ? 12 : 0)
         // Without translucency the window itself is cut to the shape.
         radius: root.translucent ? height / 2 : 0
         color: root.translucent ? Theme.panel : Theme.panelOpaque
@@ -36,7 +36,7 @@ Item {
         HUDButton {
             id: cancel
             x: root.horizontalPadding
-            y: root.verticalPadding
+            anchors.verticalCenter: parent.verticalCenter
             symbol: "xmark"
             prominent: false
             toolTip: "Cancel"
@@ -46,16 +46,30 @@ Item {
         Item {
             id: middle
             x: cancel.x + cancel.width + root.spacing
-            width: 84
+            width: hint.visible ? Math.max(84, Math.ceil(hint.implicitWidth)) : 84
             height: parent.height
 
             WaveBars {
                 anchors.centerIn: parent
-                width: parent.width
+                anchors.verticalCenterOffset: hint.visible ? -7 : 0
+                width: 84
                 height: 16
                 color: Theme.panelBar
                 visible: !root.model.processing
                 model: root.model
+            }
+
+            Text {
+                id: hint
+                anchors.horizontalCenter: parent.horizontalCenter
+                y: parent.height - height - 8
+                visible: text !== "" && !root.model.processing
+                text: root.model.hint
+                textFormat: Text.PlainText
+                color: Theme.panelText
+                font.pointSize: Theme.points(10.5, Screen.logicalPixelDensity)
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
             }
 
             Row {
@@ -87,7 +101,7 @@ Item {
         HUDButton {
             id: confirm
             x: middle.x + middle.width + root.spacing
-            y: root.verticalPadding
+            anchors.verticalCenter: parent.verticalCenter
             symbol: "checkmark"
             prominent: true
             toolTip: "Finish and paste"

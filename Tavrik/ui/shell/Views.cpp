@@ -23,6 +23,11 @@ Views::Views(Dependencies dependencies) : m_dependencies(std::move(dependencies)
 
 Views::~Views() = default;
 
+void Views::setHint(const QString& hint) {
+    if (m_loaded || (!hint.isEmpty() && m_dependencies.panels.status().works))
+        load().hud.setHint(hint);
+}
+
 void Views::show(std::function<float()> levelProvider, std::function<void()> onCancel,
                  std::function<void()> onConfirm) {
     if (m_dependencies.panels.status().works)

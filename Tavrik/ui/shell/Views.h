@@ -23,6 +23,7 @@ public:
     explicit Views(Dependencies dependencies);
     ~Views() override;
 
+    void setHint(const QString& hint) override;
     void show(std::function<float()> levelProvider, std::function<void()> onCancel,
               std::function<void()> onConfirm) override;
     void setProcessing() override;
