@@ -11,7 +11,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <optional>
+#include <span>
+#include <vector>
 
 using namespace tavrik;
 
@@ -30,6 +33,12 @@ int runProgram(const char* entry, int argc, char* argv[]) {
         return (*program)(argc, argv);
     QTextStream(stderr) << "tavrik: the program cannot be loaded: " << program.error().description << '\n';
     return exitFailure;
+}
+
+/// Everybody may read the arguments of a process as long as it lives, and a callback URL holds tokens.
+void wipe(std::span<char* const> arguments) {
+    for (auto* argument : arguments)
+        std::fill_n(argument, std::strlen(argument), '\0');
 }
 
 } // namespace
@@ -62,12 +71,20 @@ int main(int argc, char* argv[]) {
         return exitFailure;
     }
 
-    const auto urls = std::get<StartProgram>(command).urls;
-    if (running->forward(urls))
+    auto urls = std::get<StartProgram>(command).urls;
+    wipe({argv + argc - urls.size(), argv + argc});
+    switch (running->forward(urls)) {
+    case ApplicationInstance::Forwarded::taken:
         return exitSuccess;
+    case ApplicationInstance::Forwarded::notAnswered:
+        QTextStream(stderr) << "tavrik: Tavrik is running, and does not answer.\n";
+        return exitFailure;
+    case ApplicationInstance::Forwarded::noneRuns:
+        break;
+    }
     application.reset();
-    // The program is given its name and the URLs.
-    char** const rest = argv + argc - urls.size() - 1;
-    rest[0] = argv[0];
-    return runProgram("tavrikRun", static_cast<int>(urls.size()) + 1, rest);
+    std::vector<char*> arguments{argv[0]};
+    for (auto& url : urls)
+        arguments.push_back(url.data());
+    return runProgram("tavrikRun", static_cast<int>(arguments.size()), arguments.data());
 }

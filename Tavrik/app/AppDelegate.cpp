@@ -33,23 +33,29 @@ constexpr float quietestPower = -50; // dBFS
 
 /// A take's audio: gone when the last who needs it lets go, whether the dictation was finished or given up.
 struct AppDelegate::AudioFile {
-    explicit AudioFile(QString file) : path(std::move(file)) {}
-    AudioFile(AudioFile&& other) noexcept : path(std::exchange(other.path, {})) {}
-    AudioFile& operator=(AudioFile&&) = delete;
+    explicit AudioFile(const AbstractRecorder::Take& take) : path(take.file), lock(take.lock) {}
+    AudioFile(const AudioFile&) = delete;
+    AudioFile& operator=(const AudioFile&) = delete;
     ~AudioFile() { remove(); }
 
     void remove() {
         if (!path.isEmpty())
             QFile::remove(std::exchange(path, {}));
+        lock.reset();
     }
 
     QString path;
+    std::shared_ptr<const void> lock;
 };
 
 AppDelegate::AppDelegate(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_dependencies(std::move(dependencies)) {}
 
 AppDelegate::~AppDelegate() {
+    leave();
+}
+
+void AppDelegate::leave() {
     m_dependencies.hotKey.stop();
     cancelRecording();
 }
@@ -87,7 +93,7 @@ void AppDelegate::stopAndTranslate() {
     const auto take = m_dependencies.recorder.stop();
     if (!take)
         return;
-    const auto audio = std::make_shared<AudioFile>(take->file);
+    const auto audio = std::make_shared<AudioFile>(*take);
     if (take->duration <= minimumDuration) {
         audio->remove();
         setState(State::idle);

@@ -73,6 +73,9 @@ public:
     void applicationShouldHandleReopen(const QByteArray& activationToken);
 
     bool isRecording() const { return m_state == State::recording; }
+    /// Gives up the hot key, and a recording that runs; nothing more is dictated.
+    void leave();
+
     /// `endsOnSecondPress`: no release is to be expected.
     void startRecording(bool endsOnSecondPress = false);
     void stopAndTranslate();

@@ -8,6 +8,7 @@
 #include "capture/CommandHotKey.h"
 #include "capture/Paster.h"
 #include "capture/Recorder.h"
+#include "capture/TakeFiles.h"
 #include "history/HistoryStore.h"
 #include "platform/Alerts.h"
 #include "platform/Appearance.h"
@@ -36,6 +37,7 @@
 #include "updates/UpdateChecker.h"
 
 #include <QCoreApplication>
+#include <QThreadPool>
 
 #include <optional>
 
@@ -128,6 +130,8 @@ Program::Program() : m_objects(std::make_unique<Objects>()) {}
 Program::~Program() = default;
 
 void Program::start() {
+    QThreadPool::globalInstance()->start(
+        [folder = platformFolders().temporary] { removeLeftoverTakes(folder); });
     m_objects->delegate.applicationDidFinishLaunching();
     m_objects->updates.startPeriodicChecks();
 }
@@ -144,6 +148,12 @@ void Program::open(const QByteArrayList& urls, const QByteArray& activationToken
 
 void Program::receive(HotKeyCommand command) {
     m_objects->commands.receive(command);
+}
+
+void Program::leave() {
+    m_objects->delegate.leave();
+    if (m_objects->openedHistory)
+        m_objects->openedHistory->waitUntilSaved();
 }
 
 void Program::abandon() {

@@ -32,6 +32,10 @@ public:
     /// A key binding of the user's own has been pressed or released.
     void receive(HotKeyCommand command);
 
+    /// What must be done before another program of this user may start: the dictation ends, and the history
+    /// is on disk.
+    void leave();
+
     /// Does what must not be left undone where the process ends without destroying this: no speech stays on
     /// disk, and the history is written.
     void abandon();

@@ -70,17 +70,20 @@ int withApplication(char* name, QByteArray platformName, const std::function<int
 
 int run(const QByteArrayList& urls) {
     const auto termination = onTermination(&QCoreApplication::quit);
-    const auto instance = makeApplicationInstance();
     std::optional<Program> program;
-    const bool first = instance->claim({
+    const ApplicationInstance::Handlers handlers{
         .reopened = [&program](const QByteArray& token) { program->reopen(token); },
         .urlsOpened = [&program](const QByteArrayList& opened,
                                  const QByteArray& token) { program->open(opened, token); },
         .status = [&program] { return reportStatus(program->services()); },
         .hotKeyCommand = [&program](HotKeyCommand command) { program->receive(command); },
-    });
-    if (!first)
-        return instance->forward(urls) ? exitSuccess : exitFailure;
+    };
+    auto instance = makeApplicationInstance();
+    while (!instance->claim(handlers)) {
+        const auto forwarded = instance->forward(urls);
+        if (forwarded != ApplicationInstance::Forwarded::noneRuns)
+            return forwarded == ApplicationInstance::Forwarded::taken ? exitSuccess : exitFailure;
+    }
 
     program.emplace();
     runningProgram = &*program;
@@ -90,6 +93,9 @@ int run(const QByteArrayList& urls) {
         program->open(urls, {});
     const int status = QApplication::exec();
     runningProgram = nullptr;
+    program->leave();
+    // Whoever starts the program again need not wait until the keyring has answered.
+    instance.reset();
     return status;
 }
 

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <memory>
 #include <optional>
 
 namespace tavrik {
@@ -16,6 +17,8 @@ public:
         QString file;
         /// Seconds.
         double duration = 0;
+        /// Marks the file as in use; to be kept as long as the file is.
+        std::shared_ptr<const void> lock = {};
     };
 
     AbstractRecorder() = default;

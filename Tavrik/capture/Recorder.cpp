@@ -1,11 +1,11 @@
 #include "capture/Recorder.h"
 
 #include "capture/LevelMeter.h"
+#include "capture/TakeFiles.h"
 #include "capture/WavFile.h"
 #include "platform/Microphone.h"
 
 #include <QFile>
-#include <QUuid>
 
 #include <utility>
 
@@ -34,8 +34,7 @@ Recorder::Recorder(Microphone& microphone, QString temporaryFolder)
 Recorder::~Recorder() = default;
 
 Result<void> Recorder::start() {
-    const auto id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    auto file = WavFile::create(m_folder + QStringLiteral("/tavrik-") + id + QStringLiteral(".wav"));
+    auto file = WavFile::create(newTakePath(m_folder));
     if (!file)
         return std::unexpected(std::move(file.error()));
 
@@ -57,7 +56,9 @@ std::optional<AbstractRecorder::Take> Recorder::stop() {
         return std::nullopt;
     take->capture->stop();
     take->file->finish();
-    return Take{take->file->path(), static_cast<double>(take->count) / Microphone::sampleRate};
+    const auto duration = static_cast<double>(take->count) / Microphone::sampleRate;
+    const std::shared_ptr<const WavFile> file = std::move(take->file);
+    return Take{file->path(), duration, file};
 }
 
 void Recorder::removeLatest() {

@@ -2,8 +2,11 @@
 
 #include "platform/Microphone.h"
 
+#include <sys/file.h>
+
 #include <bit>
 #include <limits>
+#include <utility>
 
 namespace tavrik {
 
@@ -47,6 +50,9 @@ Result<std::unique_ptr<WavFile>> WavFile::create(const QString& path) {
     // Unbuffered, so that the end of a take has nothing left to write.
     if (!wav->m_file.open(QIODevice::NewOnly | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner))
         return std::unexpected(Error{wav->m_file.errorString()});
+    // Waits for whoever has just looked whether it is one. Where a disk knows no locks, it is never taken for
+    // a leftover either.
+    ::flock(wav->m_file.handle(), LOCK_EX);
     const Header header;
     if (!wav->write(&header, sizeof header)) {
         Error error{wav->m_file.errorString()};
@@ -62,7 +68,7 @@ void WavFile::append(std::span<const qint16> samples) {
 }
 
 void WavFile::finish() {
-    if (!m_file.isOpen())
+    if (std::exchange(m_finished, true) || !m_file.isOpen())
         return;
     const auto dataSize = (m_file.size() - static_cast<qint64>(sizeof(Header))) / frameSize * frameSize;
     m_file.resize(static_cast<qint64>(sizeof(Header)) + dataSize); // a full disk may have taken half a sample
@@ -71,7 +77,6 @@ void WavFile::finish() {
     header.riffSize = header.dataSize + sizeof header - sizeBeforeRiff;
     m_file.seek(0);
     write(&header, sizeof header);
-    m_file.close();
 }
 
 void WavFile::discard() {

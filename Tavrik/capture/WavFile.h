@@ -9,7 +9,8 @@
 
 namespace tavrik {
 
-/// Writes a new RIFF/WAVE file of 16 kHz mono 16-bit samples. One thread at a time.
+/// Writes a new RIFF/WAVE file of 16 kHz mono 16-bit samples, which stays locked as long as this lives, so
+/// that nobody takes it for a leftover. One thread at a time.
 class WavFile {
 public:
     /// Creates the file, readable by its owner only. Fails, leaving nothing behind, if the folder is not
@@ -19,7 +20,7 @@ public:
     WavFile(const WavFile&) = delete;
     WavFile& operator=(const WavFile&) = delete;
 
-    /// Finishes the file.
+    /// Finishes and closes the file.
     ~WavFile();
 
     QString path() const { return m_file.fileName(); }
@@ -27,8 +28,8 @@ public:
     /// Appends samples. Once the disk is full, later ones are dropped.
     void append(std::span<const qint16> samples);
 
-    /// Writes the length into the header and closes the file. Until then the header says that the length is
-    /// unknown, as in a stream.
+    /// Writes the length into the header; nothing is appended any more. Until then the header says that the
+    /// length is unknown, as in a stream.
     void finish();
 
     /// Closes the file and deletes it.
@@ -41,6 +42,7 @@ private:
 
     QFile m_file;
     bool m_full = false;
+    bool m_finished = false;
 };
 
 } // namespace tavrik

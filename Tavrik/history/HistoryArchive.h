@@ -26,8 +26,10 @@ public:
     HistoryArchive(const HistoryArchive&) = delete;
     HistoryArchive& operator=(const HistoryArchive&) = delete;
 
-    /// Waits until everything has been saved, or its saving has failed.
     ~HistoryArchive();
+
+    /// Waits until everything has been saved, or its saving has failed, as the destructor does.
+    void waitUntilSaved() { m_thread.waitForDone(); }
 
     /// Waits for what was read, newest first; empty when the file could not be read. May be called once.
     Content takeContent();

@@ -20,8 +20,10 @@ public:
     /// the records waits for it.
     explicit HistoryStore(const QString& folder, QObject* parent = nullptr);
 
-    /// Waits until every change is on disk.
     ~HistoryStore() override;
+
+    /// Waits until every change is on disk.
+    void waitUntilSaved() { m_archive.waitUntilSaved(); }
 
     const QList<Transcription>& items() const;
 

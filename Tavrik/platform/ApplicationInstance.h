@@ -39,9 +39,11 @@ public:
     ApplicationInstance& operator=(const ApplicationInstance&) = delete;
     virtual ~ApplicationInstance() = default;
 
-    /// Hands this launch over to the program that already runs. False when none does. Waits a second at most,
-    /// even if that program hangs. Needs a core application.
-    virtual bool forward(const QByteArrayList& urls) = 0;
+    enum class Forwarded { taken, noneRuns, notAnswered };
+
+    /// Hands this launch over to the program that already runs. Waits a second at most, even if that program
+    /// hangs. Needs a core application.
+    virtual Forwarded forward(const QByteArrayList& urls) = 0;
 
     /// What the running program says of its services. Nothing when none runs, or it does not answer within a
     /// second. Needs a core application.

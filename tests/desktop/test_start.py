@@ -1,5 +1,6 @@
 """How the installed program starts, or says why not, on every kind of desktop, and how it ends: test_start.py TAVRIK"""
 
+import fcntl
 import os
 import pathlib
 import re
@@ -45,8 +46,8 @@ class Start(unittest.TestCase):
     def setUpClass(cls):
         desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
 
-    def start(self, changes=None):
-        program = subprocess.Popen([PROGRAM], env=environment(changes or {}), text=True, stdout=subprocess.PIPE,
+    def start(self, changes=None, arguments=()):
+        program = subprocess.Popen([PROGRAM, *arguments], env=environment(changes or {}), text=True, stdout=subprocess.PIPE,
                                    stderr=subprocess.STDOUT)
         self.addCleanup(lambda: (program.kill(), program.communicate()))
         # From then on it can be asked to end.
@@ -107,11 +108,34 @@ class Start(unittest.TestCase):
             self.ends(program, 0)
             self.doCleanups()
 
+    def test_after_a_crash(self):
+        """The next start deletes the take; not one that another program holds, nor anything else of such a name."""
+        program = self.record()
+        program.kill()
+        program.wait()
+        take, = desk.Tavrik.takes()
+        held, link, pipe = (take.with_name(f"{take.stem[:-1]}{digit}.wav")
+                            for digit in sorted(set("0123") - {take.stem[-1]})[:3])
+        with open(held, "w") as other:
+            fcntl.flock(other, fcntl.LOCK_EX)
+            link.symlink_to(held)
+            os.mkfifo(pipe)
+            self.start()
+            desk.wait_for("the take to go", lambda: not take.exists())
+            time.sleep(0.2)
+            self.assertTrue(held.exists() and link.is_symlink() and pipe.exists())
+        for path in held, link, pipe:
+            path.unlink()
+
+    def test_tokens(self):
+        program = self.start(arguments=["tavrik://callback#access_token=SECRET"])
+        self.assertNotIn(b"SECRET", pathlib.Path(f"/proc/{program.pid}/cmdline").read_bytes())
+
     def test_hung(self):
         program = self.start()
         program.send_signal(signal.SIGSTOP)
         began = time.monotonic()
-        self.assertEqual(run({}, "tavrik:").returncode, 0)
+        self.assertEqual(run({}, "tavrik:").returncode, 1)
         self.assertLess(time.monotonic() - began, 2)
         program.send_signal(signal.SIGCONT)
 

@@ -90,6 +90,13 @@ QDBusMessage callRunningProgram(QDBusMessage call) {
     return reply;
 }
 
+bool hasOwner() {
+    auto question = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                                   u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
+    question << serviceName;
+    return callRunningProgram(question).arguments().value(0).toBool();
+}
+
 class ApplicationAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -182,7 +189,7 @@ DBusApplicationInstance::~DBusApplicationInstance() {
     bus.unregisterObject(objectPath);
 }
 
-bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
+ApplicationInstance::Forwarded DBusApplicationInstance::forward(const QByteArrayList& urls) {
     auto call = QDBusMessage::createMethodCall(serviceName, objectPath, u"org.freedesktop.Application"_s,
                                                urls.isEmpty() ? u"Activate"_s : u"Open"_s);
     if (!urls.isEmpty()) {
@@ -192,8 +199,11 @@ bool DBusApplicationInstance::forward(const QByteArrayList& urls) {
         call << texts;
     }
     call << platformData();
-    // A second program would not help one that does not answer.
-    return !noneRuns(callRunningProgram(call));
+    const auto reply = callRunningProgram(call);
+    if (reply.type() == QDBusMessage::ReplyMessage)
+        return Forwarded::taken;
+    // It may have been about to quit.
+    return noneRuns(reply) || !hasOwner() ? Forwarded::noneRuns : Forwarded::notAnswered;
 }
 
 std::optional<StatusReport> DBusApplicationInstance::askStatus() {

@@ -11,7 +11,7 @@ public:
     DBusApplicationInstance();
     ~DBusApplicationInstance() override;
 
-    bool forward(const QByteArrayList& urls) override;
+    Forwarded forward(const QByteArrayList& urls) override;
     std::optional<StatusReport> askStatus() override;
     Result<void> send(HotKeyCommand command) override;
     bool claim(Handlers handlers) override;
