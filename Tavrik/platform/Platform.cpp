@@ -19,6 +19,9 @@
 #include "platform/linux/XdgFolders.h"
 #include "platform/linux/XkbKeyReader.h"
 #include "platform/null/NullServices.h"
+#include "platform/portal/PortalConnection.h"
+#include "platform/portal/PortalGrants.h"
+#include "platform/portal/RemoteDesktopPasteKeys.h"
 #include "platform/qt/MessageBoxAlerts.h"
 #include "platform/qt/QtClipboard.h"
 #include "platform/qt/QtLinkOpener.h"
@@ -40,6 +43,8 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QGuiApplication>
+
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -72,7 +77,6 @@ void onDisplayLost(void (*lost)()) {
 namespace {
 
 const QString noXServer = u"There is no X server."_s;
-const QString noKeysToWayland = u"This desktop lets no program paste into another."_s;
 const QString panelNeedsX = u"The panel needs an X server."_s;
 const QString noScreen = u"There is no screen."_s;
 
@@ -82,10 +86,19 @@ bool hasScreen() {
     return plugin != u"offscreen" && plugin != u"minimal";
 }
 
+/// Desktop portals, and what the program remembers of them.
+struct Portals {
+    PortalConnection connection{
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"tavrik-portals"_s)};
+    PortalGrants grants{platformFolders().applicationSupport + u"/portals.json"_s};
+};
+
 } // namespace
 
 /// What several services stand on.
 struct Platform::Foundation {
+    /// In Wayland sessions.
+    std::optional<Portals> portals;
     X11Keyboard keyboard;
     WaylandConnection wayland;
     WaylandKeyRepeat keyRepeat{wayland};
@@ -104,6 +117,8 @@ Platform::Platform(MainQueue& queue)
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(
         queue, platformFolders().applicationSupport + u"/.signed-out"_s, QDBusConnection::sessionBus());
+    if (m_foundation->wayland.isConnected())
+        m_foundation->portals.emplace();
     choosePasteKeys(chooseClipboard());
     chooseHotKeys();
     chooseWindows();
@@ -154,10 +169,13 @@ void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
         pasteKeys = std::make_unique<FakeInputPasteKeys>(wayland, offerSelection);
         return;
     }
-    if (VirtualKeyboardPasteKeys::isOffered(wayland))
-        pasteKeys = std::make_unique<VirtualKeyboardPasteKeys>(wayland, offerSelection);
-    else
-        pasteKeys = std::make_unique<NullPasteKeys>(noKeysToWayland);
+    if (!VirtualKeyboardPasteKeys::isOffered(wayland)) {
+        // So does this, and says itself where there is no such portal.
+        auto& [connection, grants] = *m_foundation->portals;
+        pasteKeys = std::make_unique<RemoteDesktopPasteKeys>(connection, grants, offerSelection);
+        return;
+    }
+    pasteKeys = std::make_unique<VirtualKeyboardPasteKeys>(wayland, offerSelection);
     if (keyboard.isConnected())
         pasteKeys = std::make_unique<XWaylandPasteKeys>(XWaylandPasteKeys::Dependencies{
             .waylandKeys = std::move(pasteKeys),

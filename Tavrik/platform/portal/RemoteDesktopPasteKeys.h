@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/PasteKeys.h"
+#include "platform/portal/RemoteDesktopSession.h"
+
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tavrik {
+
+class PortalConnection;
+class PortalGrants;
+
+/// Pastes through the RemoteDesktop portal. The user allows it once, in a dialog of the desktop; the token
+/// that the desktop gives then opens a session for each paste without one. No session stays open, since the
+/// desktop shows as long that somebody controls the computer.
+///
+/// Modifiers that the user holds are neither seen nor lifted through this portal: a paste while one is down
+/// (but those of the shortcut itself) reaches nothing.
+class RemoteDesktopPasteKeys final : public PasteKeys {
+    Q_OBJECT
+
+public:
+    /// `offerSelection` is called before each paste, to make the text the selection as well: most terminals
+    /// paste that, and which program has the focus is not known here. The others outlive this.
+    RemoteDesktopPasteKeys(PortalConnection& portal, PortalGrants& grants,
+                           std::function<void()> offerSelection);
+    ~RemoteDesktopPasteKeys() override;
+
+    ServiceStatus status() const override;
+    void requestPermission(PermissionRequest request, std::function<void()> answered) override;
+    void sendPaste(Completion<void> completion) override;
+
+private:
+    void askVersion();
+    void answerRequests();
+    void ask();
+    void endAsking();
+    void checkToken(QObject& owner, std::function<void()> checked);
+    void setToken(const QString& token, bool isForgotten);
+    void opened(const Result<RemoteDesktopSession::Opening>& opening);
+    void breakOffPaste(const Error& reason);
+    void endPaste(const Result<void>& outcome);
+
+    PortalConnection& m_portal;
+    PortalGrants& m_grants;
+    const std::function<void()> m_offerSelection;
+    /// The version of the portal's interface, 0 if it is not offered; nothing before the portal has answered.
+    std::optional<uint> m_version;
+    /// The desktop has forgotten the token.
+    bool m_isForgotten = false;
+
+    bool m_isAsking = false;
+    bool m_isAskedByUser = false;
+    std::vector<std::function<void()>> m_answered;
+    /// Of the dialog, or of a paste: never both.
+    std::unique_ptr<RemoteDesktopSession> m_session;
+    /// Those that the next keys will serve.
+    std::vector<Completion<void>> m_pasting;
+    QTimer m_bound;
+};
+
+} // namespace tavrik
