@@ -147,9 +147,11 @@ def find(objects, suits):
 class Process(contextlib.AbstractContextManager):
     """A program on the desktop, ended with the block that started it."""
 
-    def __init__(self, *command, env=None):
-        self.process = subprocess.Popen(command, env={**os.environ, **(env or {})}, stdout=subprocess.PIPE,
-                                        stderr=subprocess.STDOUT, text=True)
+    def __init__(self, *command, env=None, log=None):
+        """`log` is a file for what it prints, without which there is a pipe."""
+        with open(log, "w") if log else contextlib.nullcontext(subprocess.PIPE) as output:
+            self.process = subprocess.Popen(command, env={**os.environ, **(env or {})}, stdout=output,
+                                            stderr=subprocess.STDOUT, text=True)
 
     def __exit__(self, *_):
         self.stop()
@@ -160,7 +162,8 @@ class Process(contextlib.AbstractContextManager):
             return self.process.wait(10)
         finally:
             self.process.kill()
-            self.process.stdout.close()
+            if self.process.stdout:
+                self.process.stdout.close()
 
 
 class Editor(Process):

@@ -1,0 +1,223 @@
+"""Whole dictations with the installed program on a real Wayland desktop.
+
+usage: test_wayland.py TAVRIK TAVRIK-MOCK-SERVER PORT gnome|kde|kde-5.27|sway|labwc FOLDER-FOR-PICTURES [TEST...]
+"""
+
+import dataclasses
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest.mock
+
+import desk
+import desktops
+
+HERE = pathlib.Path(__file__).parent
+PICTURES = pathlib.Path(sys.argv[5])
+EMPTY = PICTURES / "empty.png"
+NEEDED = {"hot key", "microphone", "clipboard", "paste", "panel"}
+DESKTOP = desktops.ALL[sys.argv[4]]
+if "VDESK" not in os.environ:
+    os.environ |= {"VDESK_SCREEN": "none", "DISPLAY": ":0", "XDG_SESSION_TYPE": "wayland", **DESKTOP.environment}
+    os.execv(HERE.parent / "on-desktop", ["on-desktop", sys.executable, *sys.argv])
+
+
+class Window(desk.Process):
+    """One that gets the focus when it is made. What it receives stands in FILE, what happens to its focus in FILE.focus."""
+
+    def __init__(self, *command, **environment):
+        self._file = pathlib.Path(tempfile.mkdtemp(), "text")
+        super().__init__(*command, self._file, env=environment, log=f"{self._file}.log")
+        desk.wait_for("the window", self._is_ready)
+
+    def _is_ready(self):
+        return self._file.exists() and pathlib.Path(f"{self._file}.focus").read_text() == "in\n"
+
+    def text(self):
+        return self._file.read_text()
+
+    def lost_focus(self):
+        return not self._is_ready()
+
+
+class Terminal(Window):
+    """It writes about the focus in between: of its loss always, of its gain if that comes late enough."""
+
+    IN, OUT = "\x1b[I", "\x1b[O"
+
+    def __init__(self):
+        super().__init__("foot", "sh", "-c", r"stty raw -echo; printf '\033[?1004h'; exec cat >$0")
+
+    def _is_ready(self):
+        return self._file.exists()
+
+    def text(self):
+        return super().text().replace(self.IN, "")
+
+    def lost_focus(self):
+        return self.OUT in super().text()
+
+
+WINDOWS = {
+    "wayland": lambda: Window(sys.executable, HERE / "editor.py", GDK_BACKEND="wayland"),
+    "x11": lambda: Window(sys.executable, HERE / "editor.py", GDK_BACKEND="x11"),
+    "terminal": Terminal,
+}
+
+
+class Tavrik(desk.Tavrik):
+    """The installed program; it need not have an icon here."""
+
+    def __init__(self, program):
+        desk.Process.__init__(self, program, log=desktops.LOGS / "tavrik")
+        self.icon = None
+        bus = desktops.dbus.SessionBus()
+        desk.wait_for("the program on the bus", lambda: bus.name_has_owner("io.nordvex.tavrik"))
+
+    def report(self):
+        return subprocess.run([self.process.args[0], "status"], capture_output=True, text=True).stdout
+
+    def working(self):
+        """The services that work."""
+        return set(re.findall(r"^([\w ]+): +works", self.report(), re.MULTILINE))
+
+
+@dataclasses.dataclass
+class Case:
+    """A dictation: into which window, under which keyboard layout, for how long, and how its keys are let go."""
+
+    window: str = "wayland"
+    text: str = "Good morning."
+    layout: int = 0
+    seconds: float = 0
+    times: int = 1
+    #: The modifier first, or as one mostly does.
+    modifier_first: bool = False
+    #: Between the keys' releases.
+    pause: float = 0
+    repeats: bool = False
+
+
+CASES = {
+    "native_editor_twice": Case(times=2),
+    "x11_editor_twice": Case("x11", times=2),
+    "terminal": Case("terminal"),
+    "persian_layout": Case(layout=1),
+    "persian_layout_x11": Case("x11", layout=1),
+    "right_to_left": Case(text="سلام، امروز هوا «خیلی» خوب است ۱۲۳ و ما به پارک می‌رویم."),
+    "long_text": Case(text="".join(f"{number:04} و " for number in range(571)) + "end"),
+    "modifier_still_down": Case(pause=0.8),
+    "modifier_still_down_x11": Case("x11", pause=0.8),
+    "modifier_first": Case(modifier_first=True, pause=0.3),
+    "long_hold": Case(seconds=5),
+    "long_hold_repeating": Case(seconds=5, repeats=True),
+}
+
+
+class Wayland(desk.Suite):
+    granted = False
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.sentence = desk.voice("one two three", "en")
+        desk.set_preference(cls.program, "hotkey_modifiers", str(DESKTOP.modifiers))
+        cls.desktop = cls.enterClassContext(DESKTOP())
+
+    def setUp(self):
+        self.backend = self.enterContext(desk.Backend(*sys.argv[2:4]))
+
+    def start(self, *answers):
+        """The program, on which the user presses these buttons when the desktop asks about the shortcut and about pasting."""
+        self.tavrik = self.enterContext(Tavrik(self.program))
+        for title, button in zip(DESKTOP.dialogs, answers):
+            self.desktop.answer(title, button)
+
+    def launch(self):
+        """The program in good order; at its first launch the user grants all."""
+        self.start(*(() if type(self).granted else ("Add", "Share")))
+        desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
+        type(self).granted = True
+
+    def dictate(self, case, window, before):
+        """Once; the text is to be in the window `before` + 1 times."""
+        self.backend.script({"path": desk.CHAT, "status": 200,
+                             "body": json.dumps({"choices": [{"message": {"content": case.text}}]})})
+        records = len(self.tavrik.history())
+        with self.desktop.dictating(case.modifier_first, case.pause):
+            pressed = time.monotonic()
+            panel = desk.wait_for("the panel", self.tavrik.panel).pop()
+            shown = time.monotonic()
+            desk.speak(self.sentence)
+            self.assert_on_screen(panel)
+            time.sleep(max(case.seconds + pressed - time.monotonic(), 0))
+            released = time.monotonic()
+        desk.wait_for("the text", lambda: window.text() == case.text * (before + 1))
+        self.assertEqual(self.desktop.clipboard(), case.text)
+        record = desk.wait_for("the record", lambda: len(self.tavrik.history()) == records + 1 and self.tavrik.history()[0])
+        self.assertEqual(record["text"], case.text)
+        self.assertGreater(record["duration"], released - shown - 0.1)
+        self.assertLess(record["duration"], released - pressed + 1)
+        self.assertFalse(window.lost_focus())
+
+    def assert_on_screen(self, window):
+        """The compositor shows something else there than it did before there was a panel."""
+        self.desktop.picture(PICTURES / "recording.png")
+        place = dict(re.findall(r"(\w+)=(-?\d+)", desk.run("xdotool", "getwindowgeometry", "--shell", window)))
+        crop = "{WIDTH}x{HEIGHT}+{X}+{Y}".format(**place)
+        differing = desk.run("convert", EMPTY, PICTURES / "recording.png", "-crop", crop, "-metric", "AE", "-compare",
+                             "-format", "%[distortion]", "info:")
+        self.assertGreater(float(differing), 5000, crop)
+
+    def check(self, case):
+        if self.desktop.has_bindings:
+            self.desktop.bind(case.repeats)
+        self.launch()
+        with WINDOWS[case.window]() as window:
+            self.desktop.set_layout(case.layout)
+            self.desktop.picture(EMPTY)
+            try:
+                for before in range(case.times):
+                    self.dictate(case, window, before)
+            except Exception:
+                self.desktop.picture(PICTURES / f"failed-{self._testMethodName}.png")
+                print(f"The window's text: {window.text()[:200]!r}", self.tavrik.report(), sep="\n")
+                raise
+        self.assertEqual(len(self.backend.requests(desk.CHAT)), case.times)
+
+    def test_quitting_leaves_the_clipboard(self):
+        self.launch()
+        with WINDOWS["wayland"]() as window:
+            self.dictate(Case(), window, 0)
+            self.assertEqual(self.tavrik.stop(), 0)
+            if DESKTOP.keeps_clipboard:
+                self.assertEqual(self.desktop.clipboard(), Case.text)
+
+    def test_asking_the_user(self):
+        with tempfile.TemporaryDirectory() as data, unittest.mock.patch.dict(os.environ, XDG_DATA_HOME=data):
+            for answers in ("Cancel", "Cancel"), ():
+                self.start(*answers)
+                # Nothing more may come, at this launch or at the next one.
+                time.sleep(3)
+                self.assertFalse(any(map(self.desktop.dialog, DESKTOP.dialogs)))
+                self.assertEqual(NEEDED - self.tavrik.working(), {"hot key", "paste"} if DESKTOP.dialogs else set())
+                self.tavrik.stop()
+        for _ in range(2):
+            self.launch()
+            self.tavrik.stop()
+
+
+for name, case in CASES.items():
+    setattr(Wayland, f"test_{name}", lambda self, case=case: self.check(case))
+
+if __name__ == "__main__":
+    try:
+        desk.main(*sys.argv[6:])
+    finally:
+        shutil.copytree(desktops.LOGS, PICTURES / "log")
