@@ -3,6 +3,7 @@
 #include "platform/portal/RemoteDesktopPasteKeys.h"
 #include "support/FakePortal.h"
 
+#include <QDBusPendingCall>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -26,8 +27,8 @@ struct Program {
     int request(PermissionRequest request) {
         int answers = 0;
         keys.requestPermission(request, [&answers] { ++answers; });
-        const auto answered = QTest::qWaitFor([&] { return answers > 0; }, 3000);
-        QTest::qWait(20);
+        const auto answered = QTest::qWaitFor([&] { return answers > 0; }, 10'000);
+        settle();
         return answered ? answers : 0;
     }
 
@@ -37,10 +38,18 @@ struct Program {
         keys.sendPaste([&outcomes](const Result<void>& outcome) {
             outcomes += outcome ? QString() : outcome.error().description;
         });
-        if (!QTest::qWaitFor([&] { return !outcomes.isEmpty(); }, 3000))
+        if (!QTest::qWaitFor([&] { return !outcomes.isEmpty(); }, 10'000))
             return u"nothing"_s;
-        QTest::qWait(20);
+        settle();
         return outcomes.join(u'|');
+    }
+
+    /// Until the portal has had all that was sent.
+    void settle() const {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        const auto ping = connection.bus().asyncCall(
+            QDBusMessage::createMethodCall(FakePortal::service(), u"/"_s, u"test.Settle"_s, u"Ping"_s));
+        std::ignore = QTest::qWaitFor([&] { return ping.isFinished(); });
     }
 
     PortalConnection connection;
@@ -151,13 +160,12 @@ private Q_SLOTS:
     }
 
     void outlivesThePortal() {
-        const auto portal = u"org.freedesktop.portal.Desktop"_s;
         m_program->request(PermissionRequest::once);
         m_portal->responses.remove(u"SelectDevices"_s);
-        QTimer::singleShot(50, this, [&] { m_portal->offer(portal, false); });
+        QTimer::singleShot(50, this, [&] { FakePortal::offer(FakePortal::service(), false); });
         QVERIFY(m_program->paste().contains(u"ended"_s));
         QVERIFY(!m_program->paste().isEmpty());
-        m_portal->offer(portal, true);
+        FakePortal::offer(FakePortal::service(), true);
         m_portal->responses.insert(u"SelectDevices"_s, {});
         QCOMPARE(m_program->paste(), QString());
     }

@@ -28,7 +28,7 @@ public:
         m_address = QString::fromLatin1(m_daemon.readLine().trimmed());
         auto bus = QDBusConnection::connectToBus(m_address, QStringLiteral("portal"));
         bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
-        offer(QStringLiteral("org.freedesktop.portal.Desktop"), true);
+        offer(service(), true);
         offer(QStringLiteral("org.freedesktop.impl.portal.PermissionStore"), true);
     }
 
@@ -43,6 +43,8 @@ public:
     QDBusConnection client() const {
         return QDBusConnection::connectToBus(m_address, QStringLiteral("client"));
     }
+
+    static QString service() { return QStringLiteral("org.freedesktop.portal.Desktop"); }
 
     /// Whether a service of that name is on the bus.
     static void offer(const QString& service, bool offered) {
@@ -75,7 +77,7 @@ public:
             if (value.canConvert<QDBusArgument>() &&
                 value.value<QDBusArgument>().currentType() == QDBusArgument::MapType)
                 value = qdbus_cast<QVariantMap>(value);
-        if (method != QStringLiteral("Register"))
+        if (method != QStringLiteral("Register") && method != QStringLiteral("Ping"))
             calls += method;
         arguments.insert(method, values);
         if (errors.contains(method))
