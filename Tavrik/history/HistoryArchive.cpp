@@ -63,17 +63,19 @@ HistoryArchive::Content HistoryArchive::load() {
 }
 
 void HistoryArchive::savePending() {
-    QList<Transcription> records;
+    std::optional<QList<Transcription>> records;
     {
         const std::scoped_lock lock(m_mutex);
-        records = std::exchange(m_pending, std::nullopt).value();
+        records.swap(m_pending);
     }
+    if (!records)
+        return;
     makePrivateFolder(m_folder);
     if (m_fileNotDecoded && !keepAside(m_path))
         return;
     m_fileNotDecoded = false;
     PrivateSaveFile file(m_path);
-    encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece); });
+    encodeHistory(*records, [&file](QByteArrayView piece) { file.write(piece); });
     file.commit();
 }
 

@@ -246,18 +246,6 @@ private Q_SLOTS:
         QCOMPARE(desk.level(), 0.0F);
     }
 
-    void storesWhatWasPasted() {
-        Desk desk;
-        desk.duration = 3.25;
-        const auto before = QDateTime::currentDateTimeUtc();
-        desk.play("press release text press release spaces");
-        const auto& newest = desk.history.items().first();
-        QCOMPARE(newest.text, QByteArray("  "));
-        QCOMPARE(newest.duration, 3.25);
-        QVERIFY(newest.date >= before && newest.date <= QDateTime::currentDateTimeUtc());
-        QVERIFY(newest.id != desk.history.items().last().id);
-    }
-
     void launchAndPreferences() {
         Desk desk;
         desk.preferences.values["appearance"] = "dark";

@@ -242,11 +242,15 @@ class Tavrik(Process):
         found = wait_for(button, lambda: find(objects_of(self), lambda item: item.get_name() == button))
         run("xdotool", "mousemove", *middle(found), "click", "1")
 
+    def open_menu(self, button):
+        """The window of the status menu, which any mouse button opens."""
+        before = set(self.windows())
+        run("xdotool", "mousemove", "--window", self.icon, "8", "8", "click", button)
+        return wait_for("the menu", lambda: set(self.windows()) - before).pop()
+
     def choose(self, item):
         """An item of the status menu, with the mouse alone."""
-        before = set(self.windows())
-        run("xdotool", "mousemove", "--window", self.icon, "8", "8", "click", "3")
-        menu, = wait_for("the menu", lambda: set(self.windows()) - before)
+        menu = self.open_menu(3)
         height = int(re.search(r"HEIGHT=(\d+)", run("xdotool", "getwindowgeometry", "--shell", menu))[1])
         run("xdotool", "mousemove", "--window", menu, "40", height - item, "click", "1")
 

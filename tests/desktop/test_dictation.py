@@ -110,6 +110,20 @@ class Dictation(desk.Suite):
         alert.dismiss()
         self.dictate()
 
+    def test_the_icon(self):
+        def is_lit():
+            bar = ("convert", "x:root", "-crop", "1280x30+0+0", "-unique-colors", "txt:")
+            return "srgb(242,163,60)" in desk.run(*bar)
+
+        self.assertFalse(is_lit())
+        with desk.held(*desk.SHORTCUT):
+            desk.wait_for("the icon of a recording", is_lit)
+        desk.wait_for("the idle icon", lambda: not is_lit())
+        # A label does nothing; a click on it leaves the menu open.
+        menu = self.tavrik.open_menu(1)
+        desk.run("xdotool", "mousemove", "--window", menu, "40", "13", "click", "1", "key", "ctrl+o")
+        desk.Window(self.tavrik).sees("Welcome to Tavrik")
+
     def quit(self):
         """By the menu: at once, and in order."""
         self.tavrik.choose(desk.QUIT)

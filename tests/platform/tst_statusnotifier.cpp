@@ -15,7 +15,10 @@ namespace {
 
 /// The bar, a program of its own.
 struct Bar : QProcess {
-    Bar() { start(QStringLiteral(STATUS_NOTIFIER_WATCHER), QStringList()); }
+    Bar() {
+        start(u"/usr/bin/python3"_s,
+              {u"-m"_s, u"dbusmock"_s, u"--template"_s, QStringLiteral(STATUS_NOTIFIER_WATCHER)});
+    }
     ~Bar() override {
         kill();
         waitForFinished();
@@ -23,10 +26,13 @@ struct Bar : QProcess {
 
     /// The service of the first item that registered.
     QString item() {
-        const auto told = [this] {
-            return canReadLine();
+        QString call;
+        const auto registers = [&] {
+            while (canReadLine())
+                call = QString::fromUtf8(readLine());
+            return call.contains(u"RegisterStatusNotifierItem"_s);
         };
-        return QTest::qWaitFor(told) ? QString::fromUtf8(readLine()).trimmed() : QString();
+        return QTest::qWaitFor(registers) ? call.section(u'"', 1, 1) : QString();
     }
 };
 

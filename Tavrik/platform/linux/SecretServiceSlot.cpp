@@ -45,7 +45,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Secret& secret) {
     argument.beginStructure();
     argument >> secret.session >> secret.parameters >> secret.value >> secret.contentType;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): as all of Qt's own do
 }
 
 using Attributes = QMap<QString, QString>;
