@@ -27,6 +27,8 @@ void HotKeyRegistrar::stop() {
 
 void HotKeyRegistrar::setRecording(bool recording) {
     m_isRecording = recording;
+    if (m_hotKey)
+        m_hotKey->setRecording(recording);
     if (!recording && m_isStale)
         registerHotKey(PermissionRequest::byUser);
 }

@@ -52,4 +52,8 @@ bool HotKey::endsOnSecondPress() const {
     return m_registration->endsOnSecondPress();
 }
 
+void HotKey::setRecording(bool recording) {
+    m_registration->setRecording(recording);
+}
+
 } // namespace tavrik

@@ -32,6 +32,7 @@ public:
     QString assignedTrigger() const;
     KeyBindings bindings() const;
     bool endsOnSecondPress() const;
+    void setRecording(bool recording);
 
 private:
     struct Callbacks {

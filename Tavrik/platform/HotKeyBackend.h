@@ -44,6 +44,9 @@ public:
 
         /// Whether the desktop tells of presses only, and a second one is taken as the release.
         virtual bool endsOnSecondPress() const { return false; }
+
+        /// Tells whether a recording runs, which a second press may end.
+        virtual void setRecording(bool recording) { Q_UNUSED(recording) }
     };
 
     /// Never fails: a registration that could not be made says so in its status and delivers nothing.

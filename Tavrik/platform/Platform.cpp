@@ -19,6 +19,8 @@
 #include "platform/linux/XdgFolders.h"
 #include "platform/linux/XkbKeyReader.h"
 #include "platform/null/NullServices.h"
+#include "platform/portal/FallbackHotKeyBackend.h"
+#include "platform/portal/GlobalShortcutsBackend.h"
 #include "platform/portal/PortalConnection.h"
 #include "platform/portal/PortalGrants.h"
 #include "platform/portal/RemoteDesktopPasteKeys.h"
@@ -146,8 +148,11 @@ std::function<void()> Platform::chooseClipboard() {
 }
 
 void Platform::chooseHotKeys() {
-    if (m_foundation->wayland.isConnected())
-        hotKeys = std::make_unique<CommandHotKeyBackend>();
+    if (auto& portals = m_foundation->portals)
+        hotKeys = std::make_unique<FallbackHotKeyBackend>(
+            std::make_unique<GlobalShortcutsBackend>(portals->connection, portals->grants,
+                                                     m_foundation->keyRepeat),
+            std::make_unique<CommandHotKeyBackend>());
     else if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
         hotKeys = std::make_unique<X11HotKeyBackend>(keyboard);
     else

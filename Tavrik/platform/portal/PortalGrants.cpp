@@ -7,6 +7,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace tavrik {
@@ -15,6 +17,7 @@ namespace {
 
 constexpr qint64 maximumSize = qint64{1} << 16;
 const auto shortcuts = u"askedForShortcuts"_s;
+const auto granted = u"grantedShortcuts"_s;
 const auto pasting = u"askedForPasting"_s;
 const auto token = u"pasteToken"_s;
 
@@ -35,6 +38,21 @@ void PortalGrants::setAskedForShortcut(const QString& id) {
     auto asked = m_grants.value(shortcuts).toArray();
     asked.append(id);
     set(shortcuts, asked);
+}
+
+bool PortalGrants::isShortcutGranted(const QString& id) const {
+    return m_grants.value(granted).toArray().contains(id);
+}
+
+void PortalGrants::setShortcutGranted(const QString& id, bool isGranted) {
+    if (isShortcutGranted(id) == isGranted)
+        return;
+    auto ids = m_grants.value(granted).toArray();
+    if (isGranted)
+        ids.append(id);
+    else
+        ids.erase(std::ranges::find(ids, QJsonValue(id)));
+    set(granted, ids);
 }
 
 bool PortalGrants::wasAskedForPasting() const {

@@ -20,6 +20,10 @@ public:
     bool wasAskedForShortcut(const QString& id) const;
     void setAskedForShortcut(const QString& id);
 
+    /// Whether the desktop assigned the shortcut with this id when it was last asked to.
+    bool isShortcutGranted(const QString& id) const;
+    void setShortcutGranted(const QString& id, bool granted);
+
     /// Whether the user was asked about pasting.
     bool wasAskedForPasting() const;
     void setAskedForPasting();

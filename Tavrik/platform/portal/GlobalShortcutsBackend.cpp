@@ -1,0 +1,484 @@
+#include "platform/portal/GlobalShortcutsBackend.h"
+
+#include "platform/KeyRepeat.h"
+#include "platform/portal/GnomeShell.h"
+#include "platform/portal/HoldTracker.h"
+#include "platform/portal/PortalConnection.h"
+#include "platform/portal/PortalGrants.h"
+#include "platform/portal/PortalRequest.h"
+#include "platform/portal/PortalTrigger.h"
+#include "platform/portal/ShortcutConflict.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QPointer>
+#include <QTimer>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace tavrik {
+
+namespace {
+
+const auto backendName = u"GlobalShortcuts portal"_s;
+const auto shortcutsInterface = u"org.freedesktop.portal.GlobalShortcuts"_s;
+const auto sessionInterface = u"org.freedesktop.portal.Session"_s;
+const auto portalPath = u"/org/freedesktop/portal/desktop"_s;
+
+const auto notAllowed =
+    u"The desktop was not allowed to assign this shortcut. Choose it again to be asked."_s;
+
+/// Nobody reads a dialog and answers it in less: such an answer was the desktop's own.
+constexpr auto quickestAnswer = 300ms;
+
+/// How long a portal that has ended is given to come back by itself.
+constexpr auto absence = 1s;
+
+/// How often in a row a portal is started again that ends before the shortcut is used.
+constexpr int mostRevivals = 3;
+
+/// A session that does not live longer is not opened again.
+constexpr auto shortestSession = 10s;
+
+/// A shortcut as it travels.
+struct PortalShortcut {
+    QString id;
+    QVariantMap properties;
+};
+
+using PortalShortcuts = QList<PortalShortcut>;
+
+QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut) {
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut) {
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+/// The description of the keys; empty when there are none, nothing when the shortcut is not among them.
+std::optional<QString> triggerOf(const QString& id, const QVariant& shortcuts) {
+    for (const auto& shortcut : qdbus_cast<PortalShortcuts>(shortcuts)) {
+        if (shortcut.id == id)
+            return shortcut.properties.value(u"trigger_description"_s).toString();
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+/// One combination. It has a session while it is bound, and an attempt while it is being bound.
+class ShortcutRegistration final : public HotKeyBackend::Registration {
+    Q_OBJECT
+
+public:
+    ShortcutRegistration(GlobalShortcutsBackend& backend, KeyCombination combination,
+                         PermissionRequest request, HotKeyBackend::Handlers handlers);
+    ~ShortcutRegistration() override;
+
+    ServiceStatus status() const override { return m_status; }
+    QString assignedTrigger() const override { return m_trigger; }
+    bool endsOnSecondPress() const override { return m_hold.mayMissRelease(); }
+    void setRecording(bool recording) override { m_hold.setRecording(recording); }
+
+private Q_SLOTS:
+    void activated(const QDBusMessage& signal);
+    void deactivated(const QDBusMessage& signal);
+    void shortcutsChanged(const QDBusMessage& signal);
+    void sessionClosed();
+
+private:
+    void followOffer();
+    void bind(PermissionRequest request);
+    void checkPermission();
+    void openSession(bool mayAsk);
+    void lookForBinding();
+    void bindShortcut();
+    void shortcutBound(const Result<PortalResponse>& response);
+    void checkConflict();
+    void endAttempt(bool works, const QString& reason);
+    void refuse(const QString& reason);
+    void dropSession();
+    void portalVanished();
+    void portalAppeared();
+
+    bool isOurs(const QDBusMessage& signal) const;
+    PortalShortcuts shortcuts() const;
+    void setStatus(bool works, const QString& reason);
+    void settle();
+
+    void followRepeat();
+    void handle(HoldTracker::Event event);
+    void updateTimer();
+
+    GlobalShortcutsBackend& m_backend;
+    const KeyCombination m_combination;
+    const QString m_id;
+    const HotKeyBackend::Handlers m_handlers;
+    PermissionRequest m_request;
+    bool m_isSettled = false;
+
+    /// Owns what is asked on the way to the binding; null when nothing is.
+    std::unique_ptr<QObject> m_attempt;
+    /// The session's path; empty without one.
+    QString m_session;
+    std::chrono::steady_clock::time_point m_openedAt;
+    int m_revivals = 0;
+    QTimer m_revival;
+    QString m_trigger;
+    ServiceStatus m_status{backendName, false, u"The desktop has not assigned this shortcut yet."_s};
+
+    bool m_losesReleases = false;
+    HoldTracker m_hold;
+    QTimer m_silence;
+};
+
+ShortcutRegistration::ShortcutRegistration(GlobalShortcutsBackend& backend, KeyCombination combination,
+                                           PermissionRequest request, HotKeyBackend::Handlers handlers)
+    : m_backend(backend), m_combination(combination),
+      m_id(u"dictate-%1-%2"_s.arg(combination.modifiers).arg(combination.keyCode)),
+      m_handlers(std::move(handlers)), m_request(request) {
+    auto bus = m_backend.m_portal.bus();
+    bus.connect({}, portalPath, shortcutsInterface, u"Activated"_s, this, SLOT(activated(QDBusMessage)));
+    bus.connect({}, portalPath, shortcutsInterface, u"Deactivated"_s, this, SLOT(deactivated(QDBusMessage)));
+    bus.connect({}, portalPath, shortcutsInterface, u"ShortcutsChanged"_s, this,
+                SLOT(shortcutsChanged(QDBusMessage)));
+    connect(&m_backend.m_portal, &PortalConnection::vanished, this, &ShortcutRegistration::portalVanished);
+    connect(&m_backend.m_portal, &PortalConnection::appeared, this, &ShortcutRegistration::portalAppeared);
+    connect(&m_backend, &Service::statusChanged, this, &ShortcutRegistration::followOffer);
+    connect(&m_backend.m_repeat, &KeyRepeat::changed, this, &ShortcutRegistration::followRepeat);
+    m_silence.setSingleShot(true);
+    m_silence.setTimerType(Qt::PreciseTimer);
+    m_silence.callOnTimeout(this, [this] { handle(m_hold.timePassed(std::chrono::steady_clock::now())); });
+    m_revival.setSingleShot(true);
+    m_revival.callOnTimeout(this, [this] { bind(PermissionRequest::once); });
+    followOffer();
+}
+
+ShortcutRegistration::~ShortcutRegistration() {
+    m_attempt.reset();
+    if (!m_session.isEmpty())
+        m_backend.closeSession(m_session);
+}
+
+void ShortcutRegistration::followOffer() {
+    switch (m_backend.offer()) {
+    case GlobalShortcutsBackend::Offer::unknown:
+        return;
+    case GlobalShortcutsBackend::Offer::missing:
+        setStatus(false, m_backend.status().reason);
+        return settle();
+    case GlobalShortcutsBackend::Offer::offered:
+        if (!m_attempt && m_session.isEmpty())
+            bind(m_request);
+    }
+}
+
+void ShortcutRegistration::bind(PermissionRequest request) {
+    m_request = request;
+    m_revival.stop();
+    m_attempt = std::make_unique<QObject>();
+    askGnomeShell(m_backend.m_portal.bus(), *m_attempt, [this](bool isThere) {
+        m_losesReleases = isThere;
+        followRepeat();
+        checkPermission();
+    });
+}
+
+/// Binding makes most desktops ask the user, unless they remember the shortcut.
+void ShortcutRegistration::checkPermission() {
+    const auto& grants = m_backend.m_grants;
+    if (m_request == PermissionRequest::byUser || !grants.wasAskedForShortcut(m_id))
+        return openSession(true);
+    const bool wasGranted = grants.isShortcutGranted(m_id);
+    if (!m_losesReleases)
+        return openSession(wasGranted);
+    // GNOME lists what it remembers only when it is bound.
+    askGnomeForShortcut(m_id, *m_attempt, [this, wasGranted](std::optional<bool> remembered) {
+        if (remembered.value_or(wasGranted))
+            return openSession(true);
+        refuse(notAllowed);
+    });
+}
+
+void ShortcutRegistration::openSession(bool mayAsk) {
+    m_backend.whenSessionFree(*m_attempt, [this, mayAsk] {
+        // KDE knows a program without an application id by the token; older ones take the shortcuts here.
+        const QVariantMap options{{u"session_handle_token"_s, u"tavrik"_s},
+                                  {u"shortcuts"_s, QVariant::fromValue(shortcuts())}};
+        PortalRequest::send(
+            m_backend.m_portal, *m_attempt, shortcutsInterface, u"CreateSession"_s, {}, options,
+            [this, mayAsk](const Result<PortalResponse>& response) {
+                if (!response)
+                    return endAttempt(false, response.error().description);
+                m_session = response->results.value(u"session_handle"_s).toString();
+                if (response->code != PortalResponse::success || m_session.isEmpty())
+                    return endAttempt(false, u"The desktop opened no session for shortcuts."_s);
+                m_openedAt = std::chrono::steady_clock::now();
+                auto bus = m_backend.m_portal.bus();
+                bus.connect({}, m_session, sessionInterface, u"Closed"_s, this, SLOT(sessionClosed()));
+                if (mayAsk)
+                    bindShortcut();
+                else
+                    lookForBinding();
+            });
+    });
+}
+
+void ShortcutRegistration::lookForBinding() {
+    PortalRequest::send(m_backend.m_portal, *m_attempt, shortcutsInterface, u"ListShortcuts"_s,
+                        {QVariant::fromValue(QDBusObjectPath(m_session))}, {},
+                        [this](const Result<PortalResponse>& response) {
+                            const auto known = response
+                                                   ? triggerOf(m_id, response->results.value(u"shortcuts"_s))
+                                                   : std::nullopt;
+                            if (known && !known->isEmpty())
+                                return bindShortcut();
+                            refuse(notAllowed);
+                        });
+}
+
+void ShortcutRegistration::bindShortcut() {
+    auto& grants = m_backend.m_grants;
+    QTimer::singleShot(quickestAnswer, m_attempt.get(),
+                       [&grants, id = m_id] { grants.setAskedForShortcut(id); });
+    PortalRequest::send(
+        m_backend.m_portal, *m_attempt, shortcutsInterface, u"BindShortcuts"_s,
+        {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(shortcuts()), QString()}, {},
+        [this](const Result<PortalResponse>& response) { shortcutBound(response); });
+}
+
+/// GNOME's response code says "ended" even when all went well: only the assigned keys count.
+void ShortcutRegistration::shortcutBound(const Result<PortalResponse>& response) {
+    if (!response)
+        return refuse(response.error().description);
+    const auto trigger = triggerOf(m_id, response->results.value(u"shortcuts"_s));
+    m_trigger = trigger.value_or(QString());
+    auto& grants = m_backend.m_grants;
+    grants.setShortcutGranted(m_id, trigger.has_value());
+    if (!trigger)
+        return refuse(notAllowed);
+    grants.setAskedForShortcut(m_id);
+    if (m_trigger.isEmpty())
+        return endAttempt(false, u"The desktop has assigned no keys to this shortcut."_s);
+    endAttempt(true, {});
+    checkConflict();
+}
+
+void ShortcutRegistration::checkConflict() {
+    if (m_trigger.isEmpty())
+        return;
+    m_attempt = std::make_unique<QObject>();
+    findShortcutConflict(m_backend.m_portal.bus(), {m_id, m_trigger, m_combination}, *m_attempt,
+                         [this](const QString& conflict) { endAttempt(conflict.isEmpty(), conflict); });
+}
+
+/// An attempt is destroyed later, since this is called from within it.
+void ShortcutRegistration::endAttempt(bool works, const QString& reason) {
+    m_attempt.release()->deleteLater();
+    settle();
+    setStatus(works, reason);
+}
+
+void ShortcutRegistration::refuse(const QString& reason) {
+    dropSession();
+    endAttempt(false, reason);
+}
+
+void ShortcutRegistration::dropSession() {
+    if (m_session.isEmpty())
+        return;
+    auto bus = m_backend.m_portal.bus();
+    bus.disconnect({}, m_session, sessionInterface, u"Closed"_s, this, SLOT(sessionClosed()));
+    m_backend.closeSession(std::exchange(m_session, {}));
+}
+
+bool ShortcutRegistration::isOurs(const QDBusMessage& signal) const {
+    const auto arguments = signal.arguments();
+    return !m_session.isEmpty() && arguments.value(0).value<QDBusObjectPath>().path() == m_session &&
+           arguments.value(1).toString() == m_id;
+}
+
+void ShortcutRegistration::activated(const QDBusMessage& signal) {
+    if (isOurs(signal))
+        handle(m_hold.activated(std::chrono::steady_clock::now()));
+}
+
+void ShortcutRegistration::deactivated(const QDBusMessage& signal) {
+    if (isOurs(signal))
+        handle(m_hold.deactivated());
+}
+
+void ShortcutRegistration::shortcutsChanged(const QDBusMessage& signal) {
+    const auto arguments = signal.arguments();
+    // While it is being bound, the response says the same.
+    if (m_attempt || m_session.isEmpty() || arguments.value(0).value<QDBusObjectPath>().path() != m_session)
+        return;
+    const auto trigger = triggerOf(m_id, arguments.value(1)).value_or(QString());
+    if (std::exchange(m_trigger, trigger) == trigger)
+        return;
+    if (m_trigger.isEmpty())
+        setStatus(false, u"The desktop has assigned no keys to this shortcut."_s);
+    else
+        checkConflict();
+    Q_EMIT statusChanged();
+}
+
+void ShortcutRegistration::sessionClosed() {
+    const bool wasShort = std::chrono::steady_clock::now() - m_openedAt < shortestSession;
+    m_session.clear();
+    m_trigger.clear();
+    m_attempt.reset();
+    handle(m_hold.deactivated());
+    setStatus(false, u"The desktop has taken this shortcut back."_s);
+    if (wasShort)
+        settle();
+    else
+        bind(PermissionRequest::once);
+}
+
+void ShortcutRegistration::portalVanished() {
+    m_session.clear();
+    m_trigger.clear();
+    m_attempt.reset();
+    handle(m_hold.deactivated());
+    setStatus(false, u"The desktop portal has ended."_s);
+    if (m_revivals < mostRevivals) {
+        ++m_revivals;
+        m_revival.start(absence);
+    } else {
+        settle();
+    }
+}
+
+void ShortcutRegistration::portalAppeared() {
+    if (!m_attempt && m_session.isEmpty() && m_backend.offer() == GlobalShortcutsBackend::Offer::offered)
+        bind(PermissionRequest::once);
+}
+
+PortalShortcuts ShortcutRegistration::shortcuts() const {
+    return {
+        {m_id,
+         {{u"description"_s, u"Hold to dictate"_s}, {u"preferred_trigger"_s, portalTrigger(m_combination)}}}};
+}
+
+void ShortcutRegistration::setStatus(bool works, const QString& reason) {
+    const ServiceStatus status{backendName, works, reason};
+    if (std::exchange(m_status, status) != status)
+        Q_EMIT statusChanged();
+}
+
+void ShortcutRegistration::settle() {
+    if (!std::exchange(m_isSettled, true))
+        m_handlers.settled();
+}
+
+void ShortcutRegistration::followRepeat() {
+    m_hold.setRepeat(m_losesReleases ? std::optional(m_backend.m_repeat.settings()) : std::nullopt);
+    updateTimer();
+}
+
+void ShortcutRegistration::handle(HoldTracker::Event event) {
+    updateTimer();
+    switch (event) {
+    case HoldTracker::Event::none:
+        return;
+    case HoldTracker::Event::pressed:
+        m_revivals = 0;
+        return m_handlers.pressed();
+    case HoldTracker::Event::released:
+        return m_handlers.released();
+    case HoldTracker::Event::pressedAgain:
+        m_handlers.released();
+        return m_handlers.pressed();
+    case HoldTracker::Event::doubted:
+        askGnomeShell(m_backend.m_portal.bus(), *this,
+                      [this](bool) { handle(m_hold.answered(std::chrono::steady_clock::now())); });
+    }
+}
+
+void ShortcutRegistration::updateTimer() {
+    const auto deadline = m_hold.deadline();
+    if (!deadline)
+        return m_silence.stop();
+    const auto left = *deadline - std::chrono::steady_clock::now();
+    m_silence.start(std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(left)));
+}
+
+GlobalShortcutsBackend::GlobalShortcutsBackend(PortalConnection& portal, PortalGrants& grants,
+                                               KeyRepeat& repeat)
+    : m_portal(portal), m_grants(grants), m_repeat(repeat) {
+    qDBusRegisterMetaType<PortalShortcut>();
+    qDBusRegisterMetaType<PortalShortcuts>();
+    connect(&m_portal, &PortalConnection::appeared, this, [this] {
+        if (m_offer == Offer::missing)
+            askOffer();
+    });
+    askOffer();
+}
+
+void GlobalShortcutsBackend::askOffer() {
+    m_portal.askVersion(shortcutsInterface, *this, [this](uint version) {
+        m_offer = version > 0 ? Offer::offered : Offer::missing;
+        Q_EMIT statusChanged();
+    });
+}
+
+ServiceStatus GlobalShortcutsBackend::status() const {
+    switch (m_offer) {
+    case Offer::offered:
+        return {backendName, true};
+    case Offer::missing:
+        return {backendName, false, u"The desktop has no portal for shortcuts."_s};
+    case Offer::unknown:
+        break;
+    }
+    return {backendName, false, u"The desktop's portal has not answered yet."_s};
+}
+
+std::unique_ptr<HotKeyBackend::Registration>
+GlobalShortcutsBackend::registerHotKey(KeyCombination combination, PermissionRequest request,
+                                       Handlers handlers) {
+    return std::make_unique<ShortcutRegistration>(*this, combination, request, std::move(handlers));
+}
+
+void GlobalShortcutsBackend::closeSession(const QString& path) {
+    const auto call = QDBusMessage::createMethodCall(u"org.freedesktop.portal.Desktop"_s, path,
+                                                     sessionInterface, u"Close"_s);
+    ++m_closing;
+    auto* watcher = new QDBusPendingCallWatcher(m_portal.bus().asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        if (--m_closing > 0)
+            return;
+        for (const auto& ready : std::exchange(m_waiting, {}))
+            ready();
+    });
+}
+
+void GlobalShortcutsBackend::whenSessionFree(QObject& owner, std::function<void()> ready) {
+    if (m_closing == 0)
+        return ready();
+    m_waiting.push_back([owner = QPointer(&owner), ready = std::move(ready)] {
+        if (owner)
+            ready();
+    });
+}
+
+} // namespace tavrik
+
+#include "GlobalShortcutsBackend.moc"
