@@ -79,8 +79,9 @@ struct Program::Objects {
                    .activator = *platform.windowActivator,
                    .settings =
                        {
-                           .shortcut = {*preferences, settings, *platform.keyReader, hotKey,
-                                        *platform.pasteKeys},
+                           .shortcut = {*preferences, settings, *platform.keyReader, hotKey},
+                           .pasteKeys = *platform.pasteKeys,
+                           .clipboard = *platform.clipboard,
                            .appearance = *platform.appearance,
                            .loginItem = *platform.loginItem,
                            .folders = *platform.folders,

@@ -66,24 +66,25 @@ struct WindowDesk {
     fake::AppearanceLog appearance;
     Settings settings{preferences};
     ViewEngine engine;
-    MainWindowController controller{
-        {
-            .queue = queue,
-            .account = account,
-            .history = [this]() -> HistoryStore& { return history; },
-            .clipboard = clipboard,
-            .days = days,
-            .links = links,
-            .activator = activator,
-            .settings = {.shortcut = {preferences, settings, keys, hotKey, pasteKeys},
-                         .appearance = appearance,
-                         .loginItem = loginItem,
-                         .folders = folders,
-                         .texts = {},
-                         .dataFolder = folder.path()},
-            .fullUserName = "Sara Ahmadi",
-        },
-        engine};
+    MainWindowController controller{{
+                                        .queue = queue,
+                                        .account = account,
+                                        .history = [this]() -> HistoryStore& { return history; },
+                                        .clipboard = clipboard,
+                                        .days = days,
+                                        .links = links,
+                                        .activator = activator,
+                                        .settings = {.shortcut = {preferences, settings, keys, hotKey},
+                                                     .pasteKeys = pasteKeys,
+                                                     .clipboard = clipboard,
+                                                     .appearance = appearance,
+                                                     .loginItem = loginItem,
+                                                     .folders = folders,
+                                                     .texts = {},
+                                                     .dataFolder = folder.path()},
+                                        .fullUserName = "Sara Ahmadi",
+                                    },
+                                    engine};
 
     WindowDesk() {
         slot.content = AuthSession{"a", "r", std::chrono::system_clock::now() + std::chrono::hours(1),

@@ -12,7 +12,9 @@
 namespace tavrik {
 
 SettingsModel::SettingsModel(Dependencies dependencies, QObject* parent)
-    : QObject(parent), m_dependencies(std::move(dependencies)), m_shortcut(m_dependencies.shortcut) {}
+    : QObject(parent), m_dependencies(std::move(dependencies)), m_shortcut(m_dependencies.shortcut),
+      m_shortcutStatus({m_dependencies.shortcut.hotKey, m_dependencies.pasteKeys, m_dependencies.clipboard}) {
+}
 
 QString SettingsModel::targetLanguage() const {
     return m_dependencies.shortcut.settings.targetLanguage();
@@ -67,6 +69,7 @@ void SettingsModel::revealDataFolder() {
 
 void SettingsModel::refresh() {
     m_shortcut.refresh();
+    m_shortcutStatus.refresh();
     Q_EMIT changed();
 }
 

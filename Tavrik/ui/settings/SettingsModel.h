@@ -2,6 +2,7 @@
 
 #include "platform/PlatformTexts.h"
 #include "ui/settings/ShortcutRecorder.h"
+#include "ui/settings/ShortcutStatus.h"
 
 #include <QObject>
 #include <QStringList>
@@ -20,6 +21,7 @@ class SettingsModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("Views are given it.")
     Q_PROPERTY(tavrik::ShortcutRecorder* shortcut READ shortcut CONSTANT)
+    Q_PROPERTY(tavrik::ShortcutStatus* shortcutStatus READ shortcutStatus CONSTANT)
     Q_PROPERTY(QString targetLanguage READ targetLanguage WRITE setTargetLanguage NOTIFY changed)
     Q_PROPERTY(QString appearance READ appearance WRITE setAppearance NOTIFY changed)
     Q_PROPERTY(bool sounds READ sounds WRITE setSounds NOTIFY changed)
@@ -34,6 +36,8 @@ class SettingsModel : public QObject {
 public:
     struct Dependencies {
         ShortcutRecorder::Dependencies shortcut;
+        PasteKeys& pasteKeys;
+        Clipboard& clipboard;
         Appearance& appearance;
         LoginItem& loginItem;
         FolderRevealer& folders;
@@ -45,6 +49,7 @@ public:
     explicit SettingsModel(Dependencies dependencies, QObject* parent = nullptr);
 
     ShortcutRecorder* shortcut() { return &m_shortcut; }
+    ShortcutStatus* shortcutStatus() { return &m_shortcutStatus; }
     QString targetLanguage() const;
     void setTargetLanguage(const QString& language);
     QString appearance() const;
@@ -77,6 +82,7 @@ private:
 
     const Dependencies m_dependencies;
     ShortcutRecorder m_shortcut;
+    ShortcutStatus m_shortcutStatus;
 };
 
 } // namespace tavrik

@@ -7,12 +7,12 @@ Item {
 
     required property string title
     property string subtitle
-    // A line below that asks for attention.
-    property string note
+    // What stands below, over the whole width.
+    property alias below: extras.data
     default property alias control: controls.data
 
     width: parent.width
-    height: Math.max(texts.height, controls.height) + 2 * Theme.rowPadding + (noteLabel.visible ? noteLabel.height + 8 : 0)
+    height: Math.max(texts.height, controls.height) + 2 * Theme.rowPadding + (extras.height > 0 ? extras.height + 8 : 0)
 
     Column {
         id: texts
@@ -46,15 +46,11 @@ Item {
         height: childrenRect.height
     }
 
-    Label {
-        id: noteLabel
+    Column {
+        id: extras
         x: Theme.cardPadding
         y: parent.height - height - Theme.rowPadding
         width: parent.width - 2 * Theme.cardPadding
-        text: row.note
-        visible: text !== ""
-        size: Theme.smallSize
-        color: Theme.warning
-        wrapMode: Text.Wrap
+        spacing: 8
     }
 }

@@ -26,9 +26,6 @@ ShortcutRecorder::ShortcutRecorder(const Dependencies& dependencies, QObject* pa
         if (m_phase != Phase::idle && window != m_window)
             end();
     });
-    for (const Service* service :
-         {static_cast<const Service*>(&m_dependencies.hotKey), &m_dependencies.paste})
-        connect(service, &Service::statusChanged, this, &ShortcutRecorder::changed);
 }
 
 ShortcutRecorder::~ShortcutRecorder() {
@@ -37,17 +34,6 @@ ShortcutRecorder::~ShortcutRecorder() {
 
 QString ShortcutRecorder::display() const {
     return m_dependencies.settings.hotKeyDisplay();
-}
-
-QString ShortcutRecorder::warning() const {
-    if (m_phase != Phase::idle)
-        return {};
-    const auto paste = m_dependencies.paste.status();
-    QStringList reasons{m_dependencies.hotKey.status().reason,
-                        paste.works ? paste.reason
-                                    : QStringLiteral("Your text stays on the clipboard: ") + paste.reason};
-    reasons.removeAll(QString());
-    return reasons.join(u'\n');
 }
 
 void ShortcutRecorder::toggle() {

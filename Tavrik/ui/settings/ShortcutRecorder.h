@@ -12,7 +12,6 @@ namespace tavrik {
 class AbstractHotKeyOwner;
 class KeyReader;
 class PreferenceStore;
-class Service;
 class Settings;
 
 /// Records the hot key from the keyboard. While it does, no key reaches anything else: neither a control of
@@ -23,7 +22,6 @@ class ShortcutRecorder : public QObject {
     QML_UNCREATABLE("Views are given it.")
     Q_PROPERTY(bool recording READ isRecording NOTIFY changed)
     Q_PROPERTY(QString display READ display NOTIFY changed)
-    Q_PROPERTY(QString warning READ warning NOTIFY changed)
 
 public:
     struct Dependencies {
@@ -31,8 +29,6 @@ public:
         const Settings& settings;
         const KeyReader& keys;
         AbstractHotKeyOwner& hotKey;
-        /// Whether a dictation can be pasted.
-        const Service& paste;
     };
 
     explicit ShortcutRecorder(const Dependencies& dependencies, QObject* parent = nullptr);
@@ -41,9 +37,6 @@ public:
     bool isRecording() const { return m_phase == Phase::recording; }
     /// The shortcut in the preferences, as shown to the user.
     QString display() const;
-    /// What keeps the shortcut, or the paste that follows it, from working, for the user; empty if nothing
-    /// does.
-    QString warning() const;
 
     /// Begins, or gives up.
     Q_INVOKABLE void toggle();

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/HotKeyBackend.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace tavrik {
+
+class AbstractHotKeyOwner;
+class Clipboard;
+class PasteKeys;
+
+/// What the desktop makes of the shortcut and of the paste that follows it, and what the user can do about
+/// it. Main thread only.
+class ShortcutStatus : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Views are given it.")
+    Q_PROPERTY(QString assigned READ assigned NOTIFY changed)
+    Q_PROPERTY(QString warning READ warning NOTIFY changed)
+    Q_PROPERTY(QString remedy READ remedy NOTIFY changed)
+    Q_PROPERTY(QString pasteWarning READ pasteWarning NOTIFY changed)
+    Q_PROPERTY(QString pasteRemedy READ pasteRemedy NOTIFY changed)
+    Q_PROPERTY(QString bindingPlace READ bindingPlace NOTIFY changed)
+    Q_PROPERTY(QString bindingLines READ bindingLines NOTIFY changed)
+
+public:
+    struct Dependencies {
+        AbstractHotKeyOwner& hotKey;
+        PasteKeys& pasteKeys;
+        /// Takes the lines that are copied.
+        Clipboard& clipboard;
+    };
+
+    explicit ShortcutStatus(const Dependencies& dependencies, QObject* parent = nullptr);
+
+    /// What the desktop has assigned, in its own words; empty where that is what was asked for.
+    QString assigned() const;
+    /// What keeps the shortcut from working, or restricts it; empty if nothing does. The remedy is what a
+    /// button beside it offers, or empty.
+    QString warning() const;
+    QString remedy() const;
+    /// The same for the paste.
+    QString pasteWarning() const;
+    QString pasteRemedy() const;
+    /// What the user must add to the desktop's configuration, and where; empty if nothing.
+    QString bindingPlace() const { return m_bindings.place; }
+    QString bindingLines() const { return m_bindings.lines; }
+
+    Q_INVOKABLE void applyRemedy();
+    Q_INVOKABLE void applyPasteRemedy();
+    Q_INVOKABLE void copyBindings();
+
+    /// What is shown may be out of date.
+    void refresh();
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    const Dependencies m_dependencies;
+    KeyBindings m_bindings;
+};
+
+} // namespace tavrik
