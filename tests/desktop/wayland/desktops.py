@@ -127,6 +127,7 @@ class Desktop(contextlib.ExitStack):
     #: What portals ask the user: the titles for the shortcut and for pasting.
     dialogs = ()
     keeps_clipboard = False
+    has_terminal = True
 
     def __enter__(self):
         super().__enter__()
@@ -259,6 +260,8 @@ class Kde(Desktop):
 
 class OldKde(Kde):
     environment = Kde.environment | {"KDE_SESSION_VERSION": "5"}
+    # Debian 12's divides by zero on a screen without a size in millimetres.
+    has_terminal = False
 
 
 class Sway(Desktop):
