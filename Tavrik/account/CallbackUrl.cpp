@@ -1,5 +1,7 @@
 #include "account/CallbackUrl.h"
 
+#include "services/HttpClient.h"
+
 #include <QHash>
 #include <QStringDecoder>
 
@@ -71,12 +73,16 @@ std::optional<Result<CallbackTokens>> parseCallbackUrl(QByteArrayView url) {
     const auto hash = url.indexOf('#');
     if (!url.startsWith("tavrik:") || hash < 0)
         return std::nullopt;
+    const auto failed = u"Google sign-in failed."_s;
     const auto members = parseFragment(url.sliced(hash + 1));
     const auto accessToken = members.constFind("access_token");
     const auto refreshToken = members.constFind("refresh_token");
-    if (accessToken != members.constEnd() && refreshToken != members.constEnd())
+    const bool complete = accessToken != members.constEnd() && refreshToken != members.constEnd();
+    if (complete && !isHeaderValue(accessToken->toUtf8()))
+        return std::unexpected(Error{failed});
+    if (complete)
         return CallbackTokens{*accessToken, *refreshToken, parseLifetime(members.value("expires_in"))};
-    const auto error = members.value("error", u"Google sign-in failed."_s);
+    const auto error = members.value("error", failed);
     return std::unexpected(Error{members.value("error_description", error)});
 }
 

@@ -15,9 +15,11 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace tavrik {
 
@@ -49,7 +51,10 @@ struct AppDelegate::AudioFile {
 };
 
 AppDelegate::AppDelegate(Dependencies dependencies, QObject* parent)
-    : QObject(parent), m_dependencies(std::move(dependencies)) {}
+    : QObject(parent), m_dependencies(std::move(dependencies)) {
+    m_prepareAgain.setInterval(30s);
+    connect(&m_prepareAgain, &QTimer::timeout, this, [this] { m_dependencies.translator.prepare(); });
+}
 
 AppDelegate::~AppDelegate() {
     leave();
@@ -84,6 +89,7 @@ void AppDelegate::startRecording(bool endsOnSecondPress) {
 
     // The user speaks for a while: time to make ready for what follows the release.
     m_dependencies.translator.prepare();
+    m_prepareAgain.start();
     m_dependencies.history();
 }
 
@@ -153,6 +159,7 @@ void AppDelegate::showError(const QString& message) {
 
 void AppDelegate::setState(State state) {
     m_state = state;
+    m_prepareAgain.stop();
     m_dependencies.busyChanged(state != State::idle);
     updateIcon();
     switch (state) {

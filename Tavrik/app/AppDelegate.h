@@ -3,6 +3,7 @@
 #include "capture/AbstractRecorder.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -73,6 +74,7 @@ public:
     void applicationShouldHandleReopen(const QByteArray& activationToken);
 
     bool isRecording() const { return m_state == State::recording; }
+
     /// Gives up the hot key, and a recording that runs; nothing more is dictated.
     void leave();
 
@@ -101,6 +103,8 @@ private:
 
     Dependencies m_dependencies;
     State m_state = State::idle;
+    /// Runs while recording: what was made ready at its beginning may not last until its end.
+    QTimer m_prepareAgain;
     /// Why the last dictation was left on the clipboard; empty if it was not.
     QString m_pasteNote;
 };

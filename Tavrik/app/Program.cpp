@@ -153,6 +153,7 @@ void Program::receive(HotKeyCommand command) {
 
 void Program::leave() {
     m_objects->delegate.leave();
+    m_objects->recorder.removeLatest();
     if (m_objects->openedHistory)
         m_objects->openedHistory->waitUntilSaved();
 }

@@ -1,18 +1,26 @@
 #include "services/HttpClient.h"
 
+#include "base/AppVersion.h"
 #include "base/MainQueue.h"
 
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QIODevice>
+#include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QSslConfiguration>
+#include <QThread>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace tavrik {
 
@@ -63,11 +71,6 @@ private:
     QNetworkReply* m_reply = nullptr;
 };
 
-/// A line break would start another header.
-bool isHeaderValue(const QByteArray& value) {
-    return std::ranges::none_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
-}
-
 /// A status of 400 and above is an error to QNetworkReply, but still a complete response.
 bool isComplete(const QNetworkReply& reply) {
     const int status = statusOf(reply);
@@ -102,9 +105,14 @@ Error transportError(const QNetworkReply& reply, bool uploadHasStarted) {
 
 QNetworkRequest networkRequest(const HttpRequest& request) {
     QNetworkRequest result(request.url);
+    // Instead of a browser's name and the user's languages.
+    result.setRawHeader("User-Agent", "Tavrik/" + appVersion().toUtf8());
+    result.setRawHeader("Accept-Language", "en");
     for (const auto& [name, value] : request.headers)
         result.setRawHeader(name, value);
-    result.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    result.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                        request.followsRedirects ? QNetworkRequest::NoLessSafeRedirectPolicy
+                                                 : QNetworkRequest::ManualRedirectPolicy);
     result.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     result.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     result.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
@@ -194,11 +202,92 @@ private:
     bool m_uploadComplete = false;
 };
 
+/// How long ago something was last done, the computer's sleep included.
+class IdleClock {
+public:
+    void restart() {
+        m_awake.restart();
+        m_wall = QDateTime::currentDateTimeUtc();
+    }
+
+    bool exceeds(std::chrono::milliseconds bound) const {
+        // The one stands still during sleep, the other can be set back.
+        return !m_awake.isValid() || m_awake.hasExpired(bound.count()) ||
+               m_wall.msecsTo(QDateTime::currentDateTimeUtc()) > bound.count();
+    }
+
+private:
+    QElapsedTimer m_awake;
+    QDateTime m_wall;
+};
+
 } // namespace
 
-HttpClient::HttpClient(MainQueue& queue, QObject* parent) : QObject(parent), m_queue(queue) {
-    // Deletes the replies behind openConnection(), which are not accessible.
-    m_manager.setAutoDeleteReplies(true);
+bool isHeaderValue(const QByteArray& value) {
+    return std::ranges::none_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
+}
+
+/// What lives on the client's thread.
+class HttpClient::Network : public QObject {
+public:
+    Network(MainQueue& queue, std::chrono::milliseconds maximumIdle)
+        : m_queue(queue), m_maximumIdle(maximumIdle) {}
+
+    void send(HttpRequest request, Completion<HttpResponse> completion) {
+        auto& manager = freshManager(m_maximumIdle);
+        auto* exchange =
+            new Exchange(manager, m_queue, std::move(request), std::move(completion), &m_exchanges);
+        connect(exchange, &QObject::destroyed, this, [this] { m_idle.restart(); });
+    }
+
+    void openConnection(const QUrl& url) {
+        auto& manager = freshManager(m_maximumIdle / 3);
+        if (url.scheme() == u"https") {
+            // With another list than the request's, the request would open another connection.
+            auto configuration = QSslConfiguration::defaultConfiguration();
+            configuration.setAllowedNextProtocols(
+                {QSslConfiguration::ALPNProtocolHTTP2, QSslConfiguration::NextProtocolHttp1_1});
+            manager.connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(443)), configuration);
+        } else {
+            manager.connectToHost(url.host(), static_cast<quint16>(url.port(80)));
+        }
+    }
+
+private:
+    /// Without connections that were idle for longer, unless others are in use.
+    QNetworkAccessManager& freshManager(std::chrono::milliseconds bound) {
+        if (!m_manager) {
+            m_manager = std::make_unique<QNetworkAccessManager>();
+            // Deletes the replies behind openConnection(), which are not accessible.
+            m_manager->setAutoDeleteReplies(true);
+        } else if (m_exchanges.children().isEmpty() && m_idle.exceeds(bound)) {
+            m_manager->clearConnectionCache();
+        }
+        m_idle.restart();
+        return *m_manager;
+    }
+
+    MainQueue& m_queue;
+    const std::chrono::milliseconds m_maximumIdle;
+    /// Made on the client's thread.
+    std::unique_ptr<QNetworkAccessManager> m_manager;
+    IdleClock m_idle;
+    /// Owns the requests in progress; destroyed before the manager they use.
+    QObject m_exchanges{this};
+};
+
+HttpClient::HttpClient(MainQueue& queue, std::chrono::milliseconds maximumIdle)
+    : m_queue(queue), m_thread(std::make_unique<QThread>()), m_network(new Network(queue, maximumIdle)) {
+    m_thread->setObjectName(u"network"_s);
+    m_network->moveToThread(m_thread.get());
+    connect(m_thread.get(), &QThread::finished, m_network, &QObject::deleteLater);
+    m_thread->start();
+}
+
+HttpClient::~HttpClient() {
+    m_thread->quit();
+    if (!m_thread->wait(QDeadlineTimer(500ms)))
+        std::ignore = m_thread.release();
 }
 
 void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) {
@@ -211,19 +300,17 @@ void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) 
         });
         return;
     }
-    new Exchange(m_manager, m_queue, std::move(request), std::move(completion), &m_exchanges);
+    QMetaObject::invokeMethod(
+        m_network,
+        [network = m_network, request = std::move(request), completion = std::move(completion)]() mutable {
+            network->send(std::move(request), std::move(completion));
+        },
+        Qt::QueuedConnection);
 }
 
 void HttpClient::openConnection(const QUrl& url) {
-    if (url.scheme() == u"https") {
-        // With another list than the request's, the request would open another connection.
-        auto configuration = QSslConfiguration::defaultConfiguration();
-        configuration.setAllowedNextProtocols(
-            {QSslConfiguration::ALPNProtocolHTTP2, QSslConfiguration::NextProtocolHttp1_1});
-        m_manager.connectToHostEncrypted(url.host(), static_cast<quint16>(url.port(443)), configuration);
-    } else {
-        m_manager.connectToHost(url.host(), static_cast<quint16>(url.port(80)));
-    }
+    QMetaObject::invokeMethod(
+        m_network, [network = m_network, url] { network->openConnection(url); }, Qt::QueuedConnection);
 }
 
 } // namespace tavrik

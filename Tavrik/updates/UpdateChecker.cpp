@@ -44,6 +44,7 @@ void UpdateChecker::startPeriodicChecks() {
 void UpdateChecker::check(bool userInitiated) {
     HttpRequest request{
         .method = "GET", .url = m_manifest, .headers = {{"Cache-Control", "no-cache"}}, .body = {}};
+    request.followsRedirects = true;
     request.timeout = 15s;
     m_http.send(std::move(request), [self = QPointer<UpdateChecker>(this),
                                      userInitiated](const Result<HttpResponse>& response) {

@@ -51,7 +51,8 @@ private Q_SLOTS:
             {"error=server_error&error_description=Email+link+is+invalid", u"Email link is invalid"_s},
             {"access_token=a&error=access_denied&error_description=%", u"access_denied"_s},
             {"access_token=&refresh_token=r", unknown},
-            {"access%5Ftoken=a&refresh_token=r", unknown}};
+            {"access%5Ftoken=a&refresh_token=r", unknown},
+            {"access_token=a%0D%0AX:+y&refresh_token=r&error_description=other", unknown}};
         for (const auto& [fragment, message] : rows) {
             const auto outcome = parseCallbackUrl("tavrik://auth-callback#" + fragment);
             QVERIFY2(outcome && !*outcome, fragment.constData());

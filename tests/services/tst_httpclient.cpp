@@ -172,6 +172,15 @@ private Q_SLOTS:
         }
         QCOMPARE(connections(), 3);
         QCOMPARE(log.count(":path: /"), 7);
+
+        // One that has been idle may lead nowhere any more.
+        HttpClient impatient(m_queue, 50ms);
+        for (int opened = 4; opened < 6; ++opened) {
+            QVERIFY(exchange(impatient, post(server.url(), "short")).startsWith("200"));
+            QVERIFY(exchange(impatient, post(server.url(), "short")).startsWith("200"));
+            QCOMPARE(connections(), opened);
+            QTest::qWait(60);
+        }
     }
 
     void requestArrivesUnchanged() {
@@ -187,8 +196,9 @@ private Q_SLOTS:
             QCOMPARE(exchange(client, request), status);
             const auto& received = service.requests().last();
             QCOMPARE(received.method + ' ' + received.path + '?' + received.query + ' ' +
-                         received.header("Authorization") + received.header("Cookie"),
-                     method + " /a/b%20c?d=%2Fe Bearer t"_ba);
+                         received.header("Authorization") + received.header("Cookie") +
+                         received.header("User-Agent").first(7) + received.header("Accept-Language"),
+                     method + " /a/b%20c?d=%2Fe Bearer tTavrik/en"_ba);
             QVERIFY(received.body == request.body);
         }
         auto request = post(service.url());
@@ -196,6 +206,9 @@ private Q_SLOTS:
         QCOMPARE(exchange(client, std::move(request)),
                  "! The Authorization header holds characters that cannot be sent"_ba);
         QCOMPARE(service.requests().size(), 2);
+        service.script({{.reply = {302, {{"Location", "/elsewhere"}}}}, {.reply = {.body = "there"}}});
+        QCOMPARE(exchange(client, {.method = "GET", .url = service.url(), .followsRedirects = true}),
+                 "200 there"_ba);
         QCOMPARE(exchange(client, post(QUrl(u"http://127.0.0.1:1/?x"_s))), "! Connection refused"_ba);
     }
 

@@ -46,6 +46,8 @@ private:
 constexpr QSize logoSize{48, 48};
 constexpr double narrowestText = 240;
 constexpr double widestText = 420;
+/// More than anybody reads, and less than takes a noticeable time to lay out.
+constexpr qsizetype longestText = 20'000;
 
 /// The informative text as a view that wraps anywhere and scrolls, since a message may be of any length, and
 /// one word. The message box's own label does neither, and takes tags for formatting.
@@ -125,7 +127,7 @@ void MessageBoxAlerts::presentNext() {
     if (!alert.informativeText.isEmpty()) {
         // The cell of the box's own informative label, which is not made when it has no text.
         auto* grid = static_cast<QGridLayout*>(box.layout());
-        grid->addWidget(makeTextView(alert.informativeText, box.screen()->availableSize().height() / 2), 1,
+        grid->addWidget(makeTextView(alert.informativeText.left(longestText), box.screen()->availableSize().height() / 2), 1,
                         2);
         grid->setVerticalSpacing(12);
     }
