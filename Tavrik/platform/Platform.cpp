@@ -32,7 +32,7 @@
 #include "platform/wayland/FakeInputPasteKeys.h"
 #include "platform/wayland/VirtualKeyboardPasteKeys.h"
 #include "platform/wayland/WaylandConnection.h"
-#include "platform/wayland/WaylandKeyRepeat.h"
+#include "platform/wayland/WaylandKeyboard.h"
 #include "platform/wayland/XWaylandPasteKeys.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
@@ -45,6 +45,8 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QGuiApplication>
+
+#include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <optional>
 
@@ -103,7 +105,7 @@ struct Platform::Foundation {
     std::optional<Portals> portals;
     X11Keyboard keyboard;
     WaylandConnection wayland;
-    WaylandKeyRepeat keyRepeat{wayland};
+    WaylandKeyboard waylandKeyboard{wayland};
     std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
 };
 
@@ -169,25 +171,27 @@ void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
             pasteKeys = std::make_unique<NullPasteKeys>(noXServer);
         return;
     }
-    // Reaches X windows too.
-    if (FakeInputPasteKeys::isOffered(wayland)) {
-        pasteKeys = std::make_unique<FakeInputPasteKeys>(wayland, offerSelection);
+    if (VirtualKeyboardPasteKeys::isOffered(wayland)) {
+        pasteKeys = std::make_unique<VirtualKeyboardPasteKeys>(wayland, offerSelection);
+        if (keyboard.isConnected())
+            pasteKeys = std::make_unique<XWaylandPasteKeys>(XWaylandPasteKeys::Dependencies{
+                .waylandKeys = std::move(pasteKeys),
+                .xKeys = std::make_unique<X11PasteKeys>(keyboard, offerSelection),
+                .focusedXWindow = [&keyboard] { return keyboard.queryInput().focusedWindowClass; },
+                .offerSelection = offerSelection,
+                .connection = wayland,
+            });
         return;
     }
-    if (!VirtualKeyboardPasteKeys::isOffered(wayland)) {
-        // So does this, and says itself where there is no such portal.
-        auto& [connection, grants] = *m_foundation->portals;
-        pasteKeys = std::make_unique<RemoteDesktopPasteKeys>(connection, grants, offerSelection);
-        return;
-    }
-    pasteKeys = std::make_unique<VirtualKeyboardPasteKeys>(wayland, offerSelection);
-    if (keyboard.isConnected())
-        pasteKeys = std::make_unique<XWaylandPasteKeys>(XWaylandPasteKeys::Dependencies{
-            .waylandKeys = std::move(pasteKeys),
-            .xKeys = std::make_unique<X11PasteKeys>(keyboard, offerSelection),
-            .focusedXWindow = [&keyboard] { return keyboard.queryInput().focusedWindowClass; },
-            .offerSelection = offerSelection,
+    // The others reach X windows too. This one says itself where there is no such portal.
+    auto& [portal, grants] = *m_foundation->portals;
+    pasteKeys = std::make_unique<RemoteDesktopPasteKeys>(portal, grants, offerSelection);
+    if (FakeInputPasteKeys::isOffered(wayland))
+        pasteKeys = std::make_unique<FakeInputPasteKeys>(FakeInputPasteKeys::Dependencies{
             .connection = wayland,
+            .keyForV = [&keys = m_foundation->waylandKeyboard] { return keys.keyFor(XKB_KEY_v); },
+            .offerSelection = offerSelection,
+            .otherwise = std::move(pasteKeys),
         });
 }
 

@@ -1,5 +1,6 @@
 #include "platform/wayland/ActiveWindow.h"
 
+#include "protocols/plasma-window-management.h"
 #include "protocols/wlr-foreign-toplevel-management-unstable-v1.h"
 
 #include <wayland-client.h>
@@ -13,76 +14,164 @@ namespace tavrik {
 /// The windows, as the compositor lists them when asked.
 class ActiveWindow::Query {
 public:
-    explicit Query(const WaylandConnection& connection)
-        : m_manager(connection.bind<zwlr_foreign_toplevel_manager_v1>(
-              zwlr_foreign_toplevel_manager_v1_interface, 1)) {
+    /// Null if the compositor does not list them.
+    static std::unique_ptr<Query> begin(const WaylandConnection& connection);
+
+    Query() = default;
+    Query(const Query&) = delete;
+    Query& operator=(const Query&) = delete;
+    virtual ~Query() = default;
+
+    /// How many times the compositor must be waited for.
+    int roundTrips = 1;
+
+    virtual QByteArray applicationId() const = 0;
+};
+
+namespace {
+
+/// Handle: the protocol's object for a window.
+template<class Handle>
+struct Window {
+    explicit Window(Handle* object) : handle(object) {}
+
+    WaylandPointer<Handle> handle;
+    QByteArray applicationId;
+    bool isActive = false;
+};
+
+template<class Handle>
+using Windows = std::vector<std::unique_ptr<Window<Handle>>>;
+
+template<class Handle>
+QByteArray activeApplicationId(const Windows<Handle>& windows) {
+    const auto active = std::ranges::find_if(windows, [](const auto& window) { return window->isActive; });
+    return active == windows.end() ? QByteArray() : (*active)->applicationId;
+}
+
+class WlrootsQuery : public ActiveWindow::Query {
+    using Manager = zwlr_foreign_toplevel_manager_v1;
+    using Handle = zwlr_foreign_toplevel_handle_v1;
+
+public:
+    explicit WlrootsQuery(WaylandPointer<Manager> manager) : m_manager(std::move(manager)) {
         static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
-            .toplevel =
-                [](void* self, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
-                    static_cast<Query*>(self)->add(handle);
-                },
-            .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {},
+            .toplevel = [](void* self, Manager*,
+                           Handle* handle) { static_cast<WlrootsQuery*>(self)->add(handle); },
+            .finished = [](void*, Manager*) {},
         };
         zwlr_foreign_toplevel_manager_v1_add_listener(m_manager.get(), &listener, this);
     }
-    Query(const Query&) = delete;
-    Query& operator=(const Query&) = delete;
-    ~Query() { zwlr_foreign_toplevel_manager_v1_stop(m_manager.get()); }
+    ~WlrootsQuery() override { zwlr_foreign_toplevel_manager_v1_stop(m_manager.get()); }
 
-    QByteArray applicationId() const {
-        const auto active =
-            std::ranges::find_if(m_windows, [](const auto& window) { return window->isActive; });
-        return active == m_windows.end() ? QByteArray() : (*active)->applicationId;
-    }
+    QByteArray applicationId() const override { return activeApplicationId(m_windows); }
 
 private:
-    struct Window {
-        WaylandPointer<zwlr_foreign_toplevel_handle_v1> handle;
-        QByteArray applicationId;
-        bool isActive = false;
-    };
-
-    void add(zwlr_foreign_toplevel_handle_v1* handle) {
-        using Handle = zwlr_foreign_toplevel_handle_v1;
+    void add(Handle* handle) {
         static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
             .title = [](void*, Handle*, const char*) {},
             .app_id = [](void* window, Handle*,
-                         const char* id) { static_cast<Window*>(window)->applicationId = id; },
+                         const char* id) { static_cast<Window<Handle>*>(window)->applicationId = id; },
             .output_enter = [](void*, Handle*, wl_output*) {},
             .output_leave = [](void*, Handle*, wl_output*) {},
             .state =
                 [](void* window, Handle*, wl_array* array) {
                     const std::span states(static_cast<const quint32*>(array->data),
                                            array->size / sizeof(quint32));
-                    static_cast<Window*>(window)->isActive =
+                    static_cast<Window<Handle>*>(window)->isActive =
                         std::ranges::count(states, ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED) > 0;
                 },
             .done = [](void*, Handle*) {},
             .closed = [](void*, Handle*) {},
         };
-        m_windows.emplace_back(new Window{WaylandPointer<Handle>(handle), {}});
+        m_windows.push_back(std::make_unique<Window<Handle>>(handle));
         zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, m_windows.back().get());
     }
 
-    const WaylandPointer<zwlr_foreign_toplevel_manager_v1> m_manager;
-    std::vector<std::unique_ptr<Window>> m_windows;
+    const WaylandPointer<Manager> m_manager;
+    Windows<Handle> m_windows;
 };
+
+class PlasmaQuery : public ActiveWindow::Query {
+    using Manager = org_kde_plasma_window_management;
+    using Handle = org_kde_plasma_window;
+
+public:
+    explicit PlasmaQuery(WaylandPointer<Manager> manager) : m_manager(std::move(manager)) {
+        static constexpr org_kde_plasma_window_management_listener listener{
+            .show_desktop_changed = [](void*, Manager*, uint32_t) {},
+            .window = [](void* self, Manager*, uint32_t id) { static_cast<PlasmaQuery*>(self)->add(id); },
+        };
+        // The list, then what is asked about each.
+        roundTrips = 2;
+        org_kde_plasma_window_management_add_listener(m_manager.get(), &listener, this);
+    }
+
+    QByteArray applicationId() const override { return activeApplicationId(m_windows); }
+
+private:
+    void add(quint32 id) {
+        static constexpr org_kde_plasma_window_listener listener{
+            .title_changed = [](void*, Handle*, const char*) {},
+            .app_id_changed =
+                [](void* window, Handle*, const char* applicationId) {
+                    static_cast<Window<Handle>*>(window)->applicationId = applicationId;
+                },
+            .state_changed =
+                [](void* window, Handle*, uint32_t flags) {
+                    static_cast<Window<Handle>*>(window)->isActive =
+                        (flags & ORG_KDE_PLASMA_WINDOW_MANAGEMENT_STATE_ACTIVE) != 0;
+                },
+            .virtual_desktop_changed = [](void*, Handle*, int32_t) {},
+            .themed_icon_name_changed = [](void*, Handle*, const char*) {},
+            .unmapped = [](void*, Handle*) {},
+            .initial_state = [](void*, Handle*) {},
+            .parent_window = [](void*, Handle*, Handle*) {},
+            .geometry = [](void*, Handle*, int32_t, int32_t, uint32_t, uint32_t) {},
+            .icon_changed = [](void*, Handle*) {},
+            .pid_changed = [](void*, Handle*, uint32_t) {},
+        };
+        m_windows.push_back(std::make_unique<Window<Handle>>(
+            org_kde_plasma_window_management_get_window(m_manager.get(), id)));
+        auto& window = *m_windows.back();
+        org_kde_plasma_window_add_listener(window.handle.get(), &listener, &window);
+    }
+
+    const WaylandPointer<Manager> m_manager;
+    Windows<Handle> m_windows;
+};
+
+} // namespace
+
+std::unique_ptr<ActiveWindow::Query> ActiveWindow::Query::begin(const WaylandConnection& connection) {
+    if (auto manager =
+            connection.bind<zwlr_foreign_toplevel_manager_v1>(zwlr_foreign_toplevel_manager_v1_interface, 1))
+        return std::make_unique<WlrootsQuery>(std::move(manager));
+    // The first version whose windows can be destroyed.
+    constexpr quint32 plasmaVersion = 4;
+    if (connection.version(org_kde_plasma_window_management_interface) >= plasmaVersion)
+        return std::make_unique<PlasmaQuery>(connection.bind<org_kde_plasma_window_management>(
+            org_kde_plasma_window_management_interface, plasmaVersion));
+    return nullptr;
+}
 
 ActiveWindow::ActiveWindow(WaylandConnection& connection) : m_connection(connection) {}
 
 ActiveWindow::~ActiveWindow() = default;
 
 void ActiveWindow::ask(std::function<void(const QByteArray&)> answered) {
-    if (m_connection.version(zwlr_foreign_toplevel_manager_v1_interface) == 0)
-        return answered({});
+    if (!m_query) {
+        m_query = Query::begin(m_connection);
+        if (!m_query)
+            return answered({});
+        m_connection.afterRequests(this, [this] { advance(); });
+    }
     m_waiting.push_back(std::move(answered));
-    if (m_query)
-        return;
-    m_query = std::make_unique<Query>(m_connection);
-    m_connection.afterRequests(this, [this] { answer(); });
 }
 
-void ActiveWindow::answer() {
+void ActiveWindow::advance() {
+    if (m_connection.isConnected() && --m_query->roundTrips > 0)
+        return m_connection.afterRequests(this, [this] { advance(); });
     const auto applicationId = m_query->applicationId();
     m_query.reset();
     for (const auto& answered : std::exchange(m_waiting, {}))

@@ -14,6 +14,8 @@ class ActiveWindow : public QObject {
     Q_OBJECT
 
 public:
+    class Query;
+
     explicit ActiveWindow(WaylandConnection& connection);
     ~ActiveWindow() override;
 
@@ -22,9 +24,7 @@ public:
     void ask(std::function<void(const QByteArray& applicationId)> answered);
 
 private:
-    class Query;
-
-    void answer();
+    void advance();
 
     WaylandConnection& m_connection;
     std::unique_ptr<Query> m_query;

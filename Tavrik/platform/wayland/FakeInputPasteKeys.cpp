@@ -17,6 +17,7 @@ namespace tavrik {
 namespace {
 
 constexpr auto patience = 1s;
+constexpr auto newDesktopFilesSeen = 5s;
 // The first that types keys.
 constexpr quint32 inputVersion = 4;
 // The first that tells of other keys than the locks.
@@ -24,38 +25,93 @@ constexpr quint32 keyStateVersion = 5;
 
 } // namespace
 
+/// What there is once KWin has let us in.
+struct FakeInputPasteKeys::Input {
+    /// KWin decides once for each connection; the first one may have come too early.
+    std::unique_ptr<WaylandConnection> laterConnection;
+    WaylandConnection& connection;
+    WaylandPointer<org_kde_kwin_fake_input> keys;
+    ActiveWindow activeWindow{connection};
+
+    // Of the paste that waits.
+    WaylandPointer<org_kde_kwin_keystate> keyState;
+    /// The modifiers, by their numbers in the protocol.
+    std::bitset<8> down;
+    int unanswered = 0;
+    bool toTerminal = false;
+};
+
 bool FakeInputPasteKeys::isOffered(const WaylandConnection& connection) {
-    return connection.version(org_kde_kwin_fake_input_interface) >= inputVersion;
+    return connection.version("org_kde_plasma_shell") > 0 ||
+           connection.version(org_kde_kwin_fake_input_interface) >= inputVersion;
 }
 
-FakeInputPasteKeys::FakeInputPasteKeys(WaylandConnection& connection, std::function<void()> offerSelection)
-    : m_connection(connection), m_offerSelection(std::move(offerSelection)), m_activeWindow(connection) {
+FakeInputPasteKeys::FakeInputPasteKeys(Dependencies dependencies) : m_dependencies(std::move(dependencies)) {
     m_bound.setSingleShot(true);
     m_bound.setInterval(patience);
     connect(&m_bound, &QTimer::timeout, this,
             [this] { end(std::unexpected(Error{u"The keys of the shortcut were not let go."_s})); });
-    connect(&connection, &WaylandConnection::disconnected, this, [this] {
+    connect(m_dependencies.otherwise.get(), &Service::statusChanged, this, &Service::statusChanged);
+    connect(&m_dependencies.connection, &WaylandConnection::disconnected, this, [this] {
         end(std::unexpected(Error{WaylandConnection::disconnectedReason()}));
         Q_EMIT statusChanged();
     });
-    m_input = connection.bind<org_kde_kwin_fake_input>(org_kde_kwin_fake_input_interface, inputVersion);
-    if (!m_input)
-        return;
-    // Shown to the user by compositors that ask; KWin does not.
-    org_kde_kwin_fake_input_authenticate(m_input.get(), "Tavrik", "Pastes what was dictated");
+    if (!open(m_dependencies.connection))
+        QTimer::singleShot(newDesktopFilesSeen, this, &FakeInputPasteKeys::isLetIn);
+}
+
+FakeInputPasteKeys::~FakeInputPasteKeys() = default;
+
+bool FakeInputPasteKeys::open(WaylandConnection& connection) {
+    if (connection.version(org_kde_kwin_fake_input_interface) < inputVersion)
+        return false;
+    m_input = std::unique_ptr<Input>(new Input{
+        .laterConnection = {},
+        .connection = connection,
+        .keys = connection.bind<org_kde_kwin_fake_input>(org_kde_kwin_fake_input_interface, inputVersion),
+        .keyState = {},
+        .down = {},
+    });
+    org_kde_kwin_fake_input_authenticate(m_input->keys.get(), "Tavrik", "Pastes what was dictated");
     connection.flush();
+    return true;
+}
+
+bool FakeInputPasteKeys::isLetIn() {
+    if (m_input || !m_dependencies.connection.isConnected())
+        return m_input != nullptr;
+    auto connection = std::make_unique<WaylandConnection>();
+    if (!open(*connection))
+        return false;
+    m_input->laterConnection = std::move(connection);
+    Q_EMIT statusChanged();
+    return true;
 }
 
 ServiceStatus FakeInputPasteKeys::status() const {
-    const auto backend = u"KWin fake input"_s;
-    if (!m_connection.isConnected())
-        return {backend, false, WaylandConnection::disconnectedReason()};
     if (!m_input)
-        return {backend, false, u"KWin lets Tavrik type only when it is installed with its desktop file."_s};
+        return m_dependencies.otherwise->status();
+    const auto backend = u"KWin fake input"_s;
+    if (!m_input->connection.isConnected())
+        return {backend, false, WaylandConnection::disconnectedReason()};
     return {backend, true};
 }
 
+void FakeInputPasteKeys::requestPermission(PermissionRequest request, std::function<void()> answered) {
+    if (isLetIn())
+        return answered();
+    // Do not bother the user if KWin is about to see our desktop file.
+    const auto ask = [this, request, answered = std::move(answered)]() mutable {
+        if (isLetIn())
+            return answered();
+        m_dependencies.otherwise->requestPermission(request, std::move(answered));
+    };
+    QTimer::singleShot(request == PermissionRequest::once ? newDesktopFilesSeen : 0s, this, ask);
+}
+
 void FakeInputPasteKeys::sendPaste(Completion<void> completion) {
+    if (!isLetIn())
+        return m_dependencies.otherwise->sendPaste(std::move(completion));
     if (const auto can = status(); !can.works)
         return completion(std::unexpected(Error{can.reason}));
     m_waiting.push_back(std::move(completion));
@@ -63,58 +119,67 @@ void FakeInputPasteKeys::sendPaste(Completion<void> completion) {
         return;
     m_bound.start();
     watchModifiers();
-    m_activeWindow.ask([this](const QByteArray& applicationId) {
-        m_toTerminal = isTerminal({applicationId});
-        m_connection.afterRequests(this, [this] {
-            m_asked = true;
-            sendIfFree();
-        });
+    const auto answered = [this] {
+        --m_input->unanswered;
+        sendIfFree();
+    };
+    // Some of an earlier one may still be on their way.
+    m_input->unanswered += 3;
+    m_dependencies.connection.afterRequests(this, answered);
+    m_input->connection.afterRequests(this, answered);
+    m_input->activeWindow.ask([this, answered](const QByteArray& applicationId) {
+        m_input->toTerminal = isTerminal({applicationId});
+        answered();
     });
 }
 
 void FakeInputPasteKeys::watchModifiers() {
-    m_asked = false;
-    m_down.reset();
-    if (m_connection.version(org_kde_kwin_keystate_interface) < keyStateVersion)
+    m_input->down.reset();
+    const auto& connection = m_input->connection;
+    if (connection.version(org_kde_kwin_keystate_interface) < keyStateVersion)
         return;
     static constexpr org_kde_kwin_keystate_listener listener{
         .stateChanged =
             [](void* self, org_kde_kwin_keystate*, uint32_t key, uint32_t state) {
                 auto& keys = *static_cast<FakeInputPasteKeys*>(self);
-                if (key < ORG_KDE_KWIN_KEYSTATE_KEY_ALT || key >= keys.m_down.size())
+                auto& down = keys.m_input->down;
+                if (key < ORG_KDE_KWIN_KEYSTATE_KEY_ALT || key >= down.size())
                     return;
-                keys.m_down[key] = state == ORG_KDE_KWIN_KEYSTATE_STATE_PRESSED;
+                down[key] = state == ORG_KDE_KWIN_KEYSTATE_STATE_PRESSED;
                 keys.sendIfFree();
             },
     };
-    m_keyState = m_connection.bind<org_kde_kwin_keystate>(org_kde_kwin_keystate_interface, keyStateVersion);
-    org_kde_kwin_keystate_add_listener(m_keyState.get(), &listener, this);
-    org_kde_kwin_keystate_fetchStates(m_keyState.get());
+    m_input->keyState =
+        connection.bind<org_kde_kwin_keystate>(org_kde_kwin_keystate_interface, keyStateVersion);
+    org_kde_kwin_keystate_add_listener(m_input->keyState.get(), &listener, this);
+    org_kde_kwin_keystate_fetchStates(m_input->keyState.get());
 }
 
 void FakeInputPasteKeys::sendIfFree() {
-    if (!m_bound.isActive() || !m_asked || m_down.any())
+    if (!m_bound.isActive() || m_input->unanswered > 0 || m_input->down.any())
         return;
-    if (m_toTerminal) {
-        m_offerSelection();
+    if (m_input->toTerminal)
+        m_dependencies.offerSelection();
+    if (const auto v = m_dependencies.keyForV(); v && !m_input->toTerminal)
+        type(KEY_LEFTCTRL, *v);
+    else
         type(KEY_LEFTSHIFT, KEY_INSERT);
-    } else {
-        type(KEY_LEFTCTRL, KEY_V);
-    }
     end({});
 }
 
 void FakeInputPasteKeys::end(const Result<void>& outcome) {
     m_bound.stop();
-    m_keyState.reset();
-    m_connection.flush();
+    if (m_input) {
+        m_input->keyState.reset();
+        m_input->connection.flush();
+    }
     for (auto& completion : std::exchange(m_waiting, {}))
         completion(outcome);
 }
 
 void FakeInputPasteKeys::type(quint32 modifier, quint32 key) {
     const auto move = [this](quint32 code, wl_keyboard_key_state state) {
-        org_kde_kwin_fake_input_keyboard_key(m_input.get(), code, state);
+        org_kde_kwin_fake_input_keyboard_key(m_input->keys.get(), code, state);
     };
     move(modifier, WL_KEYBOARD_KEY_STATE_PRESSED);
     move(key, WL_KEYBOARD_KEY_STATE_PRESSED);

@@ -79,8 +79,12 @@ QString WaylandConnection::disconnectedReason() {
     return QStringLiteral("The Wayland compositor cannot be reached. Start Tavrik again.");
 }
 
+quint32 WaylandConnection::version(const char* interface) const {
+    return m_connected ? m_globals.value(interface).version : 0;
+}
+
 quint32 WaylandConnection::version(const wl_interface& interface) const {
-    return m_connected ? m_globals.value(interface.name).version : 0;
+    return version(interface.name);
 }
 
 void* WaylandConnection::bindGlobal(const wl_interface& interface, quint32 highestVersion) const {

@@ -36,6 +36,7 @@ public:
     static QString disconnectedReason();
 
     /// The version in which the compositor offers the interface; 0 if it does not.
+    quint32 version(const char* interface) const;
     quint32 version(const wl_interface& interface) const;
 
     /// An object of the interface, in the lower of the version offered and the one given (which must be the

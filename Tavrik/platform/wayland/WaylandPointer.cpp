@@ -3,6 +3,7 @@
 #include "protocols/ext-data-control-v1.h"
 #include "protocols/fake-input.h"
 #include "protocols/keystate.h"
+#include "protocols/plasma-window-management.h"
 #include "protocols/virtual-keyboard-unstable-v1.h"
 #include "protocols/wlr-data-control-unstable-v1.h"
 #include "protocols/wlr-foreign-toplevel-management-unstable-v1.h"
@@ -33,6 +34,14 @@ void WaylandDestroy::operator()(org_kde_kwin_fake_input* object) const {
 
 void WaylandDestroy::operator()(org_kde_kwin_keystate* object) const {
     org_kde_kwin_keystate_destroy(object);
+}
+
+void WaylandDestroy::operator()(org_kde_plasma_window* object) const {
+    org_kde_plasma_window_destroy(object);
+}
+
+void WaylandDestroy::operator()(org_kde_plasma_window_management* object) const {
+    org_kde_plasma_window_management_destroy(object);
 }
 
 void WaylandDestroy::operator()(wl_callback* object) const {

@@ -8,6 +8,8 @@ struct ext_data_control_offer_v1;
 struct ext_data_control_source_v1;
 struct org_kde_kwin_fake_input;
 struct org_kde_kwin_keystate;
+struct org_kde_plasma_window;
+struct org_kde_plasma_window_management;
 struct wl_callback;
 struct wl_keyboard;
 struct wl_registry;
@@ -31,6 +33,8 @@ struct WaylandDestroy {
     void operator()(ext_data_control_source_v1* object) const;
     void operator()(org_kde_kwin_fake_input* object) const;
     void operator()(org_kde_kwin_keystate* object) const;
+    void operator()(org_kde_plasma_window* object) const;
+    void operator()(org_kde_plasma_window_management* object) const;
     void operator()(wl_callback* object) const;
     void operator()(wl_keyboard* object) const;
     void operator()(wl_registry* object) const;
