@@ -100,7 +100,11 @@ public:
     explicit PlasmaQuery(WaylandPointer<Manager> manager) : m_manager(std::move(manager)) {
         static constexpr org_kde_plasma_window_management_listener listener{
             .show_desktop_changed = [](void*, Manager*, uint32_t) {},
-            .window = [](void* self, Manager*, uint32_t id) { static_cast<PlasmaQuery*>(self)->add(id); },
+            .window = [](void*, Manager*, uint32_t) {},
+            .stacking_order_changed = [](void*, Manager*, wl_array*) {},
+            .stacking_order_uuid_changed = [](void*, Manager*, const char*) {},
+            .window_with_uuid = [](void* self, Manager*, uint32_t,
+                                   const char* uuid) { static_cast<PlasmaQuery*>(self)->add(uuid); },
         };
         // The list, then what is asked about each.
         roundTrips = 2;
@@ -110,7 +114,7 @@ public:
     QByteArray applicationId() const override { return activeApplicationId(m_windows); }
 
 private:
-    void add(quint32 id) {
+    void add(const char* uuid) {
         static constexpr org_kde_plasma_window_listener listener{
             .title_changed = [](void*, Handle*, const char*) {},
             .app_id_changed =
@@ -130,9 +134,15 @@ private:
             .geometry = [](void*, Handle*, int32_t, int32_t, uint32_t, uint32_t) {},
             .icon_changed = [](void*, Handle*) {},
             .pid_changed = [](void*, Handle*, uint32_t) {},
+            .virtual_desktop_entered = [](void*, Handle*, const char*) {},
+            .virtual_desktop_left = [](void*, Handle*, const char*) {},
+            .application_menu = [](void*, Handle*, const char*, const char*) {},
+            .activity_entered = [](void*, Handle*, const char*) {},
+            .activity_left = [](void*, Handle*, const char*) {},
+            .resource_name_changed = [](void*, Handle*, const char*) {},
         };
         m_windows.push_back(std::make_unique<Window<Handle>>(
-            org_kde_plasma_window_management_get_window(m_manager.get(), id)));
+            org_kde_plasma_window_management_get_window_by_uuid(m_manager.get(), uuid)));
         auto& window = *m_windows.back();
         org_kde_plasma_window_add_listener(window.handle.get(), &listener, &window);
     }
@@ -147,8 +157,9 @@ std::unique_ptr<ActiveWindow::Query> ActiveWindow::Query::begin(const WaylandCon
     if (auto manager =
             connection.bind<zwlr_foreign_toplevel_manager_v1>(zwlr_foreign_toplevel_manager_v1_interface, 1))
         return std::make_unique<WlrootsQuery>(std::move(manager));
-    // The first version whose windows can be destroyed.
-    constexpr quint32 plasmaVersion = 4;
+    // The oldest that Plasma itself still uses: KWin crashes when a window is asked for in the way of the
+    // first ones.
+    constexpr quint32 plasmaVersion = 16;
     if (connection.version(org_kde_plasma_window_management_interface) >= plasmaVersion)
         return std::make_unique<PlasmaQuery>(connection.bind<org_kde_plasma_window_management>(
             org_kde_plasma_window_management_interface, plasmaVersion));
