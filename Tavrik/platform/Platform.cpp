@@ -153,7 +153,7 @@ void Platform::chooseHotKeys() {
     if (auto& portals = m_foundation->portals)
         hotKeys = std::make_unique<FallbackHotKeyBackend>(
             std::make_unique<GlobalShortcutsBackend>(portals->connection, portals->grants,
-                                                     m_foundation->keyRepeat),
+                                                     m_foundation->waylandKeyboard),
             std::make_unique<CommandHotKeyBackend>());
     else if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
         hotKeys = std::make_unique<X11HotKeyBackend>(keyboard);
