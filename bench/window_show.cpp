@@ -9,6 +9,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <ranges>
 
 using namespace tavrik;
 using namespace tavrik::bench;
@@ -37,8 +38,8 @@ int main(int argc, char* argv[]) {
     const int records = argc > 1 ? std::atoi(argv[1]) : 1000;
     test::WindowDesk desk;
     const auto history = someHistory(records);
-    for (auto record = history.crbegin(); record != history.crend(); ++record)
-        desk.history.insertFirst(*record);
+    for (const auto& record : history | std::views::reverse)
+        desk.history.insertFirst(record);
 
     const double before = residentMegabytes();
     std::printf("window, first show to first frame    %6.1f ms   (goal 150 over the panel's)\n",

@@ -56,7 +56,7 @@ Result<ChatRequest> parseChatRequest(const QByteArray& body) {
     if (request.model.isEmpty())
         return invalid(u"No models provided"_s);
     const auto temperature = document[u"temperature"_s];
-    if (!temperature.isUndefined() && !(temperature.toDouble(-1) >= 0 && temperature.toDouble() <= 2))
+    if (!temperature.isUndefined() && (temperature.toDouble(-1) < 0 || temperature.toDouble() > 2))
         return invalid(u"temperature must be a number from 0 to 2"_s);
 
     const auto messages = document[u"messages"_s].toArray();
@@ -84,8 +84,8 @@ Result<ChatRequest> parseChatRequest(const QByteArray& body) {
 Reply offlineCompletion(const ChatRequest& request) {
     static const QRegularExpression language(u"native-sounding (.+?)\\. Preserve "_s);
     const auto found = language.match(request.prompt);
-    const auto text =
-        describe(*request.sound, found.hasMatch() ? found.captured(1) : u"an unnamed language"_s);
+    const auto text = describe(request.sound.value_or(Sound()),
+                               found.hasMatch() ? found.captured(1) : u"an unnamed language"_s);
     const QJsonObject message{{u"role"_s, u"assistant"_s}, {u"content"_s, text}};
     const QJsonObject choice{{u"index"_s, 0}, {u"finish_reason"_s, u"stop"_s}, {u"message"_s, message}};
     return Reply::json(200, {{u"id"_s, u"gen-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces)},
@@ -169,9 +169,10 @@ void TranslationService::completeChat(const Request& request, HttpHandler::Respo
         return respond(chatError(400, parsed.error().description));
     if (m_upstream.key.isEmpty())
         return respond(offlineCompletion(*parsed));
-    forward(request.body, [respond](const std::optional<Reply>& reply, const QString& error) {
-        respond(reply ? *reply : chatError(502, error));
-    });
+    forward(request.body,
+            [respond = std::move(respond)](const std::optional<Reply>& reply, const QString& error) {
+                respond(reply ? *reply : chatError(502, error));
+            });
 }
 
 void TranslationService::translate(const Request& request, HttpHandler::Responder respond) {
@@ -193,7 +194,8 @@ void TranslationService::translate(const Request& request, HttpHandler::Responde
         return respond(translateError(400, u"audio: "_s + sound.error().description));
     if (m_upstream.key.isEmpty())
         return respond(Reply::json(200, {{u"text"_s, describe(*sound, language)}}));
-    forward(chatBody(audio, language), [respond](const std::optional<Reply>& reply, const QString&) {
+    forward(chatBody(audio, language), [respond = std::move(respond)](const std::optional<Reply>& reply,
+                                                                      const QString&) {
         respond(reply ? translation(*reply) : translateError(502, u"The model service did not answer"_s));
     });
 }

@@ -284,7 +284,8 @@ class MainWindow(desk.Suite):
         # Whatever ends the recording gives the hot key back.
         for leave, come_back in ((lambda: window.click("Account"), lambda: window.click("General")),
                                  (lambda: window.click("Close"), lambda: window.click("Settings")),
-                                 (self.editor.focus, window.activate), (self.close, self.open_again)):
+                                 (lambda: (self.editor.focus(), window.sees(DEFAULT_SHORTCUT)), window.activate),
+                                 (self.close, self.open_again)):
             window.click(DEFAULT_SHORTCUT)
             window.sees(RECORDING)
             leave()
@@ -380,4 +381,4 @@ class MainWindow(desk.Suite):
             self.is_dark(False)
 
 
-desk.main()
+desk.main(*sys.argv[4:])
