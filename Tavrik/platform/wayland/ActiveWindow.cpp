@@ -25,7 +25,7 @@ public:
     /// How many times the compositor must be waited for.
     int roundTrips = 1;
 
-    virtual QByteArray applicationId() const = 0;
+    virtual QByteArrayList names() const = 0;
 };
 
 namespace {
@@ -36,7 +36,7 @@ struct Window {
     explicit Window(Handle* object) : handle(object) {}
 
     WaylandPointer<Handle> handle;
-    QByteArray applicationId;
+    QByteArrayList names;
     bool isActive = false;
 };
 
@@ -44,9 +44,9 @@ template<class Handle>
 using Windows = std::vector<std::unique_ptr<Window<Handle>>>;
 
 template<class Handle>
-QByteArray activeApplicationId(const Windows<Handle>& windows) {
+QByteArrayList activeNames(const Windows<Handle>& windows) {
     const auto active = std::ranges::find_if(windows, [](const auto& window) { return window->isActive; });
-    return active == windows.end() ? QByteArray() : (*active)->applicationId;
+    return active == windows.end() ? QByteArrayList() : (*active)->names;
 }
 
 class WlrootsQuery : public ActiveWindow::Query {
@@ -64,14 +64,14 @@ public:
     }
     ~WlrootsQuery() override { zwlr_foreign_toplevel_manager_v1_stop(m_manager.get()); }
 
-    QByteArray applicationId() const override { return activeApplicationId(m_windows); }
+    QByteArrayList names() const override { return activeNames(m_windows); }
 
 private:
     void add(Handle* handle) {
         static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
             .title = [](void*, Handle*, const char*) {},
             .app_id = [](void* window, Handle*,
-                         const char* id) { static_cast<Window<Handle>*>(window)->applicationId = id; },
+                         const char* id) { static_cast<Window<Handle>*>(window)->names = {id}; },
             .output_enter = [](void*, Handle*, wl_output*) {},
             .output_leave = [](void*, Handle*, wl_output*) {},
             .state =
@@ -111,7 +111,7 @@ public:
         org_kde_plasma_window_management_add_listener(m_manager.get(), &listener, this);
     }
 
-    QByteArray applicationId() const override { return activeApplicationId(m_windows); }
+    QByteArrayList names() const override { return activeNames(m_windows); }
 
 private:
     void add(const char* uuid) {
@@ -119,7 +119,7 @@ private:
             .title_changed = [](void*, Handle*, const char*) {},
             .app_id_changed =
                 [](void* window, Handle*, const char* applicationId) {
-                    static_cast<Window<Handle>*>(window)->applicationId = applicationId;
+                    static_cast<Window<Handle>*>(window)->names << applicationId;
                 },
             .state_changed =
                 [](void* window, Handle*, uint32_t flags) {
@@ -139,7 +139,11 @@ private:
             .application_menu = [](void*, Handle*, const char*, const char*) {},
             .activity_entered = [](void*, Handle*, const char*) {},
             .activity_left = [](void*, Handle*, const char*) {},
-            .resource_name_changed = [](void*, Handle*, const char*) {},
+            // Of X programs; their application id is the name of a desktop file.
+            .resource_name_changed =
+                [](void* window, Handle*, const char* name) {
+                    static_cast<Window<Handle>*>(window)->names << name;
+                },
         };
         m_windows.push_back(std::make_unique<Window<Handle>>(
             org_kde_plasma_window_management_get_window_by_uuid(m_manager.get(), uuid)));
@@ -170,7 +174,7 @@ ActiveWindow::ActiveWindow(WaylandConnection& connection) : m_connection(connect
 
 ActiveWindow::~ActiveWindow() = default;
 
-void ActiveWindow::ask(std::function<void(const QByteArray&)> answered) {
+void ActiveWindow::ask(std::function<void(const QByteArrayList&)> answered) {
     if (!m_query) {
         m_query = Query::begin(m_connection);
         if (!m_query)
@@ -183,10 +187,10 @@ void ActiveWindow::ask(std::function<void(const QByteArray&)> answered) {
 void ActiveWindow::advance() {
     if (m_connection.isConnected() && --m_query->roundTrips > 0)
         return m_connection.afterRequests(this, [this] { advance(); });
-    const auto applicationId = m_query->applicationId();
+    const auto names = m_query->names();
     m_query.reset();
     for (const auto& answered : std::exchange(m_waiting, {}))
-        answered(applicationId);
+        answered(names);
 }
 
 } // namespace tavrik

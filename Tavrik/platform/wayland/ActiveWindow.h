@@ -2,6 +2,8 @@
 
 #include "platform/wayland/WaylandConnection.h"
 
+#include <QByteArrayList>
+
 #include <functional>
 #include <memory>
 #include <vector>
@@ -19,16 +21,16 @@ public:
     explicit ActiveWindow(WaylandConnection& connection);
     ~ActiveWindow() override;
 
-    /// `answered` gets the application id of the window; empty if that cannot be told. Called once, perhaps
-    /// within this call; not after this is destroyed.
-    void ask(std::function<void(const QByteArray& applicationId)> answered);
+    /// `answered` gets the names of the program: its application id, and what else the compositor calls it;
+    /// none if that cannot be told. Called once, perhaps within this call; not after this is destroyed.
+    void ask(std::function<void(const QByteArrayList& names)> answered);
 
 private:
     void advance();
 
     WaylandConnection& m_connection;
     std::unique_ptr<Query> m_query;
-    std::vector<std::function<void(const QByteArray&)>> m_waiting;
+    std::vector<std::function<void(const QByteArrayList&)>> m_waiting;
 };
 
 } // namespace tavrik
