@@ -36,6 +36,8 @@ const auto portalPath = u"/org/freedesktop/portal/desktop"_s;
 const auto notAllowed =
     u"The desktop was not allowed to assign this shortcut. Choose it again to be asked."_s;
 
+const auto noKeys = u"The desktop has assigned no keys to this shortcut."_s;
+
 /// Nobody reads a dialog and answers it in less: such an answer was the desktop's own.
 constexpr auto quickestAnswer = 300ms;
 
@@ -104,16 +106,19 @@ private Q_SLOTS:
 private:
     void followOffer();
     void bind(PermissionRequest request);
+    void openSession();
+    void sessionOpened(const PortalResponse& response);
     void checkPermission();
-    void openSession(bool mayAsk);
-    void lookForBinding();
     void bindShortcut();
     void shortcutBound(const Result<PortalResponse>& response);
+    void useTrigger(const QString& trigger);
     void checkConflict();
     void endAttempt(bool works, const QString& reason);
     void refuse(const QString& reason);
     void dropSession();
     void portalVanished();
+    void implementationVanished();
+    void lose();
     void portalAppeared();
 
     bool isOurs(const QDBusMessage& signal) const;
@@ -158,6 +163,8 @@ ShortcutRegistration::ShortcutRegistration(GlobalShortcutsBackend& backend, KeyC
     bus.connect({}, portalPath, shortcutsInterface, u"ShortcutsChanged"_s, this,
                 SLOT(shortcutsChanged(QDBusMessage)));
     connect(&m_backend.m_portal, &PortalConnection::vanished, this, &ShortcutRegistration::portalVanished);
+    connect(&m_backend.m_portal, &PortalConnection::implementationVanished, this,
+            &ShortcutRegistration::implementationVanished);
     connect(&m_backend.m_portal, &PortalConnection::appeared, this, &ShortcutRegistration::portalAppeared);
     connect(&m_backend, &Service::statusChanged, this, &ShortcutRegistration::followOffer);
     connect(&m_backend.m_repeat, &KeyRepeat::changed, this, &ShortcutRegistration::followRepeat);
@@ -195,61 +202,61 @@ void ShortcutRegistration::bind(PermissionRequest request) {
     askGnomeShell(m_backend.m_portal.bus(), *m_attempt, [this](bool isThere) {
         m_losesReleases = isThere;
         followRepeat();
-        checkPermission();
+        m_backend.whenSessionFree(*m_attempt, [this] { openSession(); });
     });
+}
+
+void ShortcutRegistration::openSession() {
+    // KDE knows a program without an application id by the token, and 5.27 takes the shortcuts here.
+    const QVariantMap options{{u"session_handle_token"_s, m_backend.sessionToken()},
+                              {u"shortcuts"_s, QVariant::fromValue(shortcuts())}};
+    PortalRequest::send(m_backend.m_portal, *m_attempt, shortcutsInterface, u"CreateSession"_s, {}, options,
+                        [this](const Result<PortalResponse>& response) {
+                            if (!response)
+                                return endAttempt(false, response.error().description);
+                            sessionOpened(*response);
+                        });
+}
+
+void ShortcutRegistration::sessionOpened(const PortalResponse& response) {
+    m_session = response.results.value(u"session_handle"_s).toString();
+    if (response.code != PortalResponse::success || m_session.isEmpty()) {
+        m_session.clear();
+        return endAttempt(false, u"The desktop opened no session for shortcuts."_s);
+    }
+    m_openedAt = std::chrono::steady_clock::now();
+    auto bus = m_backend.m_portal.bus();
+    bus.connect({}, m_session, sessionInterface, u"Closed"_s, this, SLOT(sessionClosed()));
+    // What is listed works without being bound, which opens System Settings on KDE every time.
+    PortalRequest::send(
+        m_backend.m_portal, *m_attempt, shortcutsInterface, u"ListShortcuts"_s,
+        {QVariant::fromValue(QDBusObjectPath(m_session))}, {}, [this](const Result<PortalResponse>& list) {
+            const auto trigger = list ? triggerOf(m_id, list->results.value(u"shortcuts"_s)) : std::nullopt;
+            if (trigger && (!trigger->isEmpty() || m_request == PermissionRequest::once))
+                useTrigger(*trigger);
+            else
+                checkPermission();
+        });
 }
 
 /// Binding makes most desktops ask the user, unless they remember the shortcut.
 void ShortcutRegistration::checkPermission() {
     const auto& grants = m_backend.m_grants;
     if (m_request == PermissionRequest::byUser || !grants.wasAskedForShortcut(m_id))
-        return openSession(true);
+        return bindShortcut();
+    const auto goOn = [this](bool granted) {
+        if (granted)
+            bindShortcut();
+        else
+            refuse(notAllowed);
+    };
     const bool wasGranted = grants.isShortcutGranted(m_id);
     if (!m_losesReleases)
-        return openSession(wasGranted);
+        return goOn(wasGranted);
     // GNOME lists what it remembers only when it is bound.
-    askGnomeForShortcut(m_id, *m_attempt, [this, wasGranted](std::optional<bool> remembered) {
-        if (remembered.value_or(wasGranted))
-            return openSession(true);
-        refuse(notAllowed);
+    askGnomeForShortcut(m_id, *m_attempt, [goOn, wasGranted](std::optional<bool> remembered) {
+        goOn(remembered.value_or(wasGranted));
     });
-}
-
-void ShortcutRegistration::openSession(bool mayAsk) {
-    m_backend.whenSessionFree(*m_attempt, [this, mayAsk] {
-        // KDE knows a program without an application id by the token; older ones take the shortcuts here.
-        const QVariantMap options{{u"session_handle_token"_s, u"tavrik"_s},
-                                  {u"shortcuts"_s, QVariant::fromValue(shortcuts())}};
-        PortalRequest::send(
-            m_backend.m_portal, *m_attempt, shortcutsInterface, u"CreateSession"_s, {}, options,
-            [this, mayAsk](const Result<PortalResponse>& response) {
-                if (!response)
-                    return endAttempt(false, response.error().description);
-                m_session = response->results.value(u"session_handle"_s).toString();
-                if (response->code != PortalResponse::success || m_session.isEmpty())
-                    return endAttempt(false, u"The desktop opened no session for shortcuts."_s);
-                m_openedAt = std::chrono::steady_clock::now();
-                auto bus = m_backend.m_portal.bus();
-                bus.connect({}, m_session, sessionInterface, u"Closed"_s, this, SLOT(sessionClosed()));
-                if (mayAsk)
-                    bindShortcut();
-                else
-                    lookForBinding();
-            });
-    });
-}
-
-void ShortcutRegistration::lookForBinding() {
-    PortalRequest::send(m_backend.m_portal, *m_attempt, shortcutsInterface, u"ListShortcuts"_s,
-                        {QVariant::fromValue(QDBusObjectPath(m_session))}, {},
-                        [this](const Result<PortalResponse>& response) {
-                            const auto known = response
-                                                   ? triggerOf(m_id, response->results.value(u"shortcuts"_s))
-                                                   : std::nullopt;
-                            if (known && !known->isEmpty())
-                                return bindShortcut();
-                            refuse(notAllowed);
-                        });
 }
 
 void ShortcutRegistration::bindShortcut() {
@@ -267,22 +274,25 @@ void ShortcutRegistration::shortcutBound(const Result<PortalResponse>& response)
     if (!response)
         return refuse(response.error().description);
     const auto trigger = triggerOf(m_id, response->results.value(u"shortcuts"_s));
-    m_trigger = trigger.value_or(QString());
     auto& grants = m_backend.m_grants;
     grants.setShortcutGranted(m_id, trigger.has_value());
     if (!trigger)
         return refuse(notAllowed);
     grants.setAskedForShortcut(m_id);
+    useTrigger(*trigger);
+}
+
+void ShortcutRegistration::useTrigger(const QString& trigger) {
+    m_trigger = trigger;
     if (m_trigger.isEmpty())
-        return endAttempt(false, u"The desktop has assigned no keys to this shortcut."_s);
-    endAttempt(true, {});
+        return endAttempt(false, noKeys);
+    settle();
     checkConflict();
 }
 
 void ShortcutRegistration::checkConflict() {
-    if (m_trigger.isEmpty())
-        return;
-    m_attempt = std::make_unique<QObject>();
+    if (!m_attempt)
+        m_attempt = std::make_unique<QObject>();
     findShortcutConflict(m_backend.m_portal.bus(), {m_id, m_trigger, m_combination}, *m_attempt,
                          [this](const QString& conflict) { endAttempt(conflict.isEmpty(), conflict); });
 }
@@ -332,7 +342,7 @@ void ShortcutRegistration::shortcutsChanged(const QDBusMessage& signal) {
     if (std::exchange(m_trigger, trigger) == trigger)
         return;
     if (m_trigger.isEmpty())
-        setStatus(false, u"The desktop has assigned no keys to this shortcut."_s);
+        setStatus(false, noKeys);
     else
         checkConflict();
     Q_EMIT statusChanged();
@@ -353,6 +363,18 @@ void ShortcutRegistration::sessionClosed() {
 
 void ShortcutRegistration::portalVanished() {
     m_session.clear();
+    lose();
+}
+
+/// What a portal does is done by a program of the desktop's own, whose end the portal does not notice.
+void ShortcutRegistration::implementationVanished() {
+    if (m_session.isEmpty())
+        return;
+    dropSession();
+    lose();
+}
+
+void ShortcutRegistration::lose() {
     m_trigger.clear();
     m_attempt.reset();
     handle(m_hold.deactivated());
@@ -424,6 +446,7 @@ GlobalShortcutsBackend::GlobalShortcutsBackend(PortalConnection& portal, PortalG
     : m_portal(portal), m_grants(grants), m_repeat(repeat) {
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<PortalShortcuts>();
+    connect(&m_portal, &PortalConnection::vanished, this, [this] { ++m_portalEnds; });
     connect(&m_portal, &PortalConnection::appeared, this, [this] {
         if (m_offer == Offer::missing)
             askOffer();
@@ -436,6 +459,12 @@ void GlobalShortcutsBackend::askOffer() {
         m_offer = version > 0 ? Offer::offered : Offer::missing;
         Q_EMIT statusChanged();
     });
+}
+
+/// The same one at every launch. The desktop has not noticed, however, that the sessions of a portal that has
+/// ended are gone.
+QString GlobalShortcutsBackend::sessionToken() const {
+    return m_portalEnds == 0 ? u"tavrik"_s : u"tavrik_%1"_s.arg(m_portalEnds);
 }
 
 ServiceStatus GlobalShortcutsBackend::status() const {

@@ -43,11 +43,13 @@ private:
     /// Only one session may have our token: calls `ready` when the previous one is closed.
     void whenSessionFree(QObject& owner, std::function<void()> ready);
     void closeSession(const QString& path);
+    QString sessionToken() const;
 
     PortalConnection& m_portal;
     PortalGrants& m_grants;
     KeyRepeat& m_repeat;
     Offer m_offer = Offer::unknown;
+    int m_portalEnds = 0;
     /// Sessions that are being closed.
     int m_closing = 0;
     /// Called, and forgotten, when the last of them is.

@@ -48,6 +48,10 @@ PortalConnection::PortalConnection(const QDBusConnection& bus) : m_bus(bus) {
     auto* watcher = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString& before, const QString& now) { ownerChanged(before, now); });
+    auto* implementations = new QDBusServiceWatcher(u"org.freedesktop.impl.portal.desktop*"_s, m_bus,
+                                                    QDBusServiceWatcher::WatchForUnregistration, this);
+    connect(implementations, &QDBusServiceWatcher::serviceUnregistered, this,
+            &PortalConnection::implementationVanished);
 }
 
 void PortalConnection::ownerChanged(const QString& before, const QString& now) {

@@ -39,6 +39,10 @@ Q_SIGNALS:
     /// The portal has left the bus: its sessions and requests are gone.
     void vanished();
 
+    /// One of the programs that do the portal's work has left the bus: what it did is gone, though the portal
+    /// may still keep sessions and requests of it.
+    void implementationVanished();
+
     /// A portal has come to the bus, perhaps because of a call.
     void appeared();
 

@@ -35,8 +35,8 @@ void askGnome(const QDBusConnection& bus, const AssignedShortcut& shortcut, QObj
         findGnomeKeyBinding(trigger, owner, [found](const QString& binding) {
             if (binding.isEmpty())
                 return found({});
-            found(u"GNOME opens %1 with this shortcut. Choose another one, or take it away from GNOME "
-                  "in Settings, Keyboard."_s.arg(
+            found(u"GNOME opens %1 with this shortcut. Choose another one here, or remove it from GNOME's "
+                  "settings under Keyboard."_s.arg(
                       binding == u"activate-window-menu" ? u"its window menu"_s : u"“%1”"_s.arg(binding)));
         });
     });
@@ -61,8 +61,8 @@ void findShortcutConflict(const QDBusConnection& bus, const AssignedShortcut& sh
                          const auto holder = reply.value();
                          if (holder.value(1).isEmpty() || holder.value(1) == shortcut.id)
                              return found({});
-                         found(u"“%1” of %2 holds this shortcut. Choose another one, or free it in System "
-                               "Settings, Shortcuts."_s.arg(holder.value(3), holder.value(2)));
+                         found(u"“%1” of %2 holds this shortcut. Choose another one here, or remove it in "
+                               "System Settings under Shortcuts."_s.arg(holder.value(3), holder.value(2)));
                      });
 }
 
