@@ -208,7 +208,7 @@ void ShortcutRegistration::bind(PermissionRequest request) {
 
 void ShortcutRegistration::openSession() {
     // KDE knows a program without an application id by the token, and 5.27 takes the shortcuts here.
-    const QVariantMap options{{u"session_handle_token"_s, m_backend.sessionToken()},
+    const QVariantMap options{{u"session_handle_token"_s, u"tavrik"_s},
                               {u"shortcuts"_s, QVariant::fromValue(shortcuts())}};
     PortalRequest::send(m_backend.m_portal, *m_attempt, shortcutsInterface, u"CreateSession"_s, {}, options,
                         [this](const Result<PortalResponse>& response) {
@@ -362,7 +362,8 @@ void ShortcutRegistration::sessionClosed() {
 }
 
 void ShortcutRegistration::portalVanished() {
-    m_session.clear();
+    if (!m_session.isEmpty())
+        m_backend.closeOrphan(std::exchange(m_session, {}));
     lose();
 }
 
@@ -446,7 +447,6 @@ GlobalShortcutsBackend::GlobalShortcutsBackend(PortalConnection& portal, PortalG
     : m_portal(portal), m_grants(grants), m_repeat(repeat) {
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<PortalShortcuts>();
-    connect(&m_portal, &PortalConnection::vanished, this, [this] { ++m_portalEnds; });
     connect(&m_portal, &PortalConnection::appeared, this, [this] {
         if (m_offer == Offer::missing)
             askOffer();
@@ -459,12 +459,6 @@ void GlobalShortcutsBackend::askOffer() {
         m_offer = version > 0 ? Offer::offered : Offer::missing;
         Q_EMIT statusChanged();
     });
-}
-
-/// The same one at every launch. The desktop has not noticed, however, that the sessions of a portal that has
-/// ended are gone.
-QString GlobalShortcutsBackend::sessionToken() const {
-    return m_portalEnds == 0 ? u"tavrik"_s : u"tavrik_%1"_s.arg(m_portalEnds);
 }
 
 ServiceStatus GlobalShortcutsBackend::status() const {
@@ -486,12 +480,31 @@ GlobalShortcutsBackend::registerHotKey(KeyCombination combination, PermissionReq
 }
 
 void GlobalShortcutsBackend::closeSession(const QString& path) {
-    const auto call = QDBusMessage::createMethodCall(u"org.freedesktop.portal.Desktop"_s, path,
-                                                     sessionInterface, u"Close"_s);
+    close(QDBusMessage::createMethodCall(u"org.freedesktop.portal.Desktop"_s, path, sessionInterface,
+                                         u"Close"_s));
+}
+
+void GlobalShortcutsBackend::closeOrphan(const QString& path) {
+    const auto listNames = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/"_s,
+                                                          u"org.freedesktop.DBus"_s, u"ListNames"_s);
+    close(listNames, [this, path](const QDBusMessage& reply) {
+        for (const auto& name : reply.arguments().value(0).toStringList()) {
+            if (name.startsWith("org.freedesktop.impl.portal.desktop."_L1))
+                close(QDBusMessage::createMethodCall(name, path, u"org.freedesktop.impl.portal.Session"_s,
+                                                     u"Close"_s));
+        }
+    });
+}
+
+/// A call on the way to a closed session.
+void GlobalShortcutsBackend::close(const QDBusMessage& call,
+                                   const std::function<void(const QDBusMessage&)>& answered) {
     ++m_closing;
     auto* watcher = new QDBusPendingCallWatcher(m_portal.bus().asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, answered] {
         watcher->deleteLater();
+        if (answered)
+            answered(watcher->reply());
         if (--m_closing > 0)
             return;
         for (const auto& ready : std::exchange(m_waiting, {}))

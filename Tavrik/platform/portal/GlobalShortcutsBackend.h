@@ -7,6 +7,8 @@
 #include <functional>
 #include <vector>
 
+class QDBusMessage;
+
 namespace tavrik {
 
 class KeyRepeat;
@@ -43,16 +45,17 @@ private:
     /// Only one session may have our token: calls `ready` when the previous one is closed.
     void whenSessionFree(QObject& owner, std::function<void()> ready);
     void closeSession(const QString& path);
-    QString sessionToken() const;
+    /// Closes the session where the portal's work is done: the portal itself has ended, and left it open.
+    void closeOrphan(const QString& path);
+    void close(const QDBusMessage& call, const std::function<void(const QDBusMessage&)>& answered = {});
 
     PortalConnection& m_portal;
     PortalGrants& m_grants;
     KeyRepeat& m_repeat;
     Offer m_offer = Offer::unknown;
-    int m_portalEnds = 0;
-    /// Sessions that are being closed.
+    /// Calls under way that close a session.
     int m_closing = 0;
-    /// Called, and forgotten, when the last of them is.
+    /// Called, and forgotten, when none is.
     std::vector<std::function<void()>> m_waiting;
 };
 

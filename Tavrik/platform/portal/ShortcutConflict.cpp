@@ -18,12 +18,15 @@ namespace {
 
 using Found = std::function<void(const QString&)>;
 
-/// What KDE describes is a key sequence, though perhaps in the user's language.
+/// What KDE describes is a key sequence, though perhaps in the user's language. 0 if it cannot be read.
 int qtKeys(const AssignedShortcut& shortcut) {
-    const auto assigned = QKeySequence::fromString(shortcut.trigger);
-    if (assigned.count() == 1 && assigned[0].key() != Qt::Key_unknown)
-        return assigned[0].toCombined();
-    return qtTrigger(shortcut.combination);
+    for (const auto& text :
+         {shortcut.trigger, portalTrigger(shortcut.combination).replace(u"LOGO"_s, u"Meta"_s)}) {
+        const auto keys = QKeySequence::fromString(text);
+        if (keys.count() == 1 && keys[0].key() != Qt::Key_unknown)
+            return keys[0].toCombined();
+    }
+    return 0;
 }
 
 void askGnome(const QDBusConnection& bus, const AssignedShortcut& shortcut, QObject& owner, Found found) {
