@@ -40,7 +40,8 @@ constexpr std::array pasteKeys{
 
 RemoteDesktopPasteKeys::RemoteDesktopPasteKeys(PortalConnection& portal, PortalGrants& grants,
                                                std::function<void()> offerSelection)
-    : m_portal(portal), m_grants(grants), m_offerSelection(std::move(offerSelection)) {
+    : m_portal(portal), m_grants(grants), m_offerSelection(std::move(offerSelection)),
+      m_modifiers(portal.bus()) {
     m_bound.setSingleShot(true);
     m_bound.setInterval(patience);
     connect(&m_bound, &QTimer::timeout, this,
@@ -154,9 +155,13 @@ void RemoteDesktopPasteKeys::sendPaste(Completion<void> completion) {
     m_pasting.push_back(std::move(completion));
     if (m_session)
         return;
-    m_bound.start();
     m_offerSelection();
     m_session = std::make_unique<RemoteDesktopSession>(m_portal, this);
+    m_modifiers.whenUp(*m_session, [this] { openSession(); });
+}
+
+void RemoteDesktopPasteKeys::openSession() {
+    m_bound.start();
     checkToken(*m_session, [this] {
         if (const auto now = status(); !now.works)
             return endPaste(std::unexpected(Error{now.reason}));

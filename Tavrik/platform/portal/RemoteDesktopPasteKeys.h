@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/PasteKeys.h"
+#include "platform/portal/ModifierRelease.h"
 #include "platform/portal/RemoteDesktopSession.h"
 
 #include <QTimer>
@@ -18,8 +19,8 @@ class PortalGrants;
 /// that the desktop gives then opens a session for each paste without one. No session stays open, since the
 /// desktop shows as long that somebody controls the computer.
 ///
-/// Modifiers that the user holds are neither seen nor lifted through this portal: a paste while one is down
-/// (but those of the shortcut itself) reaches nothing.
+/// Modifiers that the user holds are neither seen nor lifted through this portal, and with one of them down
+/// nothing is pasted: it waits until those of the shortcut seem to be up.
 class RemoteDesktopPasteKeys final : public PasteKeys {
     Q_OBJECT
 
@@ -41,6 +42,7 @@ private:
     void endAsking();
     void checkToken(QObject& owner, std::function<void()> checked);
     void setToken(const QString& token, bool isForgotten);
+    void openSession();
     void opened(const Result<RemoteDesktopSession::Opening>& opening);
     void breakOffPaste(const Error& reason);
     void endPaste(const Result<void>& outcome);
@@ -48,6 +50,7 @@ private:
     PortalConnection& m_portal;
     PortalGrants& m_grants;
     const std::function<void()> m_offerSelection;
+    ModifierRelease m_modifiers;
     /// The version of the portal's interface, 0 if it is not offered; nothing before the portal has answered.
     std::optional<uint> m_version;
     /// The desktop has forgotten the token.
