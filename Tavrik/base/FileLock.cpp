@@ -19,12 +19,15 @@ FileLock::FileLock(const QString& path, std::chrono::milliseconds patience) {
                     S_IRUSR | S_IWUSR);
     if (m_file < 0)
         return;
-    while (!(m_held = ::flock(m_file, LOCK_EX | LOCK_NB) == 0)) {
-        const bool isTaken = errno == EWOULDBLOCK || errno == EINTR;
-        if (!isTaken || Clock::now() >= deadline)
+    while (::flock(m_file, LOCK_EX | LOCK_NB) != 0) {
+        // Some disks know no locks: better a change that may be lost to another than none.
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            break;
+        if (Clock::now() >= deadline)
             return;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    m_held = true;
 }
 
 FileLock::~FileLock() {

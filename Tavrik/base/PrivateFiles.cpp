@@ -7,8 +7,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +21,14 @@ namespace {
 
 constexpr auto otherPeople = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
                              QFile::WriteOther | QFile::ExeOther;
+
+FileState stateOf(const struct stat& status) {
+    constexpr qint64 nanoseconds = 1'000'000'000;
+    return {.device = status.st_dev,
+            .number = status.st_ino,
+            .size = status.st_size,
+            .modified = status.st_mtim.tv_sec * nanoseconds + status.st_mtim.tv_nsec};
+}
 
 bool copyFile(const QString& from, const QString& to) {
     QFile source(from);
@@ -71,15 +81,25 @@ std::optional<QByteArray> readRegularFile(const QString& path, qint64 maximum) {
     return content;
 }
 
-bool keepAside(const QString& path) {
+std::optional<FileState> fileState(const QString& path) {
+    struct stat status{};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? std::optional(stateOf(status))
+                                                                     : std::nullopt;
+}
+
+std::optional<FileState> fileState(int descriptor) {
+    struct stat status{};
+    return ::fstat(descriptor, &status) == 0 ? std::optional(stateOf(status)) : std::nullopt;
+}
+
+bool keepAside(const QString& path, const QString& mark) {
     const QFileInfo file(QFileInfo(path).canonicalFilePath());
     if (!file.exists())
         return true;
     const auto now = QDateTime::currentDateTime().toString(u"yyyy-MM-dd HHmmss"_s);
     for (int attempt = 1; attempt < 1000; ++attempt) {
         const auto number = attempt == 1 ? QString() : u" %1"_s.arg(attempt);
-        const auto name =
-            u"%1 (unreadable %2%3).%4"_s.arg(file.completeBaseName(), now, number, file.suffix());
+        const auto name = u"%1 (%2 %3%4).%5"_s.arg(file.completeBaseName(), mark, now, number, file.suffix());
         const auto aside = file.dir().filePath(name);
         if (QFileInfo::exists(aside))
             continue;
@@ -89,6 +109,14 @@ bool keepAside(const QString& path) {
             return copyFile(file.filePath(), aside);
     }
     return false;
+}
+
+void pruneKeptAside(const QString& path, const QString& mark, int kept) {
+    const QFileInfo file(QFileInfo(path).canonicalFilePath());
+    const auto pattern = u"%1 (%2 *).%3"_s.arg(file.completeBaseName(), mark, file.suffix());
+    const auto names = file.dir().entryList({pattern}, QDir::Files, QDir::Time);
+    for (const auto& name : names.sliced(std::min<qsizetype>(kept, names.size())))
+        QFile::remove(file.dir().filePath(name));
 }
 
 } // namespace tavrik

@@ -42,7 +42,10 @@ PrivateSaveFile::PrivateSaveFile(const QString& path) {
     m_temporary = m_folder + "/." + QFile::encodeName(target.fileName()) + ".unfinished-XXXXXX";
     m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
     // Tells a file that is being written from a leftover: the system drops the lock with the process.
-    m_good = m_file >= 0 && ::flock(m_file, LOCK_EX | LOCK_NB) == 0;
+    // Some disks know no locks. Should another process take the file for a leftover first, commit() fails.
+    m_good = m_file >= 0;
+    if (m_good)
+        ::flock(m_file, LOCK_EX | LOCK_NB);
 }
 
 PrivateSaveFile::~PrivateSaveFile() {
@@ -65,6 +68,7 @@ void PrivateSaveFile::write(QByteArrayView bytes) {
 bool PrivateSaveFile::commit() {
     if (!m_good || ::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
         return false;
+    m_state = fileState(m_file);
     ::close(std::exchange(m_file, -1));
     // Without this a power cut may bring the old file back. That is no reason to call it failed.
     syncFolder(m_folder);

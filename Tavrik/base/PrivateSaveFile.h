@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/PrivateFiles.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
@@ -30,6 +32,9 @@ public:
     /// Puts the new content in place. False after any error; the old file is then untouched.
     bool commit();
 
+    /// Of the new file, after a successful commit().
+    std::optional<FileState> state() const { return m_state; }
+
     /// Removes the temporary files that killed processes have left of this file.
     static void removeLeftovers(const QString& path);
 
@@ -39,6 +44,7 @@ private:
     QByteArray m_temporary;
     int m_file = -1;
     bool m_good = false;
+    std::optional<FileState> m_state;
 };
 
 } // namespace tavrik

@@ -49,6 +49,8 @@ HistoryArchive::Content HistoryArchive::load() {
     if (!QFileInfo::exists(m_path))
         return {};
     narrowToOwner(m_path);
+    // Before it is read: a change in between counts as somebody else's.
+    m_known = fileState(m_path);
     auto records = readRegularFile(m_path, std::numeric_limits<qint32>::max()).and_then(decodeHistory);
     if (!records) {
         m_fileNotDecoded = true;
@@ -71,12 +73,28 @@ void HistoryArchive::savePending() {
     if (!records)
         return;
     makePrivateFolder(m_folder);
-    if (m_fileNotDecoded && !keepAside(m_path))
+    if (!keepOthersWork())
         return;
-    m_fileNotDecoded = false;
     PrivateSaveFile file(m_path);
     encodeHistory(*records, [&file](QByteArrayView piece) { file.write(piece); });
-    file.commit();
+    if (!file.commit())
+        return;
+    m_known = file.state();
+}
+
+bool HistoryArchive::keepOthersWork() {
+    const auto found = fileState(m_path);
+    if (!found || (found == m_known && !m_fileNotDecoded))
+        return true;
+    const auto mark = found == m_known ? u"unreadable"_s : u"changed elsewhere"_s;
+    if (!keepAside(m_path, mark))
+        return false;
+    // One copy is enough, even if the saving fails now.
+    m_known = found;
+    m_fileNotDecoded = false;
+    if (mark != u"unreadable")
+        pruneKeptAside(m_path, mark, 3);
+    return true;
 }
 
 } // namespace tavrik

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/PrivateFiles.h"
 #include "history/Transcription.h"
 
 #include <QList>
@@ -35,17 +36,22 @@ public:
     Content takeContent();
 
     /// Starts to replace the file. While one save runs, only the last of those asked for is kept. Failures
-    /// are silent. A file that could not be decoded is kept aside before it is replaced.
+    /// are silent. A file that could not be decoded, or that somebody else has changed, is kept aside before
+    /// it is replaced.
     void save(const QList<Transcription>& records);
 
 private:
     Content load();
     void savePending();
+    /// False when what is not ours in the file could not be kept.
+    bool keepOthersWork();
 
     const QString m_folder;
     const QString m_path;
     /// Of the archive's thread only.
     bool m_fileNotDecoded = false;
+    /// The file as it was last read or written here. Of the archive's thread only.
+    std::optional<FileState> m_known;
     std::promise<Content> m_content;
     std::mutex m_mutex;
     std::optional<QList<Transcription>> m_pending;

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <string_view>
 #include <ctime>
 
 using namespace tavrik;
@@ -112,6 +113,27 @@ private Q_SLOTS:
             QCOMPARE(contentOf(synced.filePath(aside[i])), broken[i]);
             QCOMPARE(modeOf(synced.filePath(aside[i])), mode_t{0600});
         }
+    }
+
+    void keepsAsideWhatSomebodyElseWrote() {
+        HistoryStore store(m_folder);
+        store.insertFirst(dictation("ours"));
+        for (const char digit : std::string_view("12345")) {
+            store.waitUntilSaved();
+            // As long as ours, and in the same file.
+            const auto other = contentOf(m_file).replace("ours", "oth" + QByteArray(1, digit));
+            QFile file(m_file);
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.write(other) == other.size());
+            file.close();
+            store.insertFirst(dictation("more"));
+        }
+        store.waitUntilSaved();
+        QCOMPARE(contentOf(m_file), encodeHistory(store.items()));
+        QByteArray kept;
+        for (const auto& name : othersIn(m_folder))
+            kept += contentOf(m_folder + '/' + name);
+        for (const char digit : std::string_view("12345"))
+            QCOMPARE(kept.contains("oth" + QByteArray(1, digit)), digit > '2');
     }
 
     void isNotHeldUpByWhatStandsInItsPlace() {

@@ -76,7 +76,7 @@ bool JsonPreferenceStore::change(const std::function<void(QJsonObject&)>& edit) 
     edit(edited);
     if (stored ? edited == *stored : edited.isEmpty())
         return true;
-    if (!stored && !keepAside(m_path))
+    if (!stored && !keepAside(m_path, QStringLiteral("unreadable")))
         return false;
     const auto replacement = QJsonDocument(edited).toJson();
     PrivateSaveFile file(m_path);
