@@ -60,6 +60,8 @@ public:
     QHash<QString, uint> versions;
     /// What methods with a Request respond. One that is not here never does.
     QHash<QString, Response> responses;
+    /// What methods without a Request reply.
+    QHash<QString, QVariant> replies;
     /// The errors of methods that fail.
     QHash<QString, QString> errors;
 
@@ -86,7 +88,8 @@ public:
                                ? QString()
                                : values.last().toMap().value(QStringLiteral("handle_token")).toString();
         if (token.isEmpty())
-            return bus.send(message.createReply());
+            return bus.send(replies.contains(method) ? message.createReply(replies.value(method))
+                                                     : message.createReply());
         const auto path =
             QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
                 .arg(message.service().mid(1).replace(QLatin1Char('.'), QLatin1Char('_')), token);

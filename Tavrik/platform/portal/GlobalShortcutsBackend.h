@@ -1,13 +1,7 @@
 #pragma once
 
 #include "platform/HotKeyBackend.h"
-
-#include <QString>
-
-#include <functional>
-#include <vector>
-
-class QDBusMessage;
+#include "platform/portal/PortalSessions.h"
 
 namespace tavrik {
 
@@ -39,24 +33,13 @@ public:
                                                  Handlers handlers) override;
 
 private:
-    friend class ShortcutRegistration;
-
     void askOffer();
-    /// Only one session may have our token: calls `ready` when the previous one is closed.
-    void whenSessionFree(QObject& owner, std::function<void()> ready);
-    void closeSession(const QString& path);
-    /// Closes the session where the portal's work is done: the portal itself has ended, and left it open.
-    void closeOrphan(const QString& path);
-    void close(const QDBusMessage& call, const std::function<void(const QDBusMessage&)>& answered = {});
 
     PortalConnection& m_portal;
+    PortalSessions m_sessions;
     PortalGrants& m_grants;
     KeyRepeat& m_repeat;
     Offer m_offer = Offer::unknown;
-    /// Calls under way that close a session.
-    int m_closing = 0;
-    /// Called, and forgotten, when none is.
-    std::vector<std::function<void()>> m_waiting;
 };
 
 } // namespace tavrik
