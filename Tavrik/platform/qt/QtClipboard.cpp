@@ -1,5 +1,7 @@
 #include "platform/qt/QtClipboard.h"
 
+#include "base/SingleLine.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 
@@ -18,7 +20,7 @@ void QtClipboard::setText(const QString& text) {
 void QtClipboard::offerAsSelection() {
     auto* clipboard = QGuiApplication::clipboard();
     if (clipboard->supportsSelection() && clipboard->ownsClipboard())
-        clipboard->setText(clipboard->text(), QClipboard::Selection);
+        clipboard->setText(singleLine(clipboard->text()), QClipboard::Selection);
 }
 
 } // namespace tavrik

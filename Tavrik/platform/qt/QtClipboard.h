@@ -11,7 +11,8 @@ public:
     ServiceStatus status() const override;
     void setText(const QString& text) override;
 
-    /// Offers our text as the selection too, where there is one and while the clipboard is still ours.
+    /// Offers our text, in one line, as the selection too, where there is one and while the clipboard is
+    /// still ours.
     void offerAsSelection();
 };
 

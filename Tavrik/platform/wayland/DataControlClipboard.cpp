@@ -1,5 +1,6 @@
 #include "platform/wayland/DataControlClipboard.h"
 
+#include "base/SingleLine.h"
 #include "platform/wayland/PipeWriter.h"
 #include "protocols/ext-data-control-v1.h"
 #include "protocols/wlr-data-control-unstable-v1.h"
@@ -107,7 +108,7 @@ public:
     void offerAsPrimary() override {
         if (!m_hasPrimary || !m_clipboard)
             return;
-        auto source = makeSource(m_clipboard->text);
+        auto source = makeSource(singleLine(QString::fromUtf8(m_clipboard->text)).toUtf8());
         Protocol::setPrimary(m_device.get(), source->proxy.get());
         m_primary = std::move(source);
     }

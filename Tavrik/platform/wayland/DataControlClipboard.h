@@ -22,8 +22,8 @@ public:
     ServiceStatus status() const override;
     void setText(const QString& text) override;
 
-    /// Offers our text as the primary selection too, where there is one and while the clipboard is still
-    /// ours.
+    /// Offers our text, in one line, as the primary selection too, where there is one and while the clipboard
+    /// is still ours.
     void offerAsSelection();
 
 private:
