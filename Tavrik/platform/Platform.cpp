@@ -164,7 +164,8 @@ void Platform::chooseHotKeys() {
 void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
     auto& keyboard = m_foundation->keyboard;
     auto& wayland = m_foundation->wayland;
-    if (!wayland.isConnected()) {
+    auto& portals = m_foundation->portals;
+    if (!portals) {
         if (keyboard.isConnected())
             pasteKeys = std::make_unique<X11PasteKeys>(keyboard, offerSelection);
         else
@@ -184,7 +185,7 @@ void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
         return;
     }
     // The others reach X windows too. This one says itself where there is no such portal.
-    auto& [portal, grants] = *m_foundation->portals;
+    auto& [portal, grants] = *portals;
     pasteKeys = std::make_unique<RemoteDesktopPasteKeys>(portal, grants, offerSelection);
     if (FakeInputPasteKeys::isOffered(wayland))
         pasteKeys = std::make_unique<FakeInputPasteKeys>(FakeInputPasteKeys::Dependencies{

@@ -12,6 +12,7 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <csignal>
+#include <memory>
 #include <optional>
 
 using namespace tavrik;
@@ -36,7 +37,7 @@ private:
 
     std::optional<QTemporaryDir> m_folder;
     QProcess m_sway;
-    std::optional<WaylandConnection> m_connection;
+    std::unique_ptr<WaylandConnection> m_connection;
 };
 
 void WaylandTest::init() {
@@ -51,13 +52,13 @@ void WaylandTest::init() {
         qputenv(name, value);
     qputenv("XDG_RUNTIME_DIR", m_folder->path().toLocal8Bit());
     qunsetenv("WAYLAND_DISPLAY");
-    // It does not run as root.
-    m_sway.start(u"unshare"_s, {u"--user"_s, u"--map-user=1000"_s, u"--map-group=1000"_s, u"sway"_s, u"-c"_s,
-                                configuration.fileName()});
+    // It does not run as root, and must not outlive the test.
+    m_sway.start(u"unshare"_s, {u"--user"_s, u"--map-user=1000"_s, u"--map-group=1000"_s, u"setpriv"_s,
+                                u"--pdeathsig"_s, u"KILL"_s, u"sway"_s, u"-c"_s, configuration.fileName()});
     QTRY_VERIFY(!QDir(m_folder->path()).entryList({u"wayland-?"_s}, QDir::System).isEmpty());
     qputenv("WAYLAND_DISPLAY",
             QDir(m_folder->path()).entryList({u"wayland-?"_s}, QDir::System).first().toLatin1());
-    m_connection.emplace();
+    m_connection = std::make_unique<WaylandConnection>();
     QVERIFY(m_connection->isConnected());
 }
 

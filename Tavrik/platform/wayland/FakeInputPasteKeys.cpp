@@ -27,6 +27,10 @@ constexpr quint32 keyStateVersion = 5;
 
 /// What there is once KWin has let us in.
 struct FakeInputPasteKeys::Input {
+    explicit Input(WaylandConnection& whereLetIn)
+        : connection(whereLetIn),
+          keys(whereLetIn.bind<org_kde_kwin_fake_input>(org_kde_kwin_fake_input_interface, inputVersion)) {}
+
     /// KWin decides once for each connection; the first one may have come too early.
     std::unique_ptr<WaylandConnection> laterConnection;
     WaylandConnection& connection;
@@ -65,13 +69,7 @@ FakeInputPasteKeys::~FakeInputPasteKeys() = default;
 bool FakeInputPasteKeys::open(WaylandConnection& connection) {
     if (connection.version(org_kde_kwin_fake_input_interface) < inputVersion)
         return false;
-    m_input = std::unique_ptr<Input>(new Input{
-        .laterConnection = {},
-        .connection = connection,
-        .keys = connection.bind<org_kde_kwin_fake_input>(org_kde_kwin_fake_input_interface, inputVersion),
-        .keyState = {},
-        .down = {},
-    });
+    m_input = std::make_unique<Input>(connection);
     org_kde_kwin_fake_input_authenticate(m_input->keys.get(), "Tavrik", "Pastes what was dictated");
     connection.flush();
     return true;
