@@ -127,6 +127,8 @@ class Desktop(contextlib.ExitStack):
     #: What portals ask the user: the titles for the shortcut and for pasting.
     dialogs = ()
     keeps_clipboard = False
+    #: Between two dictations, in seconds.
+    rest = 0.3
     has_terminal = True
 
     def __enter__(self):
@@ -279,6 +281,8 @@ class Sway(Desktop):
 
 
 class Labwc(Desktop):
+    # Sooner it would be the key repeating.
+    rest = 0.9
     environment = {"XDG_CURRENT_DESKTOP": "labwc:wlroots", "WAYLAND_DISPLAY": "wayland-0"}
 
     def start(self):

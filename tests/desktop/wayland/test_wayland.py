@@ -190,6 +190,7 @@ class Wayland(desk.Suite):
             try:
                 for before in range(case.times):
                     self.dictate(case, window, before)
+                    time.sleep(DESKTOP.rest)
             except Exception:
                 self.desktop.picture(PICTURES / f"failed-{self._testMethodName}.png")
                 print(f"The window's text: {window.text()[:200]!r}", self.tavrik.report(), sep="\n")
