@@ -39,9 +39,11 @@
 #include <QCoreApplication>
 #include <QThreadPool>
 
+#include <chrono>
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace tavrik {
 
@@ -135,6 +137,14 @@ void Program::start() {
         [folder = platformFolders().temporary] { removeLeftoverTakes(folder); });
     m_objects->delegate.applicationDidFinishLaunching();
     m_objects->updates.startPeriodicChecks();
+}
+
+void Program::launchedFromMenu(const QByteArray& activationToken) {
+    // A tray answers a little later.
+    m_objects->queue.postAfter(500ms, [this, activationToken] {
+        if (!m_objects->platform.statusItem->status().works)
+            reopen(activationToken);
+    });
 }
 
 void Program::reopen(const QByteArray& activationToken) {

@@ -23,6 +23,10 @@ public:
     /// The launch sequence; once.
     void start();
 
+    /// The user has started the program by a menu: shows the window where no icon appears in the tray, or
+    /// they would see nothing at all. The activation token may be empty.
+    void launchedFromMenu(const QByteArray& activationToken);
+
     /// The user has started the program again. The activation token may be empty.
     void reopen(const QByteArray& activationToken);
 

@@ -72,6 +72,7 @@ int run(const QByteArrayList& urls) {
     const auto termination = onTermination(&QCoreApplication::quit);
     std::optional<Program> program;
     const ApplicationInstance::Handlers handlers{
+        .launched = [&program](const QByteArray& token) { program->launchedFromMenu(token); },
         .reopened = [&program](const QByteArray& token) { program->reopen(token); },
         .urlsOpened = [&program](const QByteArrayList& opened,
                                  const QByteArray& token) { program->open(opened, token); },

@@ -26,6 +26,9 @@ public:
     /// What later launches ask of the running program; called on the main thread. The activation token is
     /// what the launch was given as XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID, or empty.
     struct Handlers {
+        /// The desktop has started the program for the very first call, which is this: the user has chosen it
+        /// in a menu.
+        std::function<void(const QByteArray& activationToken)> launched;
         /// Started again without arguments.
         std::function<void(const QByteArray& activationToken)> reopened;
         /// Started with URLs, each byte for byte as it was given.

@@ -131,6 +131,17 @@ class Start(unittest.TestCase):
         program = self.start(arguments=["tavrik://callback#access_token=SECRET"])
         self.assertNotIn(b"SECRET", pathlib.Path(f"/proc/{program.pid}/cmdline").read_bytes())
 
+    def test_from_the_menu(self):
+        """The bus starts the program for a call: the icon in the tray is enough, until the user asks again."""
+        self.start({"DBUS_STARTER_BUS_TYPE": "session"})
+        activate = ("gdbus", "call", "--session", "-d", "io.nordvex.tavrik", "-o", "/io/nordvex/tavrik",
+                    "-m", "org.freedesktop.Application.Activate", "{}")
+        desk.run(*activate)
+        time.sleep(1.5)
+        self.assertEqual(desk.windows("--name", "^Tavrik$"), [])
+        desk.run(*activate)
+        desk.wait_for("the window", lambda: desk.windows("--name", "^Tavrik$"))
+
     def test_hung(self):
         program = self.start()
         program.send_signal(signal.SIGSTOP)

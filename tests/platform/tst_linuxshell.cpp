@@ -62,7 +62,8 @@ private Q_SLOTS:
         {
             DBusApplicationInstance running;
             QVERIFY(running.claim(
-                {[&](const auto& token) { told << token; },
+                {{},
+                 [&](const auto& token) { told << token; },
                  [&](const auto& urls, const auto& token) { told += urls + QByteArrayList{token}; },
                  {},
                  {}}));

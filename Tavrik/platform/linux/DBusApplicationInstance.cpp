@@ -22,6 +22,7 @@ namespace {
 
 const auto serviceName = u"io.nordvex.tavrik"_s;
 const auto objectPath = u"/io/nordvex/tavrik"_s;
+constexpr auto* startedByBus = "DBUS_STARTER_BUS_TYPE";
 constexpr int answerTimeout = 1000; // milliseconds
 
 /// The bus carries only UTF-8. Other bytes travel percent-encoded, which means the same in a URL.
@@ -107,9 +108,12 @@ public:
 
 public Q_SLOTS:
     void Activate(const QVariantMap& data) {
-        afterReply([this, token = activationToken(data)] { m_handlers.reopened(token); });
+        afterReply([this, token = activationToken(data), launch = std::exchange(m_awaitsLaunch, false)] {
+            launch ? m_handlers.launched(token) : m_handlers.reopened(token);
+        });
     }
     void Open(const QStringList& uris, const QVariantMap& data) {
+        m_awaitsLaunch = false;
         QByteArrayList urls;
         for (const auto& uri : uris)
             urls << uri.toUtf8();
@@ -122,6 +126,8 @@ private:
     void afterReply(const std::function<void()>& handle) { QTimer::singleShot(0, this, handle); }
 
     const ApplicationInstance::Handlers& m_handlers;
+    /// Whether the bus has started this process for a call that is still to come.
+    bool m_awaitsLaunch = qEnvironmentVariableIsSet(startedByBus) && qunsetenv(startedByBus);
 };
 
 /// The arguments are microseconds of the clock that all processes share and nobody sets.
