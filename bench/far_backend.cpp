@@ -4,7 +4,7 @@
 //   tests/desktop/on-desktop far_backend TAVRIK-FAR TAVRIK-BACKEND PORT [launches]
 
 #include "Distance.h"
-#include "HotKeyHold.h"
+#include "Keyboard.h"
 #include "Measure.h"
 #include "Programs.h"
 #include "support/Tls.h"
