@@ -148,15 +148,16 @@ class Desktop(contextlib.ExitStack):
 
     @contextlib.contextmanager
     def held(self, *keys, order=-1, pause=0):
-        """They are let go in the opposite order, or with `order=1` in that in which they went down, with pauses in between."""
+        """They are let go in the opposite order, or with `order=1` in that in which they went down; a pause follows the first."""
         for key in keys:
             self.keyboard.press(key)
         try:
             yield
         finally:
-            for index, key in enumerate(keys[::order]):
-                time.sleep(pause if index else 0)
+            for key in keys[::order]:
                 self.keyboard.press(key, False)
+                time.sleep(pause)
+                pause = 0
 
     def dictating(self, modifier_first, pause):
         """While it lasts the hot key is held."""

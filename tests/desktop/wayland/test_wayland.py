@@ -98,7 +98,7 @@ class Case:
     times: int = 1
     #: The modifier first, or as one mostly does.
     modifier_first: bool = False
-    #: Between the keys' releases.
+    #: Between the release of the first key and that of the others.
     pause: float = 0
     repeats: bool = False
 
@@ -113,7 +113,7 @@ CASES = {
     "long_text": Case(text="".join(f"{number:04} و " for number in range(571)) + "end"),
     "modifier_still_down": Case(pause=0.8),
     "modifier_still_down_x11": Case("x11", pause=0.8),
-    "modifier_first": Case(modifier_first=True, pause=0.3),
+    "modifier_first": Case(modifier_first=True, pause=0.1),
     "long_hold": Case(seconds=5),
     "long_hold_repeating": Case(seconds=5, repeats=True),
 }
