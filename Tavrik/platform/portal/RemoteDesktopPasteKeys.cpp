@@ -74,9 +74,9 @@ ServiceStatus RemoteDesktopPasteKeys::status() const {
     if (m_version < firstVersionThatRemembers)
         return {backend, false, u"This desktop would ask for permission at every paste."_s};
     if (m_isForgotten)
-        return {backend, false, u"Tavrik may no longer paste. Allow it in the settings."_s};
+        return {backend, false, u"Tavrik may no longer paste. Allow it in the settings."_s, u"Ask Again"_s};
     if (m_grants.pasteToken().isEmpty())
-        return {backend, false, u"Tavrik may not paste. Allow it in the settings."_s};
+        return {backend, false, u"Tavrik may not paste. Allow it in the settings."_s, u"Ask Again"_s};
     return {backend, true};
 }
 

@@ -295,7 +295,7 @@ PortalShortcuts ShortcutRegistration::shortcuts() const {
 }
 
 void ShortcutRegistration::setStatus(bool works, const QString& reason) {
-    const ServiceStatus status{backendName, works, reason};
+    const ServiceStatus status{backendName, works, reason, reason == notAllowed ? u"Ask Again"_s : QString()};
     if (std::exchange(m_status, status) != status)
         Q_EMIT statusChanged();
 }
