@@ -134,7 +134,8 @@ class Desktop(contextlib.ExitStack):
     def __enter__(self):
         super().__enter__()
         self.start()
-        desk.wait_for("an X server", pathlib.Path("/tmp/.X11-unix/X0").exists)
+        server = desk.wait_for("an X server", lambda: next(pathlib.Path("/tmp/.X11-unix").glob("X*"), None))
+        os.environ["DISPLAY"] = f":{server.name[1:]}"
         return self
 
     def run(self, name, *command, socket=None, **environment):
@@ -268,10 +269,11 @@ class OldKde(Kde):
 
 
 class Sway(Desktop):
-    environment = {"XDG_CURRENT_DESKTOP": "sway", "WAYLAND_DISPLAY": "wayland-1", "SWAYSOCK": "/tmp/sway"}
+    environment = {"XDG_CURRENT_DESKTOP": "sway", "WAYLAND_DISPLAY": "wayland-1"}
     has_bindings = True
 
     def start(self):
+        os.environ["SWAYSOCK"] = str(RUNTIME / "sway")
         config = CONFIG / "sway.conf"
         config.write_text("output HEADLESS-1 resolution 1280x800\nseat seat0 fallback true\ndefault_border none\n")
         self.run_wlroots("sway", "-c", config, socket="wayland-1")
