@@ -21,6 +21,7 @@
 #include "platform/null/NullServices.h"
 #include "platform/portal/FallbackHotKeyBackend.h"
 #include "platform/portal/GlobalShortcutsBackend.h"
+#include "platform/portal/GnomeCustomShortcut.h"
 #include "platform/portal/PortalConnection.h"
 #include "platform/portal/PortalGrants.h"
 #include "platform/portal/RemoteDesktopPasteKeys.h"
@@ -154,7 +155,8 @@ void Platform::chooseHotKeys() {
         hotKeys = std::make_unique<FallbackHotKeyBackend>(
             std::make_unique<GlobalShortcutsBackend>(portals->connection, portals->grants,
                                                      m_foundation->waylandKeyboard),
-            std::make_unique<CommandHotKeyBackend>());
+            std::make_unique<GnomeCustomShortcut>(portals->connection.bus(),
+                                                  std::make_unique<CommandHotKeyBackend>()));
     else if (auto& keyboard = m_foundation->keyboard; keyboard.isConnected())
         hotKeys = std::make_unique<X11HotKeyBackend>(keyboard);
     else

@@ -1,8 +1,9 @@
 #include "platform/portal/GnomeShell.h"
 
+#include "platform/portal/Gsettings.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QProcess>
 
 #include <array>
 #include <utility>
@@ -12,30 +13,6 @@ using namespace Qt::StringLiterals;
 namespace tavrik {
 
 namespace {
-
-using Output = std::function<void(const std::optional<QString>&)>;
-
-/// Nothing if gsettings is missing or knows no such schema. No portal hands out these settings, and their
-/// library would be loaded on every desktop; the tool is a part of GNOME and takes some ten milliseconds.
-void runGsettings(const QStringList& arguments, QObject& owner, Output done) {
-    auto* process = new QProcess(&owner);
-    QObject::connect(process, &QProcess::errorOccurred, process,
-                     [process, done](QProcess::ProcessError error) {
-                         if (error != QProcess::FailedToStart)
-                             return;
-                         process->deleteLater();
-                         done(std::nullopt);
-                     });
-    QObject::connect(process, &QProcess::finished, process, [process, done](int status) {
-        process->deleteLater();
-        if (status == 0)
-            done(QString::fromUtf8(process->readAllStandardOutput()));
-        else
-            done(std::nullopt);
-    });
-    process->setStandardErrorFile(QProcess::nullDevice());
-    process->start(u"gsettings"_s, arguments, QIODevice::ReadOnly);
-}
 
 /// The accelerator in one spelling: modifiers have synonyms and no order.
 QString normalized(QString accelerator) {

@@ -7,6 +7,7 @@ import contextlib
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -140,4 +141,7 @@ class Sway(test_wayland.Wayland):
 
 
 if __name__ == "__main__":
-    desk.main(*sys.argv[6:])
+    try:
+        desk.main(*sys.argv[6:])
+    finally:
+        shutil.copytree(desktops.LOGS, test_wayland.PICTURES / "log", dirs_exist_ok=True)
