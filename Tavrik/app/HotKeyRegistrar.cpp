@@ -8,7 +8,7 @@ HotKeyRegistrar::HotKeyRegistrar(HotKeyBackend& backend, MainQueue& queue, const
     : m_backend(backend), m_queue(queue), m_settings(settings) {}
 
 void HotKeyRegistrar::registerHotKey(PermissionRequest request, std::function<void()> settled) {
-    m_isStale = false;
+    m_stale.reset();
     m_hotKey.reset();
     m_combination = {m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
     m_display = m_settings.hotKeyDisplay();
@@ -21,7 +21,7 @@ void HotKeyRegistrar::registerHotKey(PermissionRequest request, std::function<vo
 }
 
 void HotKeyRegistrar::stop() {
-    m_isStale = false;
+    m_stale.reset();
     m_hotKey.reset();
 }
 
@@ -29,8 +29,8 @@ void HotKeyRegistrar::setRecording(bool recording) {
     m_isRecording = recording;
     if (m_hotKey)
         m_hotKey->setRecording(recording);
-    if (!recording && m_isStale)
-        registerHotKey(PermissionRequest::byUser);
+    if (!recording && m_stale)
+        registerHotKey(*m_stale);
 }
 
 void HotKeyRegistrar::refresh() {
@@ -38,7 +38,7 @@ void HotKeyRegistrar::refresh() {
         return;
     const KeyCombination wanted{m_settings.hotKeyKeyCode(), m_settings.hotKeyModifiers()};
     if (wanted != m_combination || m_settings.hotKeyDisplay() != m_display)
-        hotKeyChanged();
+        hotKeyChanged(PermissionRequest::byUser);
     else if (!m_isRecording && !m_hotKey->status().works)
         registerHotKey(PermissionRequest::once);
 }
@@ -48,11 +48,11 @@ void HotKeyRegistrar::releaseHotKey() {
         m_hotKey.reset();
 }
 
-void HotKeyRegistrar::hotKeyChanged() {
+void HotKeyRegistrar::hotKeyChanged(PermissionRequest request) {
     if (m_isRecording)
-        m_isStale = true;
+        m_stale = m_stale == PermissionRequest::byUser ? m_stale : request;
     else
-        registerHotKey(PermissionRequest::byUser);
+        registerHotKey(request);
 }
 
 ServiceStatus HotKeyRegistrar::status() const {

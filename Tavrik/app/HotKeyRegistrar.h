@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace tavrik {
 
@@ -37,7 +38,7 @@ public:
     void refresh();
 
     void releaseHotKey() override;
-    void hotKeyChanged() override;
+    void hotKeyChanged(PermissionRequest request) override;
     ServiceStatus status() const override;
     QString assignedTrigger() const override;
     KeyBindings bindings() const override;
@@ -54,7 +55,8 @@ private:
     KeyCombination m_combination;
     QString m_display;
     bool m_isRecording = false;
-    bool m_isStale = false;
+    /// To be registered anew at the recording's end.
+    std::optional<PermissionRequest> m_stale;
 };
 
 } // namespace tavrik

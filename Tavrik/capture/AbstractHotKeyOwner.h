@@ -11,9 +11,9 @@ public:
     /// Gives the combination up until hotKeyChanged(), so that it can be typed like any other.
     virtual void releaseHotKey() = 0;
 
-    /// The preferences may name another combination: registers it, and asks the user where the desktop wants
-    /// it.
-    virtual void hotKeyChanged() = 0;
+    /// The preferences may name another combination: registers it. By the user's request the desktop may ask
+    /// them again.
+    virtual void hotKeyChanged(PermissionRequest request) = 0;
 
     /// What the desktop has assigned, in its own words; empty where that is always the combination asked for.
     virtual QString assignedTrigger() const = 0;

@@ -151,7 +151,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         events.insert("other", [this] { preferences.values["hotkey_keycode"] = qlonglong{97}; });
         events.insert("edited", [this] { preferences.changed(); });
         events.insert("record", [this] { hotKey.releaseHotKey(); });
-        events.insert("recorded", [this] { hotKey.hotKeyChanged(); });
+        events.insert("recorded", [this] { hotKey.hotKeyChanged(PermissionRequest::byUser); });
         events.insert("taken", [this] { hotKeys.set({"fake", false, "Taken."}); });
         events.insert("free", [this] { hotKeys.set({"fake", true}); });
         events.insert("unplug", [this] { hotKeys.held->set({"fake", false, "Taken."}); });

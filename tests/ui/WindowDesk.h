@@ -25,7 +25,7 @@ class NoHotKey : public fake::Set<AbstractHotKeyOwner> {
 public:
     KeyBindings bindings() const override { return {}; }
     void releaseHotKey() override {}
-    void hotKeyChanged() override {}
+    void hotKeyChanged(PermissionRequest) override {}
     QString assignedTrigger() const override { return {}; }
 };
 

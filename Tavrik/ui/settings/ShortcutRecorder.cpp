@@ -51,6 +51,7 @@ void ShortcutRecorder::cancel() {
 void ShortcutRecorder::begin() {
     m_dependencies.hotKey.releaseHotKey();
     m_phase = Phase::recording;
+    m_isChosen = false;
     qGuiApp->installEventFilter(this);
     m_window = QGuiApplication::focusWindow();
     if (m_window) {
@@ -96,6 +97,7 @@ void ShortcutRecorder::keyPressed(const QKeyEvent& event) {
     store.setValue(preferences::hotKeyKeyCode.name.toString(), qlonglong{keyCode});
     store.setValue(preferences::hotKeyModifiers.name.toString(), qlonglong{modifiers});
     store.setValue(preferences::hotKeyDisplay.name.toString(), shortcutText(*press));
+    m_isChosen = true;
     awaitRelease(event);
 }
 
@@ -112,7 +114,7 @@ void ShortcutRecorder::end() {
         m_window->setKeyboardGrabEnabled(false);
         m_window->disconnect(this);
     }
-    m_dependencies.hotKey.hotKeyChanged();
+    m_dependencies.hotKey.hotKeyChanged(m_isChosen ? PermissionRequest::byUser : PermissionRequest::once);
     Q_EMIT changed();
 }
 

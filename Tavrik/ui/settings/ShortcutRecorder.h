@@ -65,6 +65,8 @@ private:
     Phase m_phase = Phase::idle;
     QPointer<QWindow> m_window;
     quint32 m_lastKey = 0;
+    /// Whether this recording has stored a shortcut.
+    bool m_isChosen = false;
 };
 
 } // namespace tavrik

@@ -37,7 +37,7 @@ QString ShortcutStatus::pasteRemedy() const {
 }
 
 void ShortcutStatus::applyRemedy() {
-    m_dependencies.hotKey.hotKeyChanged();
+    m_dependencies.hotKey.hotKeyChanged(PermissionRequest::byUser);
 }
 
 void ShortcutStatus::applyPasteRemedy() {
