@@ -33,15 +33,18 @@ void CommandHotKey::receive(HotKeyCommand command) {
 
 void CommandHotKey::handle(HotKeyCommand command) {
     if (command.kind == HotKeyCommand::Kind::release) {
+        const bool mayBeOvertaking = m_hasRepeated || !m_lastPress;
+        m_nextHold = command.time + (mayBeOvertaking ? quickestPress : 0ms);
         m_lastPress.reset();
-        m_lastRelease = command.time;
+        m_hasRepeated = false;
         m_handlers.released();
         return;
     }
-    if (m_lastRelease && command.time < *m_lastRelease + quickestPress)
+    if (command.time < m_nextHold)
         return;
     const bool repeats = m_lastPress && command.time < *m_lastPress + longestRepeat;
     m_lastPress = std::max(command.time, m_lastPress.value_or(command.time));
+    m_hasRepeated = repeats;
     if (repeats)
         return;
     if (m_handlers.isRecording())

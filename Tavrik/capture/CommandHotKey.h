@@ -35,7 +35,9 @@ private:
     const Handlers m_handlers;
     /// Of the hold that goes on.
     std::optional<std::chrono::steady_clock::time_point> m_lastPress;
-    std::optional<std::chrono::steady_clock::time_point> m_lastRelease;
+    bool m_hasRepeated = false;
+    /// Before this, a press belongs to the hold that was released last.
+    std::chrono::steady_clock::time_point m_nextHold = std::chrono::steady_clock::time_point::min();
 };
 
 } // namespace tavrik

@@ -16,7 +16,7 @@ private Q_SLOTS:
         const auto row = [](const char* commands, const char* marks) {
             QTest::newRow(commands) << marks;
         };
-        row("p0 r1 p60 r70", "[ ] [ ]");
+        row("p0 r1 p20 r70", "[ ] [ ]");
         row("p0 p600 p640 p680 r700 p900 r5000", "[ ] [ ]");
         // The release is lost.
         row("p0 p5000 p8000", "[ ] [");
