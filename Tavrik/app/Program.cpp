@@ -164,8 +164,8 @@ void Program::receive(HotKeyCommand command) {
 void Program::leave() {
     m_objects->delegate.leave();
     m_objects->recorder.removeLatest();
-    if (m_objects->openedHistory)
-        m_objects->openedHistory->waitUntilSaved();
+    if (auto& history = m_objects->openedHistory)
+        history->waitUntilSaved();
 }
 
 void Program::abandon() {
