@@ -129,7 +129,8 @@ class Desktop(contextlib.ExitStack):
     keeps_clipboard = False
     #: Between two dictations, in seconds.
     rest = 0.3
-    has_terminal = True
+    #: The cases that cannot work there, and why.
+    lacks = {}
 
     def __enter__(self):
         super().__enter__()
@@ -264,8 +265,9 @@ class Kde(Desktop):
 
 class OldKde(Kde):
     environment = Kde.environment | {"KDE_SESSION_VERSION": "5"}
-    # Debian 12's divides by zero on a screen without a size in millimetres.
-    has_terminal = False
+    lacks = {"terminal": "foot 1.13 divides by zero on a screen without a size in millimetres",
+             "modifier_still_down": "KWin 5.27 tells nobody whether a modifier is down",
+             "modifier_still_down_x11": "KWin 5.27 tells nobody whether a modifier is down"}
 
 
 class Sway(Desktop):
