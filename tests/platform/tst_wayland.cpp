@@ -132,7 +132,7 @@ void WaylandTest::doesNotWaitForAHungCompositor() {
     }();
     const WaylandConnection connection;
     QVERIFY(!connection.isConnected());
-    QVERIFY(timer.elapsed() < 1000);
+    QVERIFY(timer.elapsed() < 10'000);
     ::kill(static_cast<pid_t>(m_sway.processId()), SIGCONT);
 }
 

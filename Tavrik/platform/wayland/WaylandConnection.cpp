@@ -56,7 +56,7 @@ WaylandConnection::WaylandConnection() {
     };
     m_registry.reset(wl_display_get_registry(m_display));
     wl_registry_add_listener(m_registry.get(), &listener, this);
-    if (!waitForGlobals(250ms))
+    if (!waitForGlobals(3s))
         return;
     m_connected = true;
 

@@ -25,7 +25,7 @@ class WaylandConnection : public QObject {
 
 public:
     /// Connects to the compositor behind WAYLAND_DISPLAY, if there is one, and waits for the list of what it
-    /// offers, for a quarter of a second at most.
+    /// offers. Usually that takes a millisecond, at login longer; three seconds at most.
     WaylandConnection();
     ~WaylandConnection() override;
 
