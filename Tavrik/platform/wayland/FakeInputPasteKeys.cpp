@@ -22,6 +22,8 @@ constexpr auto newDesktopFilesSeen = 5s;
 constexpr quint32 inputVersion = 4;
 // The first that tells of other keys than the locks.
 constexpr quint32 keyStateVersion = 5;
+constexpr quint32 modifierKeys[] = {KEY_LEFTCTRL, KEY_RIGHTCTRL, KEY_LEFTSHIFT, KEY_RIGHTSHIFT,
+                                    KEY_LEFTALT,  KEY_RIGHTALT,  KEY_LEFTMETA,  KEY_RIGHTMETA};
 
 } // namespace
 
@@ -156,6 +158,10 @@ void FakeInputPasteKeys::watchModifiers() {
 void FakeInputPasteKeys::sendIfFree() {
     if (!m_bound.isActive() || m_input->unanswered > 0 || m_input->down.any())
         return;
+    // A KWin that does not tell of modifiers takes it from us that they are up; a newer one does not.
+    if (!m_input->keyState)
+        for (const auto modifier : modifierKeys)
+            move(modifier, WL_KEYBOARD_KEY_STATE_RELEASED);
     if (m_input->toTerminal)
         m_dependencies.offerSelection();
     if (const auto v = m_dependencies.keyForV(); v && !m_input->toTerminal)
@@ -175,10 +181,11 @@ void FakeInputPasteKeys::end(const Result<void>& outcome) {
         completion(outcome);
 }
 
+void FakeInputPasteKeys::move(quint32 key, quint32 state) {
+    org_kde_kwin_fake_input_keyboard_key(m_input->keys.get(), key, state);
+}
+
 void FakeInputPasteKeys::type(quint32 modifier, quint32 key) {
-    const auto move = [this](quint32 code, wl_keyboard_key_state state) {
-        org_kde_kwin_fake_input_keyboard_key(m_input->keys.get(), code, state);
-    };
     move(modifier, WL_KEYBOARD_KEY_STATE_PRESSED);
     move(key, WL_KEYBOARD_KEY_STATE_PRESSED);
     move(key, WL_KEYBOARD_KEY_STATE_RELEASED);

@@ -52,6 +52,8 @@ private:
     void watchModifiers();
     void sendIfFree();
     void end(const Result<void>& outcome);
+    /// `state` is that of wl_keyboard.
+    void move(quint32 key, quint32 state);
     void type(quint32 modifier, quint32 key);
 
     const Dependencies m_dependencies;
