@@ -135,7 +135,7 @@ class Desktop(contextlib.ExitStack):
     def __enter__(self):
         super().__enter__()
         self.start()
-        server = desk.wait_for("an X server", lambda: next(pathlib.Path("/tmp/.X11-unix").glob("X*"), None))
+        server = desk.wait_for("an X server", lambda: min(pathlib.Path("/tmp/.X11-unix").glob("X*"), default=None))
         os.environ["DISPLAY"] = f":{server.name[1:]}"
         return self
 
