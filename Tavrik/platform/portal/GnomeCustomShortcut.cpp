@@ -26,6 +26,10 @@ const auto listKey = u"custom-keybindings"_s;
 const auto ourPath = u"/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/tavrik/"_s;
 const auto ourSchema = u"org.gnome.settings-daemon.plugins.media-keys.custom-keybinding:"_s + ourPath;
 
+const auto canBeSet =
+    u"This desktop gives programs no shortcut to hold, but can run Tavrik at one: the first press begins a "
+    "dictation, the second ends it."_s;
+
 /// As these settings spell a combination ("<Alt>space").
 QString accelerator(KeyCombination combination) {
     constexpr std::array<std::pair<quint32, QLatin1StringView>, 4> names{
@@ -113,7 +117,7 @@ private:
                          if (done)
                              writeNext();
                          else
-                             setStatus(false, u"The shortcut could not be set."_s);
+                             setStatus(false, u"GNOME did not take the shortcut."_s);
                      });
     }
 
@@ -126,11 +130,7 @@ private:
     /// `reason` is what went wrong, or empty.
     void setStatus(bool isSet, const QString& reason) {
         if (!isSet)
-            m_status = {u"commands"_s, true,
-                        u"This desktop gives programs no shortcut to hold, but can run Tavrik at one: the "
-                        "first press begins a dictation, the second ends it. "_s +
-                            reason,
-                        u"Set Shortcut"_s};
+            m_status = {u"commands"_s, true, reason.isEmpty() ? canBeSet : reason, u"Set Shortcut"_s};
         else if (reason.isEmpty())
             m_status = {u"GNOME custom shortcut"_s, true,
                         u"The first press begins a dictation, the second ends it."_s};
