@@ -5,7 +5,6 @@
 namespace tavrik {
 
 using namespace std::chrono_literals;
-using std::chrono::milliseconds;
 
 void HoldTracker::setRepeat(const std::optional<KeyRepeat::Settings>& repeat) {
     m_repeat = repeat;
@@ -41,15 +40,11 @@ HoldTracker::Event HoldTracker::release() {
 std::optional<HoldTracker::TimePoint> HoldTracker::deadline() const {
     if (!m_isHeld || !m_repeat || !m_repeat->enabled || m_doubt == Doubt::asked)
         return std::nullopt;
-    return m_lastSign + patience();
-}
-
-milliseconds HoldTracker::patience() const {
     if (m_doubt == Doubt::answered)
-        return m_repeat->interval + 30ms; // for what is still on its way
+        return m_lastSign + m_repeat->interval + 30ms; // for what is still on its way
     if (m_isRepeating)
-        return 3 * m_repeat->interval + 40ms;
-    return m_repeat->delay + 120ms;
+        return m_lastSign + 3 * m_repeat->interval + 40ms;
+    return m_lastSign + m_repeat->delay + 120ms;
 }
 
 HoldTracker::Event HoldTracker::timePassed(TimePoint now) {

@@ -47,7 +47,6 @@ private:
     enum class Doubt { none, asked, answered };
 
     Event release();
-    std::chrono::milliseconds patience() const;
 
     std::optional<KeyRepeat::Settings> m_repeat;
     bool m_isRecording = false;
