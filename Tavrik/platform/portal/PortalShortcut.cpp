@@ -23,7 +23,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
     argument.beginStructure();
     argument >> shortcut.id >> shortcut.properties;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): as all of Qt's own do
 }
 
 std::optional<QString> triggerOf(const QString& id, const QVariant& shortcuts) {
