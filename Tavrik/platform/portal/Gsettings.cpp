@@ -7,7 +7,7 @@ namespace tavrik {
 using namespace Qt::StringLiterals;
 
 void runGsettings(const QStringList& arguments, QObject& owner,
-                  std::function<void(const std::optional<QString>&)> done) {
+                  const std::function<void(const std::optional<QString>&)>& done) {
     auto* process = new QProcess(&owner);
     QObject::connect(process, &QProcess::errorOccurred, process,
                      [process, done](QProcess::ProcessError error) {

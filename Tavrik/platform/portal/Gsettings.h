@@ -15,6 +15,6 @@ namespace tavrik {
 /// hands out these settings, and their library would be loaded on every desktop; the tool is a part of GNOME
 /// and takes some ten milliseconds.
 void runGsettings(const QStringList& arguments, QObject& owner,
-                  std::function<void(const std::optional<QString>&)> done);
+                  const std::function<void(const std::optional<QString>&)>& done);
 
 } // namespace tavrik
