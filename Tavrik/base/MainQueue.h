@@ -9,17 +9,17 @@
 
 namespace tavrik {
 
-/// Jobs for the main thread: run in the order they were posted, one at a time, never inside one another and
-/// never inside the call that posted them. Lives on the main thread; jobs still waiting when it is destroyed
-/// are dropped without being run.
+/// Jobs for the thread it lives on, the main thread in all but one case: run in the order they were posted,
+/// one at a time, never inside one another and never inside the call that posted them. Jobs still waiting
+/// when it is destroyed are dropped without being run.
 class MainQueue : public QObject {
     Q_OBJECT
 
 public:
     using Job = std::function<void()>;
 
-    /// Keeps the queue waiting for as long as it lives, as a modal alert does. Main thread only; holds may
-    /// overlap.
+    /// Keeps the queue waiting for as long as it lives, as a modal alert does. The queue's thread only; holds
+    /// may overlap.
     class Hold {
     public:
         explicit Hold(MainQueue& queue);
@@ -33,7 +33,7 @@ public:
 
     explicit MainQueue(QObject* parent = nullptr);
 
-    /// Runs `job` on the main thread after everything posted before it. May be called on any thread.
+    /// Runs `job` on the queue's thread after everything posted before it. May be called on any thread.
     void post(Job job);
 
     /// Posts `job` once `delay` has passed. May be called on any thread.

@@ -230,6 +230,9 @@ bool isHeaderValue(const QByteArray& value) {
 /// What lives on the client's thread.
 class HttpClient::Network : public QObject {
 public:
+    /// What other threads want of this one.
+    MainQueue jobs{this};
+
     Network(MainQueue& queue, std::chrono::milliseconds maximumIdle)
         : m_queue(queue), m_maximumIdle(maximumIdle) {}
 
@@ -300,17 +303,14 @@ void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) 
         });
         return;
     }
-    QMetaObject::invokeMethod(
-        m_network,
+    m_network->jobs.post(
         [network = m_network, request = std::move(request), completion = std::move(completion)]() mutable {
             network->send(std::move(request), std::move(completion));
-        },
-        Qt::QueuedConnection);
+        });
 }
 
 void HttpClient::openConnection(const QUrl& url) {
-    QMetaObject::invokeMethod(
-        m_network, [network = m_network, url] { network->openConnection(url); }, Qt::QueuedConnection);
+    m_network->jobs.post([network = m_network, url] { network->openConnection(url); });
 }
 
 } // namespace tavrik
