@@ -171,12 +171,15 @@ class Wayland(desk.Suite):
         place = dict(re.findall(r"(\w+)=(-?\d+)", desk.run("xdotool", "getwindowgeometry", "--shell", panel)))
         crop = "{WIDTH}x{HEIGHT}+{X}+{Y}".format(**place)
         seen = [PICTURES / "empty.png", PICTURES / "recording.png", PICTURES / "speaking.png"]
-        for number, pixels in (1, 5000), (2, 50):
-            time.sleep(0.3)
-            self.desktop.picture(seen[number])
-            differing = desk.run("convert", *seen[number - 1:number + 1], "-crop", crop, "-metric", "AE", "-compare",
-                                 "-format", "%[distortion]", "info:")
-            self.assertGreater(float(differing), pixels, seen[number])
+
+        def differs(before, after, pixels):
+            time.sleep(0.2)
+            self.desktop.picture(after)
+            return float(desk.run("convert", before, after, "-crop", crop, "-metric", "AE", "-compare", "-format",
+                                  "%[distortion]", "info:")) > pixels
+
+        desk.wait_for("the panel on the screen", lambda: differs(*seen[:2], 5000), 2)
+        desk.wait_for("moving bars", lambda: differs(*seen[1:], 50), 2)
 
     def check(self, case):
         if self.desktop.has_bindings:
