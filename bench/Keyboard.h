@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Measure.h"
 #include "platform/x11/X11Keyboard.h"
 
 #include <QFile>
@@ -11,10 +12,6 @@
 #include <vector>
 
 namespace tavrik::bench {
-
-inline bool isWayland() {
-    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-}
 
 /// The keyboard, by evdev codes. In a Wayland session it is in the hands of whoever reads lines ("down 29",
 /// "up 29") from the pipe that BENCH_KEYS names.

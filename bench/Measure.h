@@ -2,6 +2,7 @@
 
 #include <QEventLoop>
 #include <QTimer>
+#include <QtGlobal>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +12,11 @@
 namespace tavrik::bench {
 
 using Clock = std::chrono::steady_clock;
+
+/// Whether this is a Wayland session, with or without an X server.
+inline bool isWayland() {
+    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
 
 inline double milliseconds(Clock::duration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();

@@ -1,6 +1,7 @@
 // What the program costs when it starts and while it idles, beside the smallest Qt program with a tray icon.
 // On a desktop with an XEmbed tray of its own:
 //   VDESK_A11Y=0 tests/desktop/on-desktop program_launch TAVRIK SMALLEST-TRAY [rounds] [idle seconds]
+// In a Wayland session, where neither icon nor hot key is seen from outside, only what it costs.
 
 #include "Measure.h"
 
@@ -99,7 +100,9 @@ Run measure(Display& display, const QString& program, bool hasHotKey, std::chron
     process.start(program, {});
     std::optional<double> icon;
     std::optional<double> hotKey;
-    if (!hasHotKey)
+    if (isWayland())
+        icon = 0;
+    if (isWayland() || !hasHotKey)
         hotKey = 0;
     while (!icon || !hotKey) {
         if (!icon && display.sawIcon())
@@ -159,10 +162,10 @@ int main(int argc, char* argv[]) {
         ours.push_back(program.privateKilobytes);
         smallest.push_back(tray.privateKilobytes);
     }
-    std::printf(
-        "exec to hot key registered and icon shown: %.1f ms (smallest tray program %.1f ms, ratio %.2f; goal "
-        "1.5)\n",
-        median(ready), median(floor), median(ready) / median(floor));
+    if (!isWayland())
+        std::printf("exec to hot key registered and icon shown: %.1f ms (smallest tray program %.1f ms, "
+                    "ratio %.2f; goal 1.5)\n",
+                    median(ready), median(floor), median(ready) / median(floor));
     std::printf("idle, private dirty: %.0f kB (smallest tray program %.0f kB, ratio %.2f; goal 1.3)\n",
                 median(ours), median(smallest), median(ours) / median(smallest));
     std::fflush(stdout);
