@@ -4,11 +4,16 @@
 #include "support/FakePortal.h"
 
 #include <QDBusPendingCall>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using namespace tavrik;
 
 namespace {
@@ -157,6 +162,40 @@ private Q_SLOTS:
         QCOMPARE(m_program->request(PermissionRequest::once), 1);
         QVERIFY(m_program->keys.status().reason.contains(u"no longer"_s));
         QCOMPARE(m_portal->calls, QStringList(2, u"Lookup"_s));
+    }
+
+    void waitsForTheModifiersOfTheShortcut() {
+        struct Case {
+            QString shortcut;
+            /// Since the last input, and whether there is more of it soon.
+            qulonglong idle;
+            bool moves;
+            int least;
+            int most;
+        };
+        FakePortal::offer(u"org.gnome.Mutter.IdleMonitor"_s, true);
+        m_program->request(PermissionRequest::once);
+        for (const auto& [shortcut, idle, moves, least, most] :
+             {Case{u"dictate-2048-49"_s, 60'000, false, 900, 2000},
+              Case{u"dictate-2048-49"_s, 60'000, true, 250, 800},
+              Case{u"dictate-2048-49"_s, 0, false, 0, 250}, Case{u"dictate-0-49"_s, 60'000, false, 0, 250}}) {
+            const auto time = std::chrono::steady_clock::now().time_since_epoch() / 1ms;
+            m_portal->replies.insert(u"GetIdletime"_s, idle);
+            QDBusConnection(u"portal"_s)
+                .send(QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
+                                                 u"org.freedesktop.portal.GlobalShortcuts"_s,
+                                                 u"Deactivated"_s)
+                      << QVariant::fromValue(QDBusObjectPath(u"/s"_s)) << shortcut << qulonglong(time)
+                      << QVariantMap());
+            QTest::qWait(30);
+            if (moves)
+                QTimer::singleShot(200, this, [&] { m_portal->replies.insert(u"GetIdletime"_s, 0ULL); });
+            QElapsedTimer timer;
+            timer.start();
+            QCOMPARE(m_program->paste(), QString());
+            QVERIFY2(timer.elapsed() >= least && timer.elapsed() < most,
+                     qPrintable(QString::number(timer.elapsed())));
+        }
     }
 
     void outlivesThePortal() {
