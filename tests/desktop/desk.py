@@ -38,7 +38,8 @@ def main(*names):
     """Runs the calling suite's tests, all or those of the names, and ends the program."""
     result = unittest.main(argv=[sys.argv[0], *names], exit=False, verbosity=2).result
     failed = len(result.failures) + len(result.errors)
-    print(f"Totals: {max(result.testsRun - failed, 0)} passed, {failed} failed, {len(result.skipped)} skipped")
+    skipped = len(result.skipped)
+    print(f"Totals: {max(result.testsRun - failed - skipped, 0)} passed, {failed} failed, {skipped} skipped")
     sys.exit(1 if failed or not result.testsRun else 0)
 
 
