@@ -83,16 +83,18 @@ public:
           m_hasPrimary(connection.version(*Protocol::managerInterface) >= Protocol::firstWithPrimary),
           m_device(Protocol::getDevice(m_manager.get(), m_seat.get())) {
         static constexpr typename Protocol::DeviceListener listener{
-            // What others copy is none of our business, but every offer of theirs is an object here.
-            .data_offer = [](void*, auto*, typename Protocol::Offer* offer) { WaylandDestroy()(offer); },
-            .selection = [](void*, auto*, auto*) {},
+            // What others copy is none of our business, but every offer of theirs is an object here. Not
+            // destroyed
+            // before the event that refers to it: libwayland would leak it.
+            .data_offer = [](void*, auto*, auto*) {},
+            .selection = &dropOffer,
             .finished =
                 [](void* self, auto*) {
                     auto& device = *static_cast<ProtocolDevice*>(self);
                     device.m_works = false;
                     device.m_finished();
                 },
-            .primary_selection = [](void*, auto*, auto*) {},
+            .primary_selection = &dropOffer,
         };
         Protocol::addDeviceListener(m_device.get(), &listener, this);
     }
@@ -114,6 +116,11 @@ public:
     }
 
 private:
+    static void dropOffer(void*, typename Protocol::Device*, typename Protocol::Offer* offer) {
+        if (offer)
+            WaylandDestroy()(offer);
+    }
+
     /// A text that we offer.
     struct Source {
         ProtocolDevice& device;
