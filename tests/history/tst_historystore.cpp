@@ -19,8 +19,8 @@
 
 #include <algorithm>
 #include <csignal>
-#include <string_view>
 #include <ctime>
+#include <string_view>
 
 using namespace tavrik;
 using namespace tavrik::test;

@@ -127,8 +127,9 @@ void MessageBoxAlerts::presentNext() {
     if (!alert.informativeText.isEmpty()) {
         // The cell of the box's own informative label, which is not made when it has no text.
         auto* grid = static_cast<QGridLayout*>(box.layout());
-        grid->addWidget(makeTextView(alert.informativeText.left(longestText), box.screen()->availableSize().height() / 2), 1,
-                        2);
+        grid->addWidget(
+            makeTextView(alert.informativeText.left(longestText), box.screen()->availableSize().height() / 2),
+            1, 2);
         grid->setVerticalSpacing(12);
     }
 
