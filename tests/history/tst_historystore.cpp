@@ -120,6 +120,8 @@ private Q_SLOTS:
         store.insertFirst(dictation("ours"));
         for (const char digit : std::string_view("12345")) {
             store.waitUntilSaved();
+            // The clock of the disk ticks every few milliseconds.
+            QThread::msleep(20);
             // As long as ours, and in the same file.
             const auto other = contentOf(m_file).replace("ours", "oth" + QByteArray(1, digit));
             QFile file(m_file);
