@@ -84,8 +84,26 @@ std::optional<std::string_view> decodeString(json::value value) {
     return inner;
 }
 
-// The on-demand parser checks only what is read: a value nobody asks for goes through the other parser.
+// The on-demand parser checks only what is read, and goes on behind a value only when that was read: lists
+// and objects go through the other parser.
 bool isValid(json::value value) {
+    json::json_type type{};
+    if (value.type().get(type) != simdjson::SUCCESS)
+        return false;
+    switch (type) {
+    case json::json_type::string:
+        return value.get_string().error() == simdjson::SUCCESS;
+    case json::json_type::number:
+        return value.get_double().error() == simdjson::SUCCESS;
+    case json::json_type::boolean:
+        return value.get_bool().error() == simdjson::SUCCESS;
+    case json::json_type::null: {
+        bool isNull = false;
+        return value.is_null().get(isNull) == simdjson::SUCCESS && isNull;
+    }
+    default:
+        break;
+    }
     std::string_view text;
     simdjson::dom::parser parser;
     return simdjson::to_json_string(value).get(text) == simdjson::SUCCESS &&

@@ -99,7 +99,8 @@ private Q_SLOTS:
                          {R"("b")", R"("\x")"},
                          {R"("b")", "\"\n\""},
                          {R"("b")", "\"\xc0\xaf\""},
-                         {R"("text")", R"("x":[{"y":[1,-]}],"text")"}};
+                         {R"("text")", R"("x":[{"y":[1,-]}],"text")"},
+                         {R"("text")", R"("x":"y":[1],"text")"}};
         const QByteArray good =
             R"("date":"2025-03-01T14:05:09Z","duration":2.5,"id":"1B4E28BA-2FA1-11D2-883F-0016D3CCA427","text":"b")";
         for (const auto& [part, replacement, text] : rows) {
