@@ -47,6 +47,25 @@ using namespace std::chrono_literals;
 
 namespace tavrik {
 
+namespace {
+
+/// The history's line in `tavrik status`.
+class HistoryService final : public Service {
+public:
+    explicit HistoryService(const std::optional<HistoryStore>& history) : m_history(history) {}
+
+    ServiceStatus status() const override {
+        const auto error = m_history ? m_history->saveError() : std::nullopt;
+        return {u"history.json"_s, !error,
+                error ? u"The latest changes could not be saved (%1)."_s.arg(error->description) : QString()};
+    }
+
+private:
+    const std::optional<HistoryStore>& m_history;
+};
+
+} // namespace
+
 /// In the order in which they are built; taken down in the reverse one. Nothing refers to what comes after
 /// it.
 struct Program::Objects {
@@ -68,6 +87,7 @@ struct Program::Objects {
                               platform.links->open(url);
                           }};
     std::optional<HistoryStore> openedHistory;
+    HistoryService historyService{openedHistory};
     HotKeyRegistrar hotKey{*platform.hotKeys, queue, settings};
     Views views{{
         .queue = queue,
@@ -177,6 +197,7 @@ QList<NamedService> Program::services() const {
     auto services = m_objects->platform.services();
     // What the user has is the combination, not only the means to grab one.
     services.front().service = &m_objects->hotKey;
+    services.append({u"history"_s, &m_objects->historyService});
     return services;
 }
 

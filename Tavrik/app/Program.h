@@ -44,7 +44,7 @@ public:
     /// disk, and the history is written.
     void abandon();
 
-    /// The services of the desktop that a dictation needs or profits from, in the order of one.
+    /// What a dictation needs or profits from, in the order of one: the desktop's services, and the history.
     QList<NamedService> services() const;
 
 private:

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <system_error>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -43,8 +44,9 @@ PrivateSaveFile::PrivateSaveFile(const QString& path) {
     m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
     // Tells a file that is being written from a leftover: the system drops the lock with the process.
     // Some disks know no locks. Should another process take the file for a leftover first, commit() fails.
-    m_good = m_file >= 0;
-    if (m_good)
+    if (m_file < 0)
+        m_errno = errno;
+    else
         ::flock(m_file, LOCK_EX | LOCK_NB);
 }
 
@@ -56,23 +58,30 @@ PrivateSaveFile::~PrivateSaveFile() {
 }
 
 void PrivateSaveFile::write(QByteArrayView bytes) {
-    while (m_good && !bytes.isEmpty()) {
+    while (m_errno == 0 && !bytes.isEmpty()) {
         const auto written = ::write(m_file, bytes.data(), static_cast<size_t>(bytes.size()));
         if (written >= 0)
             bytes = bytes.sliced(written);
         else if (errno != EINTR)
-            m_good = false;
+            m_errno = errno;
     }
 }
 
 bool PrivateSaveFile::commit() {
-    if (!m_good || ::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0)
+    if (m_errno == 0 &&
+        (::fsync(m_file) != 0 || ::rename(m_temporary.constData(), m_target.constData()) != 0))
+        m_errno = errno;
+    if (m_errno != 0)
         return false;
     m_state = fileState(m_file);
     ::close(std::exchange(m_file, -1));
     // Without this a power cut may bring the old file back. That is no reason to call it failed.
     syncFolder(m_folder);
     return true;
+}
+
+Error PrivateSaveFile::error() const {
+    return {QString::fromStdString(std::generic_category().message(m_errno))};
 }
 
 void PrivateSaveFile::removeLeftovers(const QString& path) {

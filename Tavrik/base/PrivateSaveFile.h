@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Error.h"
 #include "base/PrivateFiles.h"
 
 #include <QByteArray>
@@ -32,6 +33,9 @@ public:
     /// Puts the new content in place. False after any error; the old file is then untouched.
     bool commit();
 
+    /// Why commit() has failed.
+    Error error() const;
+
     /// Of the new file, after a successful commit().
     std::optional<FileState> state() const { return m_state; }
 
@@ -43,7 +47,8 @@ private:
     QByteArray m_target;
     QByteArray m_temporary;
     int m_file = -1;
-    bool m_good = false;
+    /// Of the first call that failed; 0 while none has.
+    int m_errno = 0;
     std::optional<FileState> m_state;
 };
 

@@ -43,6 +43,11 @@ void HistoryArchive::save(const QList<Transcription>& records) {
         m_thread.start([this] { savePending(); });
 }
 
+std::optional<Error> HistoryArchive::saveError() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_saveError;
+}
+
 HistoryArchive::Content HistoryArchive::load() {
     makePrivateFolder(m_folder);
     PrivateSaveFile::removeLeftovers(m_path);
@@ -72,14 +77,21 @@ void HistoryArchive::savePending() {
     }
     if (!records)
         return;
+    const auto saved = replaceFile(*records);
+    const std::scoped_lock lock(m_mutex);
+    m_saveError = saved ? std::nullopt : std::optional(saved.error());
+}
+
+Result<void> HistoryArchive::replaceFile(const QList<Transcription>& records) {
     makePrivateFolder(m_folder);
     if (!keepOthersWork())
-        return;
+        return std::unexpected(Error{u"What stands in the file's place could not be kept"_s});
     PrivateSaveFile file(m_path);
-    encodeHistory(*records, [&file](QByteArrayView piece) { file.write(piece); });
+    encodeHistory(records, [&file](QByteArrayView piece) { file.write(piece); });
     if (!file.commit())
-        return;
+        return std::unexpected(file.error());
     m_known = file.state();
+    return {};
 }
 
 bool HistoryArchive::keepOthersWork() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/PrivateFiles.h"
+#include "base/Result.h"
 #include "history/Transcription.h"
 
 #include <QList>
@@ -35,14 +36,17 @@ public:
     /// Waits for what was read, newest first; empty when the file could not be read. May be called once.
     Content takeContent();
 
-    /// Starts to replace the file. While one save runs, only the last of those asked for is kept. Failures
-    /// are silent. A file that could not be decoded, or that somebody else has changed, is kept aside before
-    /// it is replaced.
+    /// Starts to replace the file. While one save runs, only the last of those asked for is kept. A file
+    /// that could not be decoded, or that somebody else has changed, is kept aside before it is replaced.
     void save(const QList<Transcription>& records);
+
+    /// Why the latest save has failed; nothing if it has not.
+    std::optional<Error> saveError() const;
 
 private:
     Content load();
     void savePending();
+    Result<void> replaceFile(const QList<Transcription>& records);
     /// False when what is not ours in the file could not be kept.
     bool keepOthersWork();
 
@@ -53,8 +57,9 @@ private:
     /// The file as it was last read or written here. Of the archive's thread only.
     std::optional<FileState> m_known;
     std::promise<Content> m_content;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::optional<QList<Transcription>> m_pending;
+    std::optional<Error> m_saveError;
     /// One thread, which ends when it has nothing to do. Destroyed first: that waits for its jobs.
     QThreadPool m_thread;
 };

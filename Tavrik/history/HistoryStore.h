@@ -10,8 +10,8 @@
 namespace tavrik {
 
 /// Every successful dictation, newest first, in memory and in one file. Main thread only; the file is read
-/// and written by a thread of the store's own, changes in order, each soon after it was made. Failures are
-/// silent, and what could not be saved is saved with the next change.
+/// and written by a thread of the store's own, changes in order, each soon after it was made. What could not
+/// be saved is saved with the next change.
 class HistoryStore : public QObject {
     Q_OBJECT
 
@@ -24,6 +24,9 @@ public:
 
     /// Waits until every change is on disk.
     void waitUntilSaved() { m_archive.waitUntilSaved(); }
+
+    /// Why the latest save has failed; nothing if it has not.
+    std::optional<Error> saveError() const { return m_archive.saveError(); }
 
     const QList<Transcription>& items() const;
 
