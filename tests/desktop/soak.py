@@ -11,6 +11,8 @@ import json
 import os
 import pathlib
 import random
+import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -26,30 +28,32 @@ VDESK = pathlib.Path(__file__).with_name("vdesk")
 # is first needed late.
 LIMITS = {"kB private dirty": 2048, "descriptors": 3, "threads": 3, "X resources": 10}
 FILES = {"history.json", "preferences.json", ".preferences.lock"}
+HISTORY = pathlib.Path(os.environ["XDG_DATA_HOME"], "Tavrik", "history.json")
+TRANSLATE = "/functions/v1/translate"
 PROCESSING = 1.5  # seconds that a reply takes during which something else is to happen
 # A busy machine's sound server may miss the time that a recording has to start; more than this many in a hundred is a fault.
 REFUSED = 2
 
 
-def completion(text):
-    return json.dumps({"choices": [{"message": {"content": text}}]}, ensure_ascii=False)
+def translation(text):
+    return json.dumps({"text": text}, ensure_ascii=False)
 
 
 def reply(rng, number):
     """Something that the service may do: a script for the mock server, and the text that must arrive, if any."""
     words = ["fluent", "naïve", "„quoted“", "a — b", "😀", "tab\there", "line\nbreak", "x" * 40]
     text = f"[{number}] " + " ".join(rng.choices(words, k=rng.choice([1, 3, 10, 30, 30, 300]))) + "."
-    whole = {"status": 200, "body": completion(text)}
+    whole = {"status": 200, "body": translation(text)}
     cut = {"afterReplyBytes": rng.randrange(1, 20)}
     kinds = [
         (10, whole, text),
         (6, whole | {"delayMs": int(PROCESSING * 1000)}, text),
         (2, whole | {"delayMs": rng.randrange(1, 500)}, text),
         (2, whole | {"chunked": True}, text),
-        (1, {"status": 200, "body": completion(f"[{number}] dribble"), "byteIntervalMs": 5}, f"[{number}] dribble"),
+        (1, {"status": 200, "body": translation(f"[{number}] dribble"), "byteIntervalMs": 5}, f"[{number}] dribble"),
         (1, {"status": 429, "body": '{"error":{"message":"<b>Slow</b> down"}}'}, None),
         (1, {"status": 500, "body": "<html>" + "oops " * 1000}, None),
-        (1, {"status": 200, "body": completion(" \n ")}, None),
+        (1, {"status": 200, "body": translation(" \n ")}, None),
         (1, {"status": 200, "bodyBase64": base64.b64encode(rng.randbytes(500)).decode()}, None),
         (1, {"status": 200, "bodySize": 1 << 20}, None),
         (1, whole | cut | {"ending": "close"}, None),
@@ -59,7 +63,7 @@ def reply(rng, number):
         (1, {"ending": "reset", "afterRequestBytes": 100}, None),
     ]
     _, script, text = rng.choices(kinds, [weight for weight, *_ in kinds])[0]
-    return {"path": desk.CHAT, **script}, text
+    return script, text
 
 
 class Soak:
@@ -70,11 +74,14 @@ class Soak:
         # In kB after each of the latest dictations. A single one tells how large its reply was: what has just been freed
         # is not always given back at once. The least of them is what is kept.
         self.memory = collections.deque(maxlen=20)
-        desk.set_preference(program, "openrouter_api_key", "sk-rehearsal")
-        self.backend = desk.Backend(server, port)
+        session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 4e9, "email": "someone@example.org"}
+        subprocess.run(["secret-tool", "store", "--label=Tavrik", *desk.SLOT], input=json.dumps(session), text=True,
+                       check=True)
+        self.program, self.service = program, (server, port)
+        self.backend = desk.Backend(*self.service)
+        self.sing()
         self.editor = desk.Editor()
-        self.tavrik = desk.Tavrik(program)
-        self.process = pathlib.Path(f"/proc/{self.tavrik.process.pid}")
+        self.start()
 
     def figures(self):
         """What the program holds; its X resources are those of all its connections."""
@@ -87,15 +94,59 @@ class Soak:
         return {"kB private dirty": min(self.memory), "descriptors": len(list((self.process / "fd").iterdir())),
                 "threads": len(list((self.process / "task").iterdir())), "X resources": sum(resources)}
 
+    def start(self):
+        self.tavrik = desk.Tavrik(self.program)
+        self.process = pathlib.Path(f"/proc/{self.tavrik.process.pid}")
+        self.memory.clear()
+
+    def end(self):
+        number = self.rng.choice([signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+        self.happened[number.name] += 1
+        self.tavrik.process.send_signal(number)
+        assert (self.tavrik.process.wait(10), self.tavrik.takes()) == (0, []), "not ended in order"
+
     def asked(self):
-        return len(self.backend.requests(desk.CHAT))
+        return len(self.backend.requests(TRANSLATE))
 
     def is_calm(self):
         return not self.tavrik.panel() and not self.tavrik.takes()
 
+    def sing(self):
+        """Into the microphone, since silence is not sent."""
+        desk.run("pactl", "load-module", "module-sine", "sink=vmic")
+
     def restart(self, process):
         self.happened[f"{process} restarts"] += 1
         subprocess.run([VDESK, "restart", process], check=True)
+        if process == "03-pulse":
+            self.sing()
+
+    def restart_service(self):
+        """All its connections are cut."""
+        self.happened["service restarts"] += 1
+        self.backend.stop()
+        self.backend = desk.Backend(*self.service)
+
+    def restart_program(self):
+        self.end()
+        self.start()
+
+    def lock(self):
+        """The next start has to ask for the keyring's password."""
+        self.happened["keyring locks"] += 1
+        desk.run("gdbus", "call", "--session", "-d", "org.freedesktop.secrets", "-o", "/org/freedesktop/secrets",
+                 "-m", "org.freedesktop.Secret.Service.Lock", "['/org/freedesktop/secrets/collection/login']")
+        self.restart_program()
+        question = ("--name", "^Unlock Login Keyring$")
+        desk.wait_for("the question", lambda: desk.windows(*question))
+        desk.run("xdotool", "search", "--onlyvisible", *question, "windowfocus", "--sync", "key", *"test", "Return")
+        desk.wait_for("the session", lambda: re.search("keyring: +works", desk.run(self.program, "status", check=False)))
+
+    def edit(self):
+        """Somebody writes the same history down in another form."""
+        self.happened["outside edits"] += 1
+        desk.wait_for("the history on disk", lambda: len(self.tavrik.history()) == len(self.texts))
+        HISTORY.write_text(json.dumps(self.tavrik.history()))
 
     # What a person does
 
@@ -115,27 +166,38 @@ class Soak:
         self.refused()
 
     def beforehand(self):
-        acts = [lambda: None, self.tap, self.cancel, lambda: self.restart("03-pulse"), lambda: self.restart("04-openbox")]
-        self.rng.choices(acts, [12, 2, 2, 1, 1])[0]()
+        acts = [lambda: None, self.tap, self.cancel, lambda: self.restart("03-pulse"), lambda: self.restart("04-openbox"),
+                self.restart_service, self.edit if self.texts else self.tap, self.restart_program, self.lock]
+        self.rng.choices(acts, [12, 2, 2, 1, 1, 1, 1, self.signals, self.signals])[0]()
 
     def speak(self):
         """Whether it was recorded. If not, the alert that says so is there."""
-        finish = self.rng.choices(["release", "check mark", "03-pulse", "04-openbox"], [12, 3, 1, 1])[0]
+        finish = self.rng.choices(["release", "check mark", "03-pulse", "04-openbox", "service", "signal"],
+                                  [12, 3, 1, 1, 1, self.signals])[0]
         self.editor.focus()
         with desk.held(*desk.SHORTCUT):
             time.sleep(self.rng.uniform(0.6, 1.2))
             if not self.tavrik.panel():
                 return False
+            if finish == "service":
+                self.restart_service()
+            if finish == "signal":
+                self.end()
+            else:
+                self.backend.script({"path": TRANSLATE, **self.script})
             if finish == "check mark":
                 self.happened["finished by the check mark"] += 1
                 self.tavrik.click_panel(desk.CONFIRM)
-            elif finish != "release":
+            elif finish in ("03-pulse", "04-openbox"):
                 self.restart(finish)
+        if finish == "signal":
+            self.start()
+            return self.speak()
         return True
 
     def meanwhile(self):
-        """Something while the reply is awaited."""
-        what = self.rng.choice(["nothing", "tap", "hold", "sound"])
+        """Something while the reply is awaited; whether that is given up."""
+        what = self.rng.choices(["nothing", "tap", "hold", "sound", "signal"], [2, 2, 2, 2, self.signals])[0]
         if what == "tap":
             self.tap()
         elif what == "hold":
@@ -144,6 +206,9 @@ class Soak:
                 desk.wait_for("the end of processing", self.is_calm)
         elif what == "sound":
             self.restart("03-pulse")
+        elif what == "signal":
+            self.restart_program()
+        return what == "signal"
 
     def refused(self):
         self.happened["refused"] += 1
@@ -158,30 +223,35 @@ class Soak:
         return texts
 
     def dictation(self, number):
-        script, text = reply(self.rng, number)
+        self.script, text = reply(self.rng, number)
         self.backend.forget()
-        self.backend.script(script)
         self.beforehand()
         if not self.speak():
             self.refused()
             assert self.speak(), "nothing can be recorded"
         desk.wait_for("the request", self.asked)
-        if script.get("delayMs", 0) >= PROCESSING * 1000:
-            self.meanwhile()
-        if text:
+        given_up = self.script.get("delayMs", 0) >= PROCESSING * 1000 and self.meanwhile()
+        if given_up:
+            self.happened["given up"] += 1
+        elif text:
             self.texts.append(text)
             desk.wait_for(f"{text[:20]!r} in the editor", lambda: text in self.editor.text())
+            if self.signals and self.rng.random() < 0.1:
+                self.restart_program()
         else:
-            self.at_an_alert()
+            words = self.at_an_alert()
+            assert self.script.get("status") != 429 or "<b>Slow</b> down" in words, words
         desk.wait_for("the end of the dictation", self.is_calm)
         rollup = (self.process / "smaps_rollup").read_text()
         self.memory.append(int(rollup.split("Private_Dirty:")[1].split()[0]))
-        assert self.asked() == 1, "one dictation, several requests"
+        assert given_up or self.asked() == 1, "one dictation, several requests"
 
     def run(self, count):
         """What was wrong."""
-        warm = min(50, count // 3)
+        warm = count // 3 + min(50, count // 3)
         for number in range(1, count + 1):
+            # What grows is seen in a program that then goes on to the end.
+            self.signals = 1 if number <= count // 3 else 0
             self.dictation(number)
             if number == warm or number % 50 == 0 or number == count:
                 now = self.figures()
@@ -200,7 +270,11 @@ class Soak:
     def left_behind(self):
         folders = [pathlib.Path(os.environ[name], "Tavrik") for name in ("XDG_DATA_HOME", "XDG_CONFIG_HOME")]
         found = {file.name for folder in folders for file in folder.iterdir()} - FILES
-        return [f"left behind: {name}" for name in found | set(os.listdir(tempfile.gettempdir()))]
+        kept = {name for name in found if name.startswith("history (changed elsewhere ")}
+        if len(kept) > 3:
+            yield f"{len(kept)} copies of the edited history"
+        for name in found - kept | set(os.listdir(tempfile.gettempdir())):
+            yield f"left behind: {name}"
 
 
 def main(program, server, port, count="500", seed=None):
