@@ -141,6 +141,12 @@ class Start(unittest.TestCase):
         self.assertEqual(desk.windows("--name", "^Tavrik$"), [])
         desk.run(*activate)
         desk.wait_for("the window", lambda: desk.windows("--name", "^Tavrik$"))
+        # Without an icon they would see nothing at all. No other suite needs the bar.
+        self.doCleanups()
+        os.kill(int(pathlib.Path(os.environ["VDESK"], "pid", "06-tint2").read_text()), signal.SIGTERM)
+        self.start({"DBUS_STARTER_BUS_TYPE": "session"})
+        desk.run(*activate)
+        desk.wait_for("the window", lambda: desk.windows("--name", "^Tavrik$"))
 
     def test_hung(self):
         program = self.start()
