@@ -28,6 +28,9 @@ namespace {
 /// A shorter take is a slip of the finger.
 constexpr double minimumDuration = 0.4; // seconds
 
+/// Whoever holds the key that long is speaking.
+constexpr double certainHold = 1; // seconds by the clock
+
 /// The level that the meter shows as silence.
 constexpr float quietestPower = -50; // dBFS
 
@@ -93,25 +96,33 @@ void AppDelegate::startRecording(bool endsOnSecondPress) {
     m_dependencies.history();
 }
 
-void AppDelegate::stopAndTranslate() {
+void AppDelegate::stopAndTranslate(const QString& interruption) {
     if (m_state != State::recording)
         return;
     const auto take = m_dependencies.recorder.stop();
     if (!take)
         return;
     const auto audio = std::make_shared<AudioFile>(*take);
-    if (take->duration <= minimumDuration) {
+    const auto reason = take->interruption.isEmpty() ? interruption : take->interruption;
+    const auto note = reason.isEmpty() ? QString() : u"Your last recording ended early: "_s + reason;
+    const bool isTooShort = take->duration <= minimumDuration;
+    if (isTooShort || take->isSilent) {
         audio->remove();
         setState(State::idle);
+        if (!isTooShort)
+            setTakeNote(u"Your microphone brought only silence. It may be muted."_s);
+        else if (take->elapsed >= certainHold)
+            setTakeNote(note.isEmpty() ? u"Your microphone brought no sound. Try again."_s : note);
         return;
     }
     setState(State::processing);
-    m_dependencies.translator.translate(take->file, [self = QPointer<AppDelegate>(this), audio,
-                                                     duration = take->duration](Result<QString> result) {
-        audio->remove();
-        if (self)
-            self->finish(std::move(result), duration);
-    });
+    m_dependencies.translator.translate(
+        take->file,
+        [self = QPointer<AppDelegate>(this), audio, duration = take->duration, note](Result<QString> result) {
+            audio->remove();
+            if (self)
+                self->finish(std::move(result), duration, note);
+        });
 }
 
 void AppDelegate::cancelRecording() {
@@ -122,22 +133,32 @@ void AppDelegate::cancelRecording() {
     setState(State::idle);
 }
 
-void AppDelegate::finish(Result<QString> result, double duration) {
+void AppDelegate::finish(Result<QString> result, double duration, const QString& takeNote) {
     setState(State::idle);
-    if (!result)
+    if (result && result->isEmpty())
+        result = std::unexpected(Error{u"The model returned empty text — try speaking a bit longer."_s});
+    if (!result) {
+        setTakeNote(takeNote);
         return showError(result.error().description);
-    if (result->isEmpty())
-        return showError(QStringLiteral("The model returned empty text — try speaking a bit longer."));
-    m_dependencies.paster.paste(*result, [self = QPointer<AppDelegate>(this)](const Result<void>& outcome) {
-        if (!self)
-            return;
-        self->m_pasteNote = outcome ? QString() : outcome.error().description;
-        self->updateNote();
-    });
+    }
+    m_dependencies.paster.paste(*result,
+                                [self = QPointer<AppDelegate>(this), takeNote](const Result<void>& outcome) {
+                                    if (!self)
+                                        return;
+                                    self->m_pasteNote = outcome ? QString() : outcome.error().description;
+                                    self->setTakeNote(takeNote);
+                                    if (!takeNote.isEmpty() && self->m_state == State::idle)
+                                        self->m_dependencies.hud.showNote(u"The recording ended early"_s);
+                                });
     m_dependencies.history().insertFirst(
         {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), result->toUtf8(), duration});
     if (m_dependencies.settings.soundsEnabled())
         m_dependencies.sounds.play(Sound::glass);
+}
+
+void AppDelegate::setTakeNote(const QString& note) {
+    m_takeNote = note;
+    updateNote();
 }
 
 float AppDelegate::level() const {

@@ -80,7 +80,8 @@ public:
 
     /// `endsOnSecondPress`: no release is to be expected.
     void startRecording(bool endsOnSecondPress = false);
-    void stopAndTranslate();
+    /// `interruption`: why the hold could not be followed to its end; empty if it was.
+    void stopAndTranslate(const QString& interruption = {});
     void cancelRecording();
 
     /// Builds the status item's menu anew.
@@ -99,7 +100,8 @@ private:
     void updateNote();
     void openWindowOnFirstRun();
     float level() const;
-    void finish(Result<QString> result, double duration);
+    void finish(Result<QString> result, double duration, const QString& takeNote);
+    void setTakeNote(const QString& note);
 
     Dependencies m_dependencies;
     State m_state = State::idle;
@@ -107,6 +109,8 @@ private:
     QTimer m_prepareAgain;
     /// Why the last dictation was left on the clipboard; empty if it was not.
     QString m_pasteNote;
+    /// What was wrong with the latest recording; empty if nothing was.
+    QString m_takeNote;
 };
 
 } // namespace tavrik

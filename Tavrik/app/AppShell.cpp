@@ -32,8 +32,10 @@ void AppDelegate::applicationDidFinishLaunching() {
             self->startRecording(self->m_dependencies.hotKey.endsOnSecondPress());
     });
     hotKey.setOnRelease([self] {
-        if (self)
-            self->stopAndTranslate();
+        if (!self)
+            return;
+        const bool works = self->m_dependencies.hotKey.status().works;
+        self->stopAndTranslate(works ? QString() : u"The hot key was lost."_s);
     });
     connect(&hotKey, &Service::statusChanged, this, &AppDelegate::hotKeyStatusChanged);
     connect(&m_dependencies.pasteKeys, &Service::statusChanged, this, &AppDelegate::updateNote);
@@ -84,6 +86,8 @@ void AppDelegate::updateNote() {
     QStringList notes;
     if (const auto reason = m_dependencies.hotKey.status().reason; !reason.isEmpty())
         notes << m_dependencies.settings.hotKeyDisplay() + u": "_s + reason;
+    if (!m_takeNote.isEmpty())
+        notes << m_takeNote;
     const auto keys = m_dependencies.pasteKeys.status();
     const auto failure = m_pasteNote.isEmpty() && !keys.works ? keys.reason : m_pasteNote;
     if (!failure.isEmpty())

@@ -15,10 +15,16 @@ public:
     /// A finished recording; the file is the caller's to delete.
     struct Take {
         QString file;
-        /// Seconds.
+        /// Seconds of sound.
         double duration = 0;
         /// Marks the file as in use; to be kept as long as the file is.
         std::shared_ptr<const void> lock = {};
+        /// Seconds from start() to stop() by the clock.
+        double elapsed = 0;
+        /// Whether every sample is zero, as a muted microphone's are.
+        bool isSilent = false;
+        /// Why the recording ended before stop(), a sentence for the user; empty if it did not.
+        QString interruption = {};
     };
 
     AbstractRecorder() = default;

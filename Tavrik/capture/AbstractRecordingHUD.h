@@ -27,6 +27,9 @@ public:
 
     /// Stops sampling and takes the panel off the screen.
     virtual void hide() = 0;
+
+    /// Shows nothing but the words, for a few seconds, if the panel has been shown before.
+    virtual void showNote(const QString& note) = 0;
 };
 
 } // namespace tavrik

@@ -18,6 +18,7 @@ void LevelMeter::add(std::span<const qint16> samples) {
         if (++m_filled < slotSize)
             continue;
         m_slots[m_slot] = m_sum;
+        m_heard = m_heard || m_sum != 0;
         m_slot = (m_slot + 1) % slotCount;
         m_sum = 0;
         m_filled = 0;

@@ -20,6 +20,9 @@ public:
     /// In dBFS: 0 for a square wave at full scale. Silence when no samples have come lately.
     float averagePower() const;
 
+    /// Whether every sample was zero, but for the last 10 ms. Not while another thread adds samples.
+    bool isSilent() const { return !m_heard; }
+
 private:
     using Clock = std::chrono::steady_clock;
     static constexpr int slotSize = 160; // 10 ms at 16 kHz
@@ -30,6 +33,7 @@ private:
     qint64 m_sum = 0;
     int m_filled = 0;
     int m_slot = 0;
+    bool m_heard = false;
 
     std::atomic<float> m_power = silence;
     std::atomic<Clock::time_point> m_updated;

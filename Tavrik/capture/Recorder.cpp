@@ -5,6 +5,7 @@
 #include "capture/WavFile.h"
 #include "platform/Microphone.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <utility>
@@ -25,6 +26,7 @@ struct Recorder::RunningTake {
     std::unique_ptr<WavFile> file;
     LevelMeter meter;
     std::size_t count = 0;
+    QElapsedTimer clock;
     std::unique_ptr<Microphone::Capture> capture; // destroyed first, since it feeds the others
 };
 
@@ -45,6 +47,7 @@ Result<void> Recorder::start() {
         return std::unexpected(std::move(capture.error()));
     }
     take->capture = std::move(*capture);
+    take->clock.start();
     m_latest = take->file->path();
     m_take = std::move(take);
     return {};
@@ -54,11 +57,18 @@ std::optional<AbstractRecorder::Take> Recorder::stop() {
     const auto take = std::exchange(m_take, nullptr);
     if (!take)
         return std::nullopt;
-    take->capture->stop();
-    take->file->finish();
-    const auto duration = static_cast<double>(take->count) / Microphone::sampleRate;
+    const auto elapsed = static_cast<double>(take->clock.elapsed()) / 1000;
+    const auto captured = take->capture->stop();
+    const auto written = take->file->finish();
     const std::shared_ptr<const WavFile> file = std::move(take->file);
-    return Take{file->path(), duration, file};
+    return Take{.file = file->path(),
+                .duration = static_cast<double>(take->count) / Microphone::sampleRate,
+                .lock = file,
+                .elapsed = elapsed,
+                .isSilent = take->meter.isSilent(),
+                .interruption = !written    ? written.error().description
+                                : !captured ? captured.error().description
+                                            : QString()};
 }
 
 void Recorder::removeLatest() {

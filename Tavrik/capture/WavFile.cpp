@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace tavrik {
@@ -42,7 +43,7 @@ constexpr quint32 sizeBeforeRiff = 8; // "RIFF" and its size are not counted in 
 WavFile::WavFile(const QString& path) : m_file(path) {}
 
 WavFile::~WavFile() {
-    finish();
+    std::ignore = finish();
 }
 
 Result<std::unique_ptr<WavFile>> WavFile::create(const QString& path) {
@@ -63,13 +64,13 @@ Result<std::unique_ptr<WavFile>> WavFile::create(const QString& path) {
 }
 
 void WavFile::append(std::span<const qint16> samples) {
-    if (!m_full)
-        m_full = !write(samples.data(), static_cast<qint64>(samples.size_bytes()));
+    if (m_error.isEmpty() && !write(samples.data(), static_cast<qint64>(samples.size_bytes())))
+        m_error = m_file.errorString();
 }
 
-void WavFile::finish() {
+Result<void> WavFile::finish() {
     if (std::exchange(m_finished, true) || !m_file.isOpen())
-        return;
+        return {};
     const auto dataSize = (m_file.size() - static_cast<qint64>(sizeof(Header))) / frameSize * frameSize;
     m_file.resize(static_cast<qint64>(sizeof(Header)) + dataSize); // a full disk may have taken half a sample
     Header header;
@@ -77,6 +78,7 @@ void WavFile::finish() {
     header.riffSize = header.dataSize + sizeof header - sizeBeforeRiff;
     m_file.seek(0);
     write(&header, sizeof header);
+    return m_error.isEmpty() ? Result<void>() : std::unexpected(Error{m_error});
 }
 
 void WavFile::discard() {

@@ -29,8 +29,8 @@ public:
     void append(std::span<const qint16> samples);
 
     /// Writes the length into the header; nothing is appended any more. Until then the header says that the
-    /// length is unknown, as in a stream.
-    void finish();
+    /// length is unknown, as in a stream. Fails with the disk's error if samples were dropped.
+    Result<void> finish();
 
     /// Closes the file and deletes it.
     void discard();
@@ -41,7 +41,8 @@ private:
     bool write(const void* bytes, qint64 size);
 
     QFile m_file;
-    bool m_full = false;
+    /// Why samples are dropped; empty while they are not.
+    QString m_error;
     bool m_finished = false;
 };
 

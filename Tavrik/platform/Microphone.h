@@ -28,8 +28,9 @@ public:
         virtual ~Capture() = default;
 
         /// Delivers everything spoken up to this moment, then ends the capture. Takes 12 ms at most, also
-        /// when the sound server has died. The sink is not called after it has returned.
-        virtual void stop() = 0;
+        /// when the sound server has died. The sink is not called after it has returned. Fails, with a
+        /// sentence for the user, if the samples had ceased to come before.
+        virtual Result<void> stop() = 0;
     };
 
     /// Asks for permission where the desktop wants it, and makes ready, so that the first start() is quick.

@@ -33,7 +33,8 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     std::optional<Take> stop() override {
         if (std::exchange(lost, false))
             return {};
-        return Take{std::exchange(take, {}), duration};
+        recorded.file = std::exchange(take, {});
+        return recorded;
     }
     std::optional<float> averagePower() override { return power; }
 
@@ -50,6 +51,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     }
     void setProcessing() override { journal << "panel waits"; }
     void hide() override { journal << "no panel"; }
+    void showNote(const QString& note) override { journal << "panel says " + note; }
 
     void prepare() override { journal << "prepare"; }
     void translate(const QString& file, Completion<QString> completion) override {
@@ -75,7 +77,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     QString take;
     bool broken = false;
     bool lost = false;
-    double duration = 2;
+    Take recorded{.file = {}, .duration = 2};
     std::optional<float> power;
     std::function<float()> level;
     Completion<QString> translated;
@@ -140,7 +142,11 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         events.insert("broken", [this] { broken = true; });
         events.insert("lost", [this] { lost = true; });
         events.insert("quiet", [this] { preferences.values["sounds_enabled"] = false; });
-        events.insert("tap", [this] { duration = 0.4; });
+        events.insert("tap", [this] { recorded.duration = 0.4; });
+        events.insert("hold", [this] { recorded.elapsed = 1; });
+        events.insert("muted", [this] { recorded.isSilent = true; });
+        events.insert("cut", [this] { recorded.interruption = "Full."; });
+        events.insert("whole", [this] { recorded.interruption.clear(); });
         events.insert("gone", [this] { app.reset(); });
         events.insert("pasted", [this] { pasted({}); });
         events.insert("kept", [this] { pasted(std::unexpected(Error{"No keys."})); });
@@ -156,6 +162,10 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         events.insert("free", [this] { hotKeys.set({"fake", true}); });
         events.insert("unplug", [this] { hotKeys.held->set({"fake", false, "Taken."}); });
         events.insert("plug", [this] { hotKeys.held->set({"fake", true}); });
+        events.insert("let-go", [this] {
+            hotKeys.handlers.released();
+            QCoreApplication::processEvents();
+        });
     }
 
     void play(const QString& script) {
@@ -222,6 +232,22 @@ private Q_SLOTS:
         row("launch forbid", launched + kept);
         row("launch press release text kept press release text pasted",
             launched + ", " + text + kept + ", " + text + ", note []", 2);
+
+        row("tap hold press release",
+            recording + idle + ", note [Your microphone brought no sound. Try again.]");
+        row("muted press release",
+            recording + idle + ", note [Your microphone brought only silence. It may be muted.]");
+        const QString early = "Your last recording ended early: ";
+        const QString cut = ", note [" + early + "Full.]";
+        const QString panel = ", panel says The recording ended early";
+        row("cut tap hold press release", recording + idle + cut);
+        row("cut press release fail", QString(failed).replace(", Basso", cut + ", Basso") + "<b>boom</b>");
+        row("cut press release text press pasted", text + ", " + recording + cut, 1, 1);
+        row("cut press release text pasted whole press release text pasted",
+            text + cut + panel + ", " + text + ", note []", 2);
+        const auto lost = ", note [⌥ Space: Taken.\n" + early + "The hot key was lost.]" + panel;
+        row("launch press unplug let-go text pasted",
+            launched + ", " + recording + taken + QString(text).remove(recording) + lost, 1);
     }
 
     void events() {

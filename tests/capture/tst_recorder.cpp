@@ -42,7 +42,10 @@ QString startError(AbstractRecorder& recorder) {
 struct FakeMicrophone final : Microphone {
     struct FakeCapture final : Capture {
         explicit FakeCapture(FakeMicrophone& owner) : microphone(owner) {}
-        void stop() override { microphone.deliver(microphone.deliveredAtStop); }
+        Result<void> stop() override {
+            microphone.deliver(microphone.deliveredAtStop);
+            return microphone.outcome;
+        }
         FakeMicrophone& microphone;
     };
 
@@ -61,6 +64,7 @@ struct FakeMicrophone final : Microphone {
     bool isMissing = false;
     Sink sink;
     std::vector<qint16> deliveredAtStop;
+    Result<void> outcome;
 };
 
 /// While this lives no file of the process grows beyond `size`: the kernel cuts writes short as on a full
@@ -111,8 +115,11 @@ private Q_SLOTS:
         const auto samples = ramp(8000);
         m_microphone.deliver(std::span(samples).first(7840));
         m_microphone.deliveredAtStop = {samples.begin() + 7840, samples.end()};
+        m_microphone.outcome = std::unexpected(Error{u"Gone."_s});
+        QTest::qSleep(20);
         const auto take = m_recorder.stop().value_or(AbstractRecorder::Take{});
         m_microphone.deliveredAtStop.clear();
+        m_microphone.outcome = {};
 
         QCOMPARE(take.duration, 0.5);
         const QRegularExpression name(u"^tavrik-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.wav$"_s);
@@ -123,6 +130,8 @@ private Q_SLOTS:
                                                 "803e0000 007d0000 0200 1000" // 16000, 32000, 2, 16
                                                 "64617461 803e0000");         // data, 16000
         QCOMPARE(contentOf(take.file), header + bytesOf(samples));
+        QCOMPARE(take.interruption, u"Gone."_s);
+        QVERIFY(take.elapsed >= 0.02 && take.elapsed < 10);
         QVERIFY(!m_recorder.averagePower());
         QVERIFY(!m_recorder.stop());
     }
@@ -136,6 +145,7 @@ private Q_SLOTS:
             const auto take = m_recorder.stop().value_or(AbstractRecorder::Take{});
             disk.reset();
             QCOMPARE(take.duration, 0.5);
+            QCOMPARE(take.interruption, u"File too large"_s);
             const auto wav = contentOf(take.file);
             const auto kept = bytesOf(ramp(320)).repeated(2).first(room & ~1);
             QCOMPARE(wav.sliced(44), kept);
@@ -146,7 +156,7 @@ private Q_SLOTS:
 
     void level() {
         for (const auto& [sample, silentSamples, expected] :
-             {std::tuple{32767, 0, 0.0F}, {98, 0, -50.5F}, {32767, 480, -4.0F}}) {
+             {std::tuple{32767, 0, 0.0F}, {98, 0, -50.5F}, {32767, 480, -4.0F}, {0, 0, -160.0F}}) {
             QVERIFY(m_recorder.start());
             QCOMPARE(m_recorder.averagePower(), LevelMeter::silence);
             std::vector<qint16> samples(1600, static_cast<qint16>(sample));
@@ -156,9 +166,10 @@ private Q_SLOTS:
                 m_microphone.deliver(rest.first(std::min(rest.size(), 77UL)));
             const float measured = m_recorder.averagePower().value_or(1);
             QVERIFY2(std::abs(measured - expected) < 0.1F, qPrintable(QString::number(measured)));
+            // Nothing comes any more.
+            QTRY_COMPARE(m_recorder.averagePower(), LevelMeter::silence);
+            QCOMPARE(m_recorder.stop().value_or(AbstractRecorder::Take{}).isSilent, sample == 0);
         }
-        // Nothing comes any more.
-        QTRY_COMPARE(m_recorder.averagePower(), LevelMeter::silence);
     }
 };
 

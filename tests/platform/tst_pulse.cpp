@@ -124,7 +124,9 @@ private Q_SLOTS:
             hangs ? m_server->signal(SIGSTOP) : m_server->end();
             QTRY_COMPARE(m_client->power(), -160.0F);
             const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
-            QVERIFY(take.duration > 0);
+            QVERIFY(take.duration > 0 && !take.isSilent);
+            QCOMPARE(take.interruption, hangs ? u"No more sound came from the microphone."_s
+                                              : u"The sound server closed the microphone."_s);
             QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
             QCOMPARE(m_client->startError(),
                      hangs ? u"The sound server does not answer."_s

@@ -14,6 +14,8 @@ constexpr auto stopLimit = 11 * PA_USEC_PER_MSEC;
 constexpr auto fragment = 10 * PA_USEC_PER_MSEC;
 /// Buffered time that stop() does not wait for, such as a resampler's.
 constexpr auto negligible = PA_USEC_PER_MSEC;
+/// No device keeps its samples back for that long.
+constexpr auto longestGap = 500 * PA_USEC_PER_MSEC;
 
 constexpr pa_sample_spec format{.format = PA_SAMPLE_S16LE, .rate = Microphone::sampleRate, .channels = 1};
 
@@ -28,7 +30,7 @@ public:
     }
 
     Result<void> start(pa_usec_t deadline);
-    void stop() override;
+    Result<void> stop() override;
 
 private:
     bool isAlive() const { return PA_STREAM_IS_GOOD(pa_stream_get_state(m_stream.get())); }
@@ -39,6 +41,7 @@ private:
     Microphone::Sink m_sink;
     PulsePointer<pa_stream> m_stream;
     qint64 m_received = 0;          // bytes
+    pa_usec_t m_lastRead = 0;
     std::optional<qint64> m_target; // bytes captured up to stop(), once the server has answered
 };
 
@@ -78,7 +81,7 @@ Result<void> PulseCapture::start(pa_usec_t deadline) {
     return std::unexpected(PulseConnection::error(code));
 }
 
-void PulseCapture::stop() {
+Result<void> PulseCapture::stop() {
     const auto deadline = pa_rtclock_now() + stopLimit;
     const PulseConnection::Lock lock(*m_connection);
     if (isAlive()) {
@@ -98,12 +101,19 @@ void PulseCapture::stop() {
         if (query)
             pa_operation_cancel(query.get());
     }
+    Result<void> outcome;
+    if (!isAlive())
+        outcome = std::unexpected(Error{QStringLiteral("The sound server closed the microphone.")});
+    else if (m_received > 0 && pa_rtclock_now() - m_lastRead > longestGap)
+        outcome = std::unexpected(Error{QStringLiteral("No more sound came from the microphone.")});
     close();
+    return outcome;
 }
 
 void PulseCapture::read() {
     const void* data = nullptr;
     std::size_t size = 0;
+    m_lastRead = pa_rtclock_now();
     while (pa_stream_peek(m_stream.get(), &data, &size) == 0 && size > 0) {
         if (data)
             m_sink({static_cast<const qint16*>(data), size / sizeof(qint16)});

@@ -8,8 +8,8 @@
 
 namespace tavrik {
 
-/// Which middle the panel shows: the meter, or the spinner.
-enum class HUDState { recording, processing };
+/// What the panel shows: the meter, the spinner, or only the hint.
+enum class HUDState { recording, processing, note };
 
 /// What the panel shows and where its buttons lead. Main thread only.
 class HUDModel : public QObject {
@@ -17,7 +17,7 @@ class HUDModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The panel is given its model.")
     Q_PROPERTY(bool processing READ isProcessing NOTIFY stateChanged)
-
+    Q_PROPERTY(bool note READ isNote NOTIFY stateChanged)
     Q_PROPERTY(QString hint READ hint NOTIFY hintChanged)
 
 public:
@@ -27,9 +27,10 @@ public:
 
     HUDState state() const { return m_state; }
     bool isProcessing() const { return m_state == HUDState::processing; }
+    bool isNote() const { return m_state == HUDState::note; }
     void setState(HUDState state);
 
-    /// A line beside the meter; empty if there is none.
+    /// A line below the meter, or the note; empty if there is none.
     QString hint() const { return m_hint; }
     void setHint(const QString& hint);
 

@@ -23,6 +23,8 @@ namespace {
 constexpr QSize panelSize(200, 62);
 constexpr int distanceFromBottom = 72;
 
+constexpr auto noteLasts = 3s;
+
 /// Row by row, since a region's own ellipses are not symmetrical.
 QRegion capsule(const QRect& rect) {
     const double radius = rect.height() / 2.0;
@@ -77,7 +79,16 @@ void RecordingHUD::hide() {
     m_levelTimer.stop();
     // In a later turn: the server takes milliseconds to draw what was behind the panel, and the paste that
     // follows a hide would wait for it.
-    m_hiding.start();
+    m_hiding.start(0ms);
+}
+
+void RecordingHUD::showNote(const QString& note) {
+    if (!m_panel)
+        return;
+    m_model.setHint(note);
+    m_model.setState(HUDState::note);
+    presentPanel();
+    m_hiding.start(noteLasts);
 }
 
 void RecordingHUD::makePanel() {

@@ -27,6 +27,7 @@ public:
               std::function<void()> onConfirm) override;
     void setProcessing() override;
     void hide() override;
+    void showNote(const QString& note) override;
 
 private:
     void makePanel();

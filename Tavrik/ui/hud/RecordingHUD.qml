@@ -28,7 +28,7 @@ Item {
         x: root.margin
         y: root.margin
         width: confirm.x + confirm.width + root.horizontalPadding
-        height: cancel.height + 2 * root.verticalPadding + (hint.visible ? 12 : 0)
+        height: cancel.height + 2 * root.verticalPadding + (hint.visible && !root.model.note ? 12 : 0)
         // Without translucency the window itself is cut to the shape.
         radius: root.translucent ? height / 2 : 0
         color: root.translucent ? Theme.panel : Theme.panelOpaque
@@ -40,6 +40,7 @@ Item {
             symbol: "xmark"
             prominent: false
             toolTip: "Cancel"
+            visible: !root.model.note
             onClicked: root.model.cancel()
         }
 
@@ -55,14 +56,14 @@ Item {
                 width: 84
                 height: 16
                 color: Theme.panelBar
-                visible: !root.model.processing
+                visible: !root.model.processing && !root.model.note
                 model: root.model
             }
 
             Text {
                 id: hint
                 anchors.horizontalCenter: parent.horizontalCenter
-                y: parent.height - height - 8
+                y: root.model.note ? (parent.height - height) / 2 : parent.height - height - 8
                 visible: text !== "" && !root.model.processing
                 text: root.model.hint
                 textFormat: Text.PlainText
@@ -105,6 +106,7 @@ Item {
             symbol: "checkmark"
             prominent: true
             toolTip: "Finish and paste"
+            visible: !root.model.note
             onClicked: root.model.confirm()
         }
     }

@@ -44,6 +44,11 @@ void Views::hide() {
         m_loaded->hud.hide();
 }
 
+void Views::showNote(const QString& note) {
+    if (m_loaded)
+        m_loaded->hud.showNote(note);
+}
+
 void Views::showMainWindow(const QByteArray& activationToken) {
     load().window.show(activationToken);
 }

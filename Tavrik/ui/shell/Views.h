@@ -28,6 +28,7 @@ public:
               std::function<void()> onConfirm) override;
     void setProcessing() override;
     void hide() override;
+    void showNote(const QString& note) override;
 
     /// Brings the main window to the front, and the keyboard focus to it. The token may be empty.
     void showMainWindow(const QByteArray& activationToken);
