@@ -125,7 +125,8 @@ public:
 private:
     void script() {
         editor.reset();
-        run("curl", {"-s", "--data-binary", "@-", m_url + "/control/replies"},
+        run("curl",
+            {"-s", "-H", "Content-Type: application/json", "--data-binary", "@-", m_url + "/control/replies"},
             R"([{"path": "/api/v1/chat/completions", "status": 200, "delayMs": )" +
                 QByteArray::number(replyDelay()) +
                 R"(, "body": "{\"choices\":[{\"message\":{\"content\":\"It is a fine day today.\"}}]}"}])");

@@ -53,8 +53,9 @@ public:
     }
 
     void willTranslate() {
-        control({"--data-binary", "@-", m_url + "/control/replies"},
-                R"([{"path": "/functions/v1/translate", "body": "{\"text\": \"A fine day.\"}"}])");
+        control(
+            {"--header", "Content-Type: application/json", "--data-binary", "@-", m_url + "/control/replies"},
+            R"([{"path": "/functions/v1/translate", "body": "{\"text\": \"A fine day.\"}"}])");
         control({"--request", "DELETE", m_url + "/control/requests"});
     }
 

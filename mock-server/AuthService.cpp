@@ -4,6 +4,7 @@
 #include "mock-server/Secrets.h"
 
 #include <QDateTime>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QUrlQuery>
@@ -17,12 +18,16 @@ namespace {
 
 constexpr qsizetype minimumPasswordLength = 6;
 
-Reply grantRefusal(const QString& error, const QString& description) {
-    return Reply::json(400, {{u"error"_s, error}, {u"error_description"_s, description}});
+Reply invalid(const QString& message) {
+    return refusal(400, message, u"validation_failed"_s);
+}
+
+Reply badToken(const QString& why) {
+    return refusal(403, u"invalid JWT: unable to parse or verify signature, "_s + why, u"bad_jwt"_s);
 }
 
 Reply notSaved() {
-    return refusal(500, u"The account could not be saved"_s);
+    return refusal(500, u"The account could not be saved"_s, u"unexpected_failure"_s);
 }
 
 bool isAddress(const QString& text) {
@@ -30,31 +35,73 @@ bool isAddress(const QString& text) {
     return text.size() <= 255 && address.match(text).hasMatch();
 }
 
+QString newId() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+QString providerOf(const User& user) {
+    return user.passwordHash.isEmpty() ? u"google"_s : u"email"_s;
+}
+
+QJsonObject appMetadata(const User& user) {
+    return {{u"provider"_s, providerOf(user)}, {u"providers"_s, QJsonArray{providerOf(user)}}};
+}
+
+QJsonObject userMetadata(const User& user) {
+    return {{u"sub"_s, user.id},
+            {u"email"_s, user.email},
+            {u"email_verified"_s, user.confirmed},
+            {u"phone_verified"_s, false}};
+}
+
 QJsonObject describe(const User& user) {
+    const QJsonObject identity{{u"identity_id"_s, user.id},
+                               {u"id"_s, user.id},
+                               {u"user_id"_s, user.id},
+                               {u"identity_data"_s, userMetadata(user)},
+                               {u"provider"_s, providerOf(user)},
+                               {u"email"_s, user.email},
+                               {u"created_at"_s, user.createdAt},
+                               {u"updated_at"_s, user.createdAt},
+                               {u"last_sign_in_at"_s, user.createdAt}};
     QJsonObject object{{u"id"_s, user.id},
                        {u"aud"_s, u"authenticated"_s},
                        {u"role"_s, u"authenticated"_s},
                        {u"email"_s, user.email},
-                       {u"created_at"_s, user.createdAt}};
-    if (user.confirmed)
-        object[u"email_confirmed_at"_s] = user.createdAt;
+                       {u"phone"_s, QString()},
+                       {u"app_metadata"_s, appMetadata(user)},
+                       {u"user_metadata"_s, userMetadata(user)},
+                       {u"identities"_s, QJsonArray{identity}},
+                       {u"created_at"_s, user.createdAt},
+                       {u"updated_at"_s, user.createdAt},
+                       {u"is_anonymous"_s, false}};
+    for (const auto& member :
+         user.confirmed ? QStringList{u"email_confirmed_at"_s, u"confirmed_at"_s, u"last_sign_in_at"_s}
+                        : QStringList{u"confirmation_sent_at"_s})
+        object[member] = user.createdAt;
     return object;
 }
 
 User newUser(const QString& email, bool confirmed) {
-    return {.id = QUuid::createUuid().toString(QUuid::WithoutBraces),
+    return {.id = newId(),
             .email = email,
             .confirmed = confirmed,
             .createdAt = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)};
 }
 
-/// The reason to refuse a new password, if any.
-std::optional<QString> passwordProblem(const QByteArray& password) {
-    if (password.size() < minimumPasswordLength)
-        return u"Password should be at least %1 characters."_s.arg(minimumPasswordLength);
+/// The refusal of a new password, if there is a reason.
+std::optional<Reply> passwordProblem(const QByteArray& password) {
+    if (password.isEmpty())
+        return invalid(u"Signup requires a valid password"_s);
     if (password.size() > maximumPasswordLength)
-        return u"Password cannot be longer than %1 characters"_s.arg(maximumPasswordLength);
-    return {};
+        return invalid(u"Password cannot be longer than %1 characters"_s.arg(maximumPasswordLength));
+    if (password.size() >= minimumPasswordLength)
+        return {};
+    return Reply::json(
+        422, {{u"code"_s, 422},
+              {u"error_code"_s, u"weak_password"_s},
+              {u"msg"_s, u"Password should be at least %1 characters."_s.arg(minimumPasswordLength)},
+              {u"weak_password"_s, QJsonObject{{u"reasons"_s, QJsonArray{u"length"_s}}}}});
 }
 
 } // namespace
@@ -66,19 +113,26 @@ AuthService::AuthService(Options options)
 Reply AuthService::signUp(const Request& request) {
     if (const auto checked = checkPost(request); !checked)
         return checked.error();
-    const auto body = readObject(request);
+    const auto body = readObject(request, u"bad_json"_s);
     if (!body)
         return body.error();
     const auto email = body->value(u"email"_s).toString().toLower();
     const auto password = body->value(u"password"_s).toString().toUtf8();
     if (!isAddress(email))
-        return refusal(400, u"Unable to validate email address: invalid format"_s);
+        return invalid(u"Unable to validate email address: invalid format"_s);
     if (const auto problem = passwordProblem(password))
-        return refusal(422, *problem);
+        return *problem;
 
     const auto* known = m_users.withEmail(email);
-    if (known && known->confirmed)
-        return refusal(422, u"User already registered"_s);
+    if (known && known->confirmed) {
+        if (!m_confirmsEmail)
+            return refusal(422, u"User already registered"_s, u"user_already_exists"_s);
+        auto madeUp = newUser(email, false);
+        madeUp.passwordHash = known->passwordHash;
+        auto reply = describe(madeUp);
+        reply[u"identities"_s] = QJsonArray();
+        return Reply::json(200, reply);
+    }
     // Signing up again before confirming sends another message and changes the password.
     auto user = known ? *known : newUser(email, !m_confirmsEmail);
     user.passwordHash = hashPassword(password);
@@ -93,7 +147,7 @@ Reply AuthService::signUp(const Request& request) {
 Reply AuthService::token(const Request& request) {
     if (const auto checked = checkPost(request); !checked)
         return checked.error();
-    const auto body = readObject(request);
+    const auto body = readObject(request, u"bad_json"_s);
     if (!body)
         return body.error();
     const auto grant = QUrlQuery(QString::fromLatin1(request.query)).queryItemValue(u"grant_type"_s);
@@ -101,37 +155,50 @@ Reply AuthService::token(const Request& request) {
         return passwordGrant(*body);
     if (grant == u"refresh_token")
         return refreshGrant(*body);
-    return grantRefusal(u"unsupported_grant_type"_s, u"Unsupported grant type"_s);
+    return refusal(400, u"unsupported_grant_type"_s, u"invalid_credentials"_s);
 }
 
 Reply AuthService::passwordGrant(const QJsonObject& body) {
-    const auto* user = m_users.withEmail(body[u"email"_s].toString().toLower());
+    const auto email = body[u"email"_s].toString().toLower();
     const auto password = body[u"password"_s].toString().toUtf8();
+    if (email.isEmpty())
+        return invalid(u"missing email or phone"_s);
+    const auto* user = m_users.withEmail(email);
     if (!user || passwordProblem(password) || !passwordMatches(password, user->passwordHash))
-        return grantRefusal(u"invalid_grant"_s, u"Invalid login credentials"_s);
+        return refusal(400, u"Invalid login credentials"_s, u"invalid_credentials"_s);
     if (!user->confirmed)
-        return grantRefusal(u"invalid_grant"_s, u"Email not confirmed"_s);
+        return refusal(400, u"Email not confirmed"_s, u"email_not_confirmed"_s);
     return sessionReply(*user);
 }
 
 Reply AuthService::refreshGrant(const QJsonObject& body) {
     const auto next = randomToken();
-    const auto* user = m_users.replaceRefreshToken(body[u"refresh_token"_s].toString().toUtf8(), next);
+    const auto known = m_users.replaceRefreshToken(body[u"refresh_token"_s].toString().toUtf8(), next);
+    const auto* user = known ? m_users.withId(known->userId) : nullptr;
     if (!user)
-        return refusal(400, u"Invalid Refresh Token: Refresh Token Not Found"_s);
-    return Reply::json(200, session(*user, next));
+        return refusal(400, u"Invalid Refresh Token: Refresh Token Not Found"_s,
+                       u"refresh_token_not_found"_s);
+    return Reply::json(200, session(*user, known->id, next));
 }
 
 Reply AuthService::user(const Request& request) const {
     if (auto checked = checkRequest(request, "GET"); !checked)
         return checked.error();
-    const auto* user = bearer(request);
-    return user ? Reply::json(200, describe(*user)) : refusal(401, u"Invalid or expired access token"_s);
+    const auto token = request.bearerToken();
+    if (token.isEmpty())
+        return refusal(401, u"This endpoint requires a Bearer token"_s, u"no_authorization"_s);
+    if (token.count('.') != 2)
+        return badToken(u"token is malformed: token contains an invalid number of segments"_s);
+    if (const auto* user = bearer(request))
+        return Reply::json(200, describe(*user));
+    return badToken(verifiedClaims(token, m_users.secret())
+                        ? u"token has invalid claims: token is expired"_s
+                        : u"token signature is invalid: signature is invalid"_s);
 }
 
 const User* AuthService::bearer(const Request& request) const {
-    const auto claims =
-        QJsonDocument::fromJson(verify(request.bearerToken(), m_users.secret()).value_or(QByteArray()));
+    const auto claims = QJsonDocument::fromJson(
+        verifiedClaims(request.bearerToken(), m_users.secret()).value_or(QByteArray()));
     if (claims[u"exp"_s].toInteger() <= QDateTime::currentSecsSinceEpoch())
         return nullptr;
     return m_users.withId(claims[u"sub"_s].toString());
@@ -162,10 +229,11 @@ bool AuthService::confirm(const QByteArray& token) {
 }
 
 std::optional<QJsonObject> AuthService::newSession(const User& user) {
+    const Session next{.id = newId(), .userId = user.id};
     const auto refreshToken = randomToken();
-    if (!m_users.addRefreshToken(refreshToken, user.id))
+    if (!m_users.addRefreshToken(refreshToken, next))
         return {};
-    return session(user, refreshToken);
+    return session(user, next.id, refreshToken);
 }
 
 Reply AuthService::sessionReply(const User& user) {
@@ -173,18 +241,35 @@ Reply AuthService::sessionReply(const User& user) {
     return members ? Reply::json(200, *members) : notSaved();
 }
 
-QByteArray AuthService::accessToken(const User& user) const {
-    // Two tokens of the same second differ.
-    const QJsonObject claims{{u"sub"_s, user.id},
-                             {u"jti"_s, QString::fromLatin1(randomToken())},
-                             {u"exp"_s, QDateTime::currentSecsSinceEpoch() + m_tokenLifetime.count()}};
-    return sign(QJsonDocument(claims).toJson(QJsonDocument::Compact), m_users.secret());
+QByteArray AuthService::accessToken(const User& user, const QString& sessionId) const {
+    const auto now = QDateTime::currentSecsSinceEpoch();
+    const auto method = user.passwordHash.isEmpty() ? u"oauth"_s : u"password"_s;
+    const QJsonObject claims{
+        {u"iss"_s, u"http://127.0.0.1/auth/v1"_s},
+        {u"sub"_s, user.id},
+        {u"aud"_s, u"authenticated"_s},
+        {u"iat"_s, now},
+        {u"exp"_s, now + m_tokenLifetime.count()},
+        // Two tokens of the same second differ.
+        {u"jti"_s, newId()},
+        {u"email"_s, user.email},
+        {u"phone"_s, QString()},
+        {u"app_metadata"_s, appMetadata(user)},
+        {u"user_metadata"_s, userMetadata(user)},
+        {u"role"_s, u"authenticated"_s},
+        {u"aal"_s, u"aal1"_s},
+        {u"amr"_s, QJsonArray{QJsonObject{{u"method"_s, method}, {u"timestamp"_s, now}}}},
+        {u"session_id"_s, sessionId},
+        {u"is_anonymous"_s, false},
+    };
+    return signedToken(QJsonDocument(claims).toJson(QJsonDocument::Compact), m_users.secret());
 }
 
-QJsonObject AuthService::session(const User& user, const QByteArray& refreshToken) const {
-    return {{u"access_token"_s, QString::fromLatin1(accessToken(user))},
+QJsonObject AuthService::session(const User& user, const QString& id, const QByteArray& refreshToken) const {
+    return {{u"access_token"_s, QString::fromLatin1(accessToken(user, id))},
             {u"token_type"_s, u"bearer"_s},
             {u"expires_in"_s, static_cast<qint64>(m_tokenLifetime.count())},
+            {u"expires_at"_s, QDateTime::currentSecsSinceEpoch() + m_tokenLifetime.count()},
             {u"refresh_token"_s, QString::fromLatin1(refreshToken)},
             {u"user"_s, describe(user)}};
 }

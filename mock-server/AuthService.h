@@ -23,7 +23,8 @@ public:
 
     explicit AuthService(Options options);
 
-    /// POST {"email", "password"}: a session, or only the user if the address is to be confirmed.
+    /// POST {"email", "password"}: a session, or only the user if the address is to be confirmed. Then an
+    /// account that is there already gets a made-up user, so that nobody learns of it.
     Reply signUp(const Request& request);
 
     /// POST: a session for a password ("email", "password") or a refresh token ("refresh_token").
@@ -48,10 +49,10 @@ public:
 private:
     Reply passwordGrant(const QJsonObject& body);
     Reply refreshGrant(const QJsonObject& body);
-    QByteArray accessToken(const User& user) const;
+    QByteArray accessToken(const User& user, const QString& sessionId) const;
     std::optional<QJsonObject> newSession(const User& user);
     Reply sessionReply(const User& user);
-    QJsonObject session(const User& user, const QByteArray& refreshToken) const;
+    QJsonObject session(const User& user, const QString& id, const QByteArray& refreshToken) const;
 
     UserStore m_users;
     const std::chrono::seconds m_tokenLifetime;

@@ -79,7 +79,8 @@ Reply BrowserPages::authorized(const Request& request) {
         return backToProgram(
             {{u"error"_s, u"server_error"_s}, {u"error_description"_s, u"The+account+could+not+be+used"_s}});
     QUrlQuery outcome;
-    for (const auto& member : {u"access_token"_s, u"refresh_token"_s, u"expires_in"_s, u"token_type"_s})
+    for (const auto& member :
+         {u"access_token"_s, u"refresh_token"_s, u"expires_in"_s, u"expires_at"_s, u"token_type"_s})
         outcome.addQueryItem(member, session->value(member).toVariant().toString());
     return backToProgram(outcome);
 }

@@ -115,8 +115,12 @@ Reply MockServer::releaseManifest(const Request& request) const {
                              {u"notes"_s, u"This is the version in use."_s}});
 }
 
-/// POST: a list of replies to be given next.
+/// POST: a list of replies to be given next. As JSON only, for which browsers ask before a web page sends it.
 Reply MockServer::addReplies(const Request& request) {
+    if (request.method != "POST")
+        return message(405, u"Method Not Allowed"_s);
+    if (!request.isJson())
+        return message(415, u"Content-Type must be application/json"_s);
     const auto replies = parseScript(request.body);
     if (!replies)
         return message(400, replies.error().description);

@@ -10,8 +10,11 @@ QByteArray publicKey() {
     return QByteArrayLiteral(TAVRIK_BACKEND_ANON_KEY);
 }
 
-Reply refusal(int status, const QString& message) {
-    return Reply::json(status, {{u"code"_s, status}, {u"msg"_s, message}});
+Reply refusal(int status, const QString& message, const QString& errorCode) {
+    QJsonObject body{{u"code"_s, status}, {u"msg"_s, message}};
+    if (!errorCode.isEmpty())
+        body[u"error_code"_s] = errorCode;
+    return Reply::json(status, body);
 }
 
 std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView method) {
@@ -21,8 +24,10 @@ std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView m
     const auto key = request.header("apikey");
     if (key == publicKey())
         return {};
-    const auto message = key.isEmpty() ? u"No API key found in request"_s : u"Invalid API key"_s;
-    return std::unexpected(Reply::json(401, {{u"message"_s, message}}));
+    return std::unexpected(Reply::json(
+        401, key.isEmpty() ? QJsonObject{{u"message"_s, u"No API key found in request"_s},
+                                         {u"hint"_s, u"No `apikey` request header or url param was found."_s}}
+                           : QJsonObject{{u"message"_s, u"Invalid API key"_s}}));
 }
 
 std::expected<void, Reply> checkPost(const Request& request) {
@@ -32,10 +37,11 @@ std::expected<void, Reply> checkPost(const Request& request) {
     return checked;
 }
 
-std::expected<QJsonObject, Reply> readObject(const Request& request) {
+std::expected<QJsonObject, Reply> readObject(const Request& request, const QString& errorCode) {
     const auto document = QJsonDocument::fromJson(request.body);
     if (!document.isObject())
-        return std::unexpected(refusal(400, u"Could not parse the request's body as a JSON object"_s));
+        return std::unexpected(
+            refusal(400, u"Could not parse the request's body as a JSON object"_s, errorCode));
     return document.object();
 }
 

@@ -10,8 +10,8 @@ namespace tavrik::mock {
 /// The public key that the program of this build sends.
 QByteArray publicKey();
 
-/// {"code", "msg"}.
-Reply refusal(int status, const QString& message);
+/// {"code", "msg"}, and "error_code" if one is given.
+Reply refusal(int status, const QString& message, const QString& errorCode = {});
 
 /// Refuses a request of another method, or without the public key.
 std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView method);
@@ -20,6 +20,6 @@ std::expected<void, Reply> checkRequest(const Request& request, QByteArrayView m
 std::expected<void, Reply> checkPost(const Request& request);
 
 /// The request's JSON object, or the refusal.
-std::expected<QJsonObject, Reply> readObject(const Request& request);
+std::expected<QJsonObject, Reply> readObject(const Request& request, const QString& errorCode = {});
 
 } // namespace tavrik::mock

@@ -1,5 +1,6 @@
 #include "mock-server/Secrets.h"
 
+#include <QList>
 #include <QMessageAuthenticationCode>
 #include <QPasswordDigestor>
 #include <QRandomGenerator>
@@ -38,14 +39,16 @@ QByteArray randomToken() {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(bits.data()), sizeof bits).toBase64(urlSafe);
 }
 
-QByteArray sign(const QByteArray& text, const QByteArray& secret) {
-    const auto signature = QMessageAuthenticationCode::hash(text, secret, QCryptographicHash::Sha256);
-    return text.toBase64(urlSafe) + '.' + signature.toBase64(urlSafe);
+QByteArray signedToken(const QByteArray& claims, const QByteArray& secret) {
+    const auto content = QByteArrayLiteral(R"({"alg":"HS256","typ":"JWT"})").toBase64(urlSafe) + '.' +
+                         claims.toBase64(urlSafe);
+    const auto signature = QMessageAuthenticationCode::hash(content, secret, QCryptographicHash::Sha256);
+    return content + '.' + signature.toBase64(urlSafe);
 }
 
-std::optional<QByteArray> verify(const QByteArray& token, const QByteArray& secret) {
-    const auto text = QByteArray::fromBase64(token.left(token.indexOf('.')), urlSafe);
-    return token == sign(text, secret) ? std::optional(text) : std::nullopt;
+std::optional<QByteArray> verifiedClaims(const QByteArray& token, const QByteArray& secret) {
+    const auto claims = QByteArray::fromBase64(token.split('.').value(1), urlSafe);
+    return token == signedToken(claims, secret) ? std::optional(claims) : std::nullopt;
 }
 
 } // namespace tavrik::mock

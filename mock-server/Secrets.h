@@ -19,10 +19,10 @@ bool passwordMatches(const QByteArray& password, const QByteArray& hash);
 /// 256 random bits, safe in URLs.
 QByteArray randomToken();
 
-/// The text with a signature, safe in URLs.
-QByteArray sign(const QByteArray& text, const QByteArray& secret);
+/// A JSON Web Token with these claims, a JSON object, signed with HS256.
+QByteArray signedToken(const QByteArray& claims, const QByteArray& secret);
 
-/// The text that sign() was given; nothing when somebody else made the token.
-std::optional<QByteArray> verify(const QByteArray& token, const QByteArray& secret);
+/// The claims of a token that signedToken() made with this secret; nothing for any other.
+std::optional<QByteArray> verifiedClaims(const QByteArray& token, const QByteArray& secret);
 
 } // namespace tavrik::mock

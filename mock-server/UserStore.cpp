@@ -80,19 +80,19 @@ bool UserStore::put(const User& user) {
     return change(std::move(next));
 }
 
-bool UserStore::addRefreshToken(const QByteArray& token, const QString& userId) {
+bool UserStore::addRefreshToken(const QByteArray& token, const Session& session) {
     auto next = m_data;
-    next.refreshTokens[tokenHash(token)] = userId;
+    next.refreshTokens[tokenHash(token)] = session;
     return change(std::move(next));
 }
 
-const User* UserStore::replaceRefreshToken(const QByteArray& old, const QByteArray& token) {
+std::optional<Session> UserStore::replaceRefreshToken(const QByteArray& old, const QByteArray& token) {
     auto next = m_data;
-    const auto id = next.refreshTokens.take(tokenHash(old));
-    if (id.isEmpty())
-        return nullptr;
-    next.refreshTokens[tokenHash(token)] = id;
-    return change(std::move(next)) ? withId(id) : nullptr;
+    const auto session = next.refreshTokens.take(tokenHash(old));
+    if (session.id.isEmpty())
+        return {};
+    next.refreshTokens[tokenHash(token)] = session;
+    return change(std::move(next)) ? std::optional(session) : std::nullopt;
 }
 
 Result<UserStore::Data> UserStore::parse(const QByteArray& json) {
@@ -107,7 +107,8 @@ Result<UserStore::Data> UserStore::parse(const QByteArray& json) {
     }
     const auto tokens = object[u"refreshTokens"_s].toObject();
     for (auto token = tokens.begin(); token != tokens.end(); ++token)
-        data.refreshTokens[token.key().toLatin1()] = token->toString();
+        data.refreshTokens[token.key().toLatin1()] = {.id = (*token)[u"id"_s].toString(),
+                                                      .userId = (*token)[u"userId"_s].toString()};
     return data;
 }
 
@@ -117,7 +118,8 @@ QByteArray UserStore::toJson(const Data& data) {
         users.append(toObject(user));
     QJsonObject tokens;
     for (auto token = data.refreshTokens.begin(); token != data.refreshTokens.end(); ++token)
-        tokens[QString::fromLatin1(token.key())] = *token;
+        tokens[QString::fromLatin1(token.key())] =
+            QJsonObject{{u"id"_s, token->id}, {u"userId"_s, token->userId}};
     return QJsonDocument(QJsonObject{{u"secret"_s, QString::fromLatin1(data.secret)},
                                      {u"users"_s, users},
                                      {u"refreshTokens"_s, tokens}})

@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QString>
 
+#include <optional>
+
 namespace tavrik::mock {
 
 struct User {
@@ -19,6 +21,12 @@ struct User {
     QString createdAt = {};
 
     bool operator==(const User&) const = default;
+};
+
+/// What a refresh token goes on with.
+struct Session {
+    QString id;
+    QString userId;
 };
 
 /// Accounts and their valid refresh tokens. In memory, and if it was opened, in a file, which holds hashes
@@ -40,10 +48,10 @@ public:
     [[nodiscard]] bool put(const User& user);
 
     /// Makes a token valid for one replaceRefreshToken().
-    [[nodiscard]] bool addRefreshToken(const QByteArray& token, const QString& userId);
+    [[nodiscard]] bool addRefreshToken(const QByteArray& token, const Session& session);
 
-    /// Replaces a valid token; null for an unknown one. Returns the user it belongs to.
-    const User* replaceRefreshToken(const QByteArray& old, const QByteArray& token);
+    /// Replaces a valid token and returns its session; nothing for an unknown one.
+    std::optional<Session> replaceRefreshToken(const QByteArray& old, const QByteArray& token);
 
     /// Signs access tokens.
     const QByteArray& secret() const { return m_data.secret; }
@@ -52,8 +60,8 @@ private:
     struct Data {
         QByteArray secret;
         QHash<QString, User> users;
-        /// Ids of users by the hash of the token.
-        QHash<QByteArray, QString> refreshTokens;
+        /// By the hash of the token.
+        QHash<QByteArray, Session> refreshTokens;
     };
 
     static Result<Data> parse(const QByteArray& json);

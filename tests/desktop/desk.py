@@ -24,6 +24,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 SHORTCUT = ("Alt_L", "space")
 CHAT = "/api/v1/chat/completions"
+JSON = {"Content-Type": "application/json"}
 # The panel's buttons, and how far above the lower edge of the status menu its items are.
 CANCEL, CONFIRM = "Cancel", "Finish and paste"
 QUIT, CHECK_FOR_UPDATES = 13, 42
@@ -199,7 +200,8 @@ class Backend(Process):
 
     def _control(self, path, body=None, method=None):
         data = None if body is None else json.dumps(body).encode()
-        with opener.open(urllib.request.Request(f"{self.url}/control/{path}", data=data, method=method)) as reply:
+        request = urllib.request.Request(f"{self.url}/control/{path}", data, JSON, method=method)
+        with opener.open(request) as reply:
             return json.loads(reply.read() or "null")
 
     def script(self, *replies):
