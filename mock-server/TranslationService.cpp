@@ -30,6 +30,11 @@ Reply translateError(int status, const QString& message) {
     return Reply::json(status, {{u"error"_s, QJsonObject{{u"message"_s, message}}}});
 }
 
+/// Whatever the model service said concerns the owner of a hosted project, not its users.
+Reply unavailable() {
+    return translateError(502, u"Translation is not available at the moment. Please try again later."_s);
+}
+
 /// One sentence that cannot be mistaken for a translation.
 QString describe(const Sound& sound, const QString& language) {
     const auto seconds = QString::number(sound.duration, 'f', 1);
@@ -95,7 +100,7 @@ Reply offlineCompletion(const ChatRequest& request) {
                              {u"choices"_s, QJsonArray{choice}}});
 }
 
-QByteArray chatBody(const QString& audio, const QString& language) {
+QByteArray chatBody(const QString& audio, double duration, const QString& language) {
     const auto prompt =
         u"You will receive an audio clip of someone speaking, mostly in Persian (Farsi), possibly mixing in "
         "some English words or technical terms. Translate everything they said into fluent, natural, "
@@ -107,6 +112,8 @@ QByteArray chatBody(const QString& audio, const QString& language) {
                     {u"input_audio"_s, QJsonObject{{u"format"_s, u"wav"_s}, {u"data"_s, audio}}}}};
     return QJsonDocument(QJsonObject{{u"model"_s, u"google/gemini-2.5-flash"_s},
                                      {u"temperature"_s, 0.2},
+                                     {u"max_tokens"_s, 4000 + 30 * static_cast<int>(std::ceil(duration))},
+                                     {u"provider"_s, QJsonObject{{u"data_collection"_s, u"deny"_s}}},
                                      {u"messages"_s, QJsonArray{QJsonObject{{u"role"_s, u"user"_s},
                                                                             {u"content"_s, content}}}}})
         .toJson(QJsonDocument::Compact);
@@ -114,19 +121,15 @@ QByteArray chatBody(const QString& audio, const QString& language) {
 
 /// The translate function's reply to the model's.
 Reply translation(const Reply& completion) {
-    if (completion.body.isEmpty())
-        return translateError(502, u"Empty response from OpenRouter"_s);
     const auto document = QJsonDocument::fromJson(completion.body);
-    if (!document.isObject())
-        return translateError(502, u"Unparseable response from OpenRouter"_s);
-    if (const auto message = document[u"error"_s][u"message"_s]; message.isString())
-        return translateError(502, message.toString());
-    const auto choices = document[u"choices"_s].toArray();
-    const auto text = choices[0][u"message"_s][u"content"_s];
-    if (!text.isString() ||
-        !std::ranges::all_of(choices, [](const auto& choice) { return choice.isObject(); }))
-        return translateError(502, u"Unexpected response (HTTP %1)"_s.arg(completion.status));
-    return Reply::json(200, {{u"text"_s, text.toString().trimmed()}});
+    const auto choice = document[u"choices"_s][0];
+    const auto finish = choice[u"finish_reason"_s];
+    const auto text = choice[u"message"_s][u"content"_s];
+    if (document[u"error"_s].isObject() || finish == u"error"_s)
+        return unavailable();
+    if (finish == u"length"_s)
+        return translateError(502, u"The translation became too long and was cut off."_s);
+    return text.isString() ? Reply::json(200, {{u"text"_s, text.toString().trimmed()}}) : unavailable();
 }
 
 /// A request body that cannot be read again: keeps Qt from repeating a request whose connection breaks. Not a
@@ -176,8 +179,9 @@ void TranslationService::completeChat(const Request& request, HttpHandler::Respo
 }
 
 void TranslationService::translate(const Request& request, HttpHandler::Responder respond) {
-    // The language is a name, not a text that gives the model other instructions.
-    constexpr qsizetype maximumLanguageLength = 100;
+    // A name, not a text that gives the model other instructions.
+    static const QRegularExpression languageName(u"\\A\\p{L}[\\p{L}\\p{M} ()-]{0,99}\\z"_s);
+    constexpr int longestMinutes = 15;
     if (const auto checked = checkPost(request); !checked)
         return respond(checked.error());
     if (!m_accounts.bearer(request))
@@ -186,18 +190,23 @@ void TranslationService::translate(const Request& request, HttpHandler::Responde
     if (!body)
         return respond(body.error());
     const auto language = body->value(u"language"_s).toString();
-    if (language.isEmpty() || language.size() > maximumLanguageLength)
+    if (!languageName.match(language).hasMatch())
         return respond(translateError(400, u"language: a name is needed"_s));
     const auto audio = body->value(u"audio"_s).toString();
     const auto sound = measureEncodedWav(audio);
     if (!sound)
         return respond(translateError(400, u"audio: "_s + sound.error().description));
+    if (sound->rate != 16000 || sound->channels != 1)
+        return respond(translateError(400, u"audio: not 16 kHz, mono, 16-bit PCM"_s));
+    if (sound->duration > longestMinutes * 60)
+        return respond(
+            translateError(413, u"The recording is longer than %1 minutes."_s.arg(longestMinutes)));
     if (m_upstream.key.isEmpty())
         return respond(Reply::json(200, {{u"text"_s, describe(*sound, language)}}));
-    forward(chatBody(audio, language), [respond = std::move(respond)](const std::optional<Reply>& reply,
-                                                                      const QString&) {
-        respond(reply ? translation(*reply) : translateError(502, u"The model service did not answer"_s));
-    });
+    forward(chatBody(audio, sound->duration, language),
+            [respond = std::move(respond)](const std::optional<Reply>& reply, const QString&) {
+                respond(reply ? translation(*reply) : unavailable());
+            });
 }
 
 void TranslationService::forward(const QByteArray& body,

@@ -36,6 +36,8 @@ Sound measure(QByteArrayView samples, const Format& format) {
     }
     const double mean = count > 0 ? squares / static_cast<double>(count) : 0;
     return {.duration = static_cast<double>(count) / format.channels / format.rate,
+            .rate = format.rate,
+            .channels = format.channels,
             .loudness = 10 * std::log10(mean / (32768.0 * 32768.0))};
 }
 

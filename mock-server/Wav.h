@@ -10,6 +10,9 @@ namespace tavrik::mock {
 struct Sound {
     /// Seconds.
     double duration = 0;
+    /// Samples per second.
+    quint32 rate = 0;
+    quint16 channels = 0;
     /// Root mean square in dBFS; minus infinity for silence.
     double loudness = 0;
 };

@@ -3,14 +3,18 @@
 usage: test_translate.py TAVRIK-MOCK-SERVER PUBLIC-KEY [DENO FUNCTION-FOLDER]
 """
 
+import base64
+import http.client
 import json
 import os
 import pathlib
+import struct
 import subprocess
 import sys
 import tempfile
 import unittest
 import urllib.error
+import urllib.parse
 import urllib.request
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "desktop"))
@@ -34,11 +38,16 @@ def ask(url, method="GET", headers={}, body=None):
             return error.code, error.read()
 
 
+def silence(seconds, rate):
+    size = int(seconds * rate) * 2
+    return base64.b64encode(struct.pack("<4sI8sIHHIIHH4sI", b"RIFF", 36 + size, b"WAVEfmt ", 16, 1, 1, rate, rate * 2,
+                                        2, 16, b"data", size) + bytes(size)).decode()
+
+
 class Deno(desk.Process):
     """The deployed function, with the addresses of a project and a model service."""
 
-    def __init__(self, project, models):
-        subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
+    def __init__(self, project, models, **settings):
         self._entry = tempfile.NamedTemporaryFile(suffix=".ts")
         self._entry.write(f'''
             import {{ translate }} from {json.dumps(pathlib.Path(FUNCTION, "translate.ts").as_uri())};
@@ -46,35 +55,54 @@ class Deno(desk.Process):
             Deno.serve({{ hostname: "127.0.0.1", port: 0, onListen }}, translate);'''.encode())
         self._entry.flush()
         super().__init__(DENO, "run", "--no-lock", "--no-remote", "--allow-net=127.0.0.1", "--allow-env",
-                         self._entry.name, env={"SUPABASE_URL": project, "OPENROUTER_URL": models, **OWNER})
+                         self._entry.name,
+                         env={"SUPABASE_URL": project, "OPENROUTER_URL": models, **OWNER, **settings})
         self.url = next(line.strip() for line in self.process.stdout if line.startswith("http"))
 
 
-class Translate(unittest.TestCase):
+class Suite(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.models = cls.enterClassContext(desk.Backend(MOCK_SERVER, 0))
-        project = cls.enterClassContext(desk.Backend(MOCK_SERVER, 0, "--upstream", cls.models.url, env=OWNER)).url
-        cls.function = f"{project}/functions/v1/translate"
+        cls.project = cls.enterClassContext(desk.Backend(MOCK_SERVER, 0, "--upstream", cls.models.url, env=OWNER))
+        cls.function = f"{cls.project.url}/functions/v1/translate"
         if DENO:
-            cls.function = cls.enterClassContext(Deno(project, cls.models.url)).url
-        status, session = ask(f"{project}/auth/v1/signup", "POST",
-                              {"apikey": PUBLIC_KEY, "Content-Type": "application/json"},
+            cls.function = cls.enterClassContext(Deno(cls.project.url, cls.models.url)).url
+        status, session = ask(f"{cls.project.url}/auth/v1/signup", "POST", {"apikey": PUBLIC_KEY, **desk.JSON},
                               b'{"email": "someone@example.org", "password": "correct horse"}')
         assert status == 200, session
-        cls.token = json.loads(session)["access_token"]
+        cls.session = json.loads(session)
+
+    def setUp(self):
+        self.models.forget()
+        self.project.forget()
+
+    def headers(self, row={}):
+        token = PUBLIC_KEY if row.get("token") == "PUBLIC" else row.get("token", self.session["access_token"])
+        return {"apikey": PUBLIC_KEY, "Authorization": f"Bearer {token}",
+                "Content-type": row.get("type", "application/json")}
 
     def translate(self, row):
-        token = PUBLIC_KEY if row.get("token") == "PUBLIC" else row.get("token", self.token)
-        headers = {"apikey": PUBLIC_KEY, "Authorization": f"Bearer {token}",
-                   "Content-type": row.get("type", "application/json")}
+        if "silence" in row:
+            row = {**row, "audio": silence(*row["silence"])}
         members = {name: row.get(name, default) for name, default in DEFAULTS.items() if row.get(name, default)}
         body = row.get("body", json.dumps(members))
-        status, answer = ask(self.function, row.get("method", "POST"), headers, body and body.encode())
+        status, answer = ask(self.function, row.get("method", "POST"), self.headers(row), body and body.encode())
         return [status, json.loads(answer)]
 
+    def asked(self):
+        """What the model was asked last."""
+        return json.loads(ask(f"{self.models.url}/control/body")[1])
+
+
+class Translate(Suite):
+    def test_turns_away_without_asking_anybody(self):
+        for name, row in TABLE["turned away"].items():
+            with self.subTest(name):
+                self.assertEqual(self.translate(row), row["answer"])
+        self.assertEqual(self.project.requests("/auth/v1/user"), [])
+
     def test_refuses_without_asking_the_model(self):
-        self.models.forget()
         for name, row in TABLE["refused"].items():
             with self.subTest(name):
                 self.assertEqual(self.translate(row), row["answer"])
@@ -86,15 +114,62 @@ class Translate(unittest.TestCase):
                 reply = {"ending": "reset"} if row["model"] is None else dict(zip(("status", "body"), row["model"]))
                 self.models.forget()
                 self.models.script({"path": desk.CHAT, **reply})
-                self.assertEqual(self.translate(row), row["answer"])
-                self.assertEqual(json.loads(ask(f"{self.models.url}/control/body")[1]), TABLE["asked"])
+                self.assertEqual(self.translate(row), row.get("answer", TABLE["unavailable"]))
                 request, = self.models.requests()
                 self.assertEqual(request["headers"]["authorization"], "Bearer sk-owner")
                 self.assertNotIn("apikey", request["headers"])
+                asked = self.asked()
+                if "silence" in row:
+                    self.assertEqual(asked["max_tokens"], row["max_tokens"])
+                else:
+                    expected = json.dumps(TABLE["asked"]).replace("German", row.get("language", "German"))
+                    self.assertEqual(asked, json.loads(expected))
+
+
+class Deployed(Suite):
+    """What the mock server's function lacks."""
+
+    def test_reads_no_more_than_the_longest_recording(self):
+        size = 39_000_000
+        for header, value, sent in (("Content-Length", "100000000", b""),
+                                    ("Transfer-Encoding", "chunked", b"%x\r\n" % size + b" " * size)):
+            with self.subTest(header):
+                connection = http.client.HTTPConnection(urllib.parse.urlparse(self.function).netloc, timeout=20)
+                self.addCleanup(connection.close)
+                connection.putrequest("POST", "/")
+                for name, content in {**self.headers(), header: value}.items():
+                    connection.putheader(name, content)
+                connection.endheaders()
+                connection.send(sent)
+                answer = connection.getresponse()
+                self.assertEqual([answer.status, json.load(answer)], TABLE["too long"])
+
+    def test_the_owners_settings(self):
+        self.function = self.enterContext(Deno(
+            self.project.url, self.models.url, OPENROUTER_DATA_COLLECTION="allow", DAILY_LIMIT_SECONDS="60",
+            SUPABASE_SECRET_KEYS='{"default": "sb_secret"}')).url
+        self.models.script({"body": {"choices": [{"message": {"content": "Hallo"}}]}})
+        for name, row in TABLE["limited"].items():
+            with self.subTest(name):
+                self.project.script(row["project"])
+                self.assertEqual(self.translate({}), row.get("answer", TABLE["unavailable"]))
+                self.assertEqual(self.project.requests()[-1]["path"], row["project"]["path"])
+        self.assertEqual(len(self.models.requests()), 1)
+        self.assertEqual(self.asked()["provider"], {"data_collection": "allow"})
+
+        self.project.script({"path": "/rest/v1/rpc/count_speech", "body": False})
+        self.translate({})
+        request = self.project.requests()[-1]
+        self.assertEqual((request["headers"]["apikey"], request["headers"]["authorization"]),
+                         ("sb_secret", "Bearer sb_secret"))
+        self.assertEqual(json.loads(ask(f"{self.project.url}/control/body")[1]),
+                         dict(zip(TABLE["counted"], (self.session["user"]["id"], 0.0005, 60))))
 
 
 if __name__ == "__main__":
-    if len(sys.argv) > 4 and not os.access(DENO, os.X_OK):
+    if DENO and not os.access(DENO, os.X_OK):
         print(f"SKIPPED: there is no {DENO}; scripts/deno installs it")
         sys.exit(77)
-    desk.main()
+    if DENO:
+        subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
+    desk.main("Translate", *["Deployed"] * bool(DENO))

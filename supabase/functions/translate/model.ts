@@ -1,5 +1,5 @@
-/** A translation, or why there is none. */
-export type Answer = { text: string } | { error: string };
+import { readText } from "./body.ts";
+import { type Json, object, parse } from "./json.ts";
 
 function promptFor(language: string): string {
   return "You will receive an audio clip of someone speaking, mostly in Persian (Farsi), possibly mixing in some " +
@@ -8,58 +8,50 @@ function promptFor(language: string): string {
     " text — no quotes, no preamble, no explanations.";
 }
 
-type Json = Record<string, unknown>;
-
-function object(value: unknown): Json | undefined {
-  return value !== null && typeof value === "object" && !Array.isArray(value) ? value as Json : undefined;
+/** Several times what is said in the time, in scripts of many tokens a word, and room for a model that thinks first. */
+function mostTokens(seconds: number): number {
+  return 4_000 + 30 * Math.ceil(seconds);
 }
 
-function parse(body: string): Json | undefined {
-  try {
-    return object(JSON.parse(body));
-  } catch {
-    return undefined;
+/** Throws, without a word of the reply, when it holds no translation. */
+function read(status: number, reply: Json | undefined): string | undefined {
+  const error = object(reply?.error);
+  const choice = Array.isArray(reply?.choices) ? object(reply.choices[0]) : undefined;
+  const text = object(choice?.message)?.content;
+  if (!error && choice?.finish_reason === "length") return undefined;
+  if (error || typeof text !== "string" || choice?.finish_reason === "error") {
+    throw new Error(`model service: HTTP ${typeof error?.code === "number" ? error.code : status}`);
   }
+  return text.trim();
 }
 
-function read(status: number, body: string): Answer {
-  if (body === "") return { error: "Empty response from OpenRouter" };
-  const reply = parse(body);
-  if (!reply) return { error: "Unparseable response from OpenRouter" };
-  const message = object(reply.error)?.message;
-  if (typeof message === "string") return { error: message };
-  if (Array.isArray(reply.choices) && reply.choices.every(object)) {
-    const content = object(reply.choices[0]?.message)?.content;
-    if (typeof content === "string") return { text: content.trim() };
-  }
-  return { error: `Unexpected response (HTTP ${status})` };
-}
-
-/** Has the model service translate a WAV file in base64. Settled within the minute that the program waits. */
-export async function askModel(audio: string, language: string): Promise<Answer> {
+/**
+ * Has the model service translate a WAV file in base64; undefined when the translation was cut off. Rejects when the
+ * service fails. Settled soon enough for the minute that the program waits.
+ */
+export async function askModel(audio: string, seconds: number, language: string): Promise<string | undefined> {
   const service = Deno.env.get("OPENROUTER_URL") ?? "https://openrouter.ai";
-  try {
-    const response = await fetch(`${service}/api/v1/chat/completions`, {
-      method: "POST",
-      headers: {
-        Authorization: `Bearer ${Deno.env.get("OPENROUTER_API_KEY")}`,
-        "Content-Type": "application/json",
-      },
-      body: JSON.stringify({
-        model: Deno.env.get("OPENROUTER_MODEL") ?? "google/gemini-2.5-flash",
-        temperature: 0.2,
-        messages: [{
-          role: "user",
-          content: [
-            { type: "text", text: promptFor(language) },
-            { type: "input_audio", input_audio: { data: audio, format: "wav" } },
-          ],
-        }],
-      }),
-      signal: AbortSignal.timeout(50_000),
-    });
-    return read(response.status, await response.text());
-  } catch {
-    return { error: "The model service did not answer" };
-  }
+  const tokens = mostTokens(seconds);
+  const response = await fetch(`${service}/api/v1/chat/completions`, {
+    method: "POST",
+    headers: {
+      Authorization: `Bearer ${Deno.env.get("OPENROUTER_API_KEY")}`,
+      "Content-Type": "application/json",
+    },
+    body: JSON.stringify({
+      model: Deno.env.get("OPENROUTER_MODEL") ?? "google/gemini-2.5-flash",
+      temperature: 0.2,
+      max_tokens: tokens,
+      provider: { data_collection: Deno.env.get("OPENROUTER_DATA_COLLECTION") ?? "deny" },
+      messages: [{
+        role: "user",
+        content: [
+          { type: "text", text: promptFor(language) },
+          { type: "input_audio", input_audio: { data: audio, format: "wav" } },
+        ],
+      }],
+    }),
+    signal: AbortSignal.timeout(45_000),
+  });
+  return read(response.status, parse(await readText(response, 64_000 + 64 * tokens) ?? ""));
 }
