@@ -36,11 +36,11 @@ private:
     X11Keyboard m_keyboard;
 };
 
-/// The hot key held down: Alt+Space, which a new user has; in a Wayland session, where Alt+Space may be the
-/// desktop's own, Control+Alt+Space.
+/// The hot key: Alt+Space, which a new user has; in a Wayland session, where Alt+Space may be the desktop's
+/// own, Control+Alt+Space.
 class HotKeyHold {
 public:
-    HotKeyHold() {
+    void press() {
         for (const int key : keys())
             m_keyboard.press(key, true);
     }

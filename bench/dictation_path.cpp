@@ -75,6 +75,9 @@ public:
     Desk(const QString& tavrik, const QString& backend, const QString& port, QString script)
         : m_script(std::move(script)) {
         m_url = startBackend(m_backend, backend, {"--port", port, "--control"});
+        // The virtual microphone then works in blocks of 10 ms, as a sound card would for the program; idle,
+        // of 50 ms.
+        m_silence.start("pacat", {"--latency-msec=10", "--device=vmic", "/dev/zero"});
         run(tavrik, {"preferences", "set", "openrouter_api_key", "-"}, "bench\n");
         run(tavrik, {"preferences", "set", "hotkey_modifiers", HotKeyHold::modifiers()});
         editor.show();
@@ -93,8 +96,9 @@ public:
 
     Times dictate() {
         script();
-        const double pressed = now();
         HotKeyHold hold;
+        const double pressed = now();
+        hold.press();
         const double sampled = waitForSample();
         speak();
         const double released = now();
@@ -173,6 +177,7 @@ private:
     QString m_script;
     QString m_url;
     Process m_backend;
+    Process m_silence;
 };
 
 double medianOf(const std::vector<Desk::Times>& rounds, double Desk::Times::* field) {

@@ -103,6 +103,7 @@ struct Times {
 void dictate(Backend& backend, Times& times) {
     backend.willTranslate();
     HotKeyHold hold;
+    hold.press();
     speak();
     hold.release();
     const double released = now();
