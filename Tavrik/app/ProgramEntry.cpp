@@ -64,6 +64,8 @@ int withApplication(char* name, QByteArray platformName, const std::function<int
     int count = arguments.size() - 1;
     const QApplication application(count, arguments.data());
     QApplication::setQuitOnLastWindowClosed(false);
+    // What trays and assistive technology call it.
+    QApplication::setApplicationName(u"Tavrik"_s);
     QGuiApplication::setDesktopFileName(u"io.nordvex.tavrik"_s);
     return main();
 }

@@ -105,20 +105,21 @@ struct Platform::Foundation {
     /// In Wayland sessions.
     std::optional<Portals> portals;
     X11Keyboard keyboard;
+    XEmbedTray embeddingTray;
     WaylandConnection wayland;
     WaylandKeyboard waylandKeyboard{wayland};
     std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
 };
 
 Platform::Platform(MainQueue& queue)
-    : m_foundation(std::make_unique<Foundation>()), alerts(std::make_unique<MessageBoxAlerts>(queue)),
-      appearance(std::make_unique<PortalAppearance>()), days(std::make_unique<LinuxDayWatcher>()),
-      keyReader(std::make_unique<XkbKeyReader>()), links(std::make_unique<QtLinkOpener>()),
+    : m_foundation(std::make_unique<Foundation>()), appearance(std::make_unique<PortalAppearance>()),
+      days(std::make_unique<LinuxDayWatcher>()), keyReader(std::make_unique<XkbKeyReader>()),
+      links(std::make_unique<QtLinkOpener>()),
       loginItem(std::make_unique<AutostartEntry>(AutostartEntry::standardFile(),
                                                  QCoreApplication::applicationFilePath())),
       microphone(std::make_unique<PulseMicrophone>(m_foundation->sound)),
       sounds(std::make_unique<PulseSoundPlayer>(m_foundation->sound)),
-      statusItem(std::make_unique<TrayStatusItem>(&hasXEmbedTray)) {
+      statusItem(std::make_unique<TrayStatusItem>(m_foundation->embeddingTray)) {
     folders = std::make_unique<FileManagerRevealer>(*links);
     secureSlot = std::make_unique<SecretServiceSlot>(
         queue, platformFolders().applicationSupport + u"/.signed-out"_s, QDBusConnection::sessionBus());
@@ -127,6 +128,7 @@ Platform::Platform(MainQueue& queue)
     choosePasteKeys(chooseClipboard());
     chooseHotKeys();
     chooseWindows();
+    alerts = std::make_unique<MessageBoxAlerts>(queue, *windowActivator);
 }
 
 Platform::~Platform() = default;

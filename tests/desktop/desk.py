@@ -66,6 +66,12 @@ def windows(*which):
     return run("xdotool", "search", "--onlyvisible", *which, check=False).split()
 
 
+def named(*which):
+    """The program's windows and alerts; not its icon, which has the same name."""
+    return [window for window in windows(*which, "--name", "^Tavrik$")
+            if "22x22" not in run("xdotool", "getwindowgeometry", window, check=False)]
+
+
 def front():
     """The name of the window in front, if there is one."""
     return run("xdotool", "getactivewindow", "getwindowname", check=False).strip()
@@ -235,7 +241,7 @@ class Tavrik(Process):
         return windows("--pid", self.process.pid)
 
     def alerts(self):
-        return windows("--all", "--pid", self.process.pid, "--name", "^Tavrik$")
+        return named("--all", "--pid", self.process.pid)
 
     def panel(self):
         """Whether the panel shows, while neither a menu nor the main window does."""
@@ -327,7 +333,7 @@ class Window:
 
     def __init__(self, program):
         self._program = program
-        self.id = wait_for("the window", lambda: windows("--name", "^Tavrik$"))[0]
+        self.id = wait_for("the window", named)[0]
         self.activate()
 
     def activate(self):

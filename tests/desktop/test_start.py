@@ -138,15 +138,21 @@ class Start(unittest.TestCase):
                     "-m", "org.freedesktop.Application.Activate", "{}")
         desk.run(*activate)
         time.sleep(1.5)
-        self.assertEqual(desk.windows("--name", "^Tavrik$"), [])
+        self.assertEqual(desk.named(), [])
         desk.run(*activate)
-        desk.wait_for("the window", lambda: desk.windows("--name", "^Tavrik$"))
-        # Without an icon they would see nothing at all. No other suite needs the bar.
+        desk.wait_for("the window", desk.named)
+        # Without an icon they would see nothing at all.
         self.doCleanups()
-        os.kill(int(pathlib.Path(os.environ["VDESK"], "pid", "06-tint2").read_text()), signal.SIGTERM)
-        self.start({"DBUS_STARTER_BUS_TYPE": "session"})
+        desktop = pathlib.Path(os.environ["VDESK"])
+        os.kill(int((desktop / "pid/06-tint2").read_text()), signal.SIGTERM)
+        program = self.start({"DBUS_STARTER_BUS_TYPE": "session"})
         desk.run(*activate)
-        desk.wait_for("the window", lambda: desk.windows("--name", "^Tavrik$"))
+        desk.wait_for("the window", desk.named)
+        # The icon comes with the bar.
+        self.assertRegex(run({}, "status").stdout, "tray: +not working")
+        self.enterContext(desk.Process("tint2", "-c", desktop / "cfg/tint2/tint2rc", log=os.devnull))
+        desk.wait_for("the icon and its name", lambda: set(desk.windows("--all", "--pid", program.pid, "--name", "^Tavrik$"))
+                      - set(desk.named()))
 
     def test_hung(self):
         program = self.start()

@@ -175,7 +175,7 @@ class MainWindow(desk.Suite):
         frame = desk.run("xwininfo", "-id", self.window.id)
         x, y, width = (int(re.search(rf"{key}: *(\d+)", frame)[1]) for key in ("left X", "left Y", "Width"))
         desk.run("xdotool", "mousemove", str(x + width - 11), str(y - 11), "click", "1")
-        desk.wait_for("the window to close", lambda: not desk.windows("--name", "^Tavrik$"))
+        desk.wait_for("the window to close", lambda: not desk.named())
         self.assertIsNone(self.tavrik.process.poll())
 
     def test_the_browser_signs_in(self):

@@ -1,4 +1,5 @@
 #include "platform/qt/MessageBoxAlerts.h"
+#include "platform/qt/QtWindowActivator.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -15,7 +16,8 @@ class TestAlerts : public QObject {
     Q_OBJECT
 
     MainQueue m_queue;
-    MessageBoxAlerts m_alerts{m_queue};
+    QtWindowActivator m_activator;
+    MessageBoxAlerts m_alerts{m_queue, m_activator};
 
     static QMessageBox* box() { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); }
     static QTextEdit* view() { return box()->findChild<QTextEdit*>(); }

@@ -2,16 +2,12 @@
 #include "platform/null/NullServices.h"
 #include "platform/portal/FallbackHotKeyBackend.h"
 #include "platform/portal/GlobalShortcutsBackend.h"
-#include "platform/portal/HoldTracker.h"
 #include "platform/portal/PortalConnection.h"
 #include "platform/portal/PortalGrants.h"
 #include "platform/portal/PortalShortcut.h"
 #include "support/FakePortal.h"
 
-#include <QTemporaryDir>
 #include <QTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -21,7 +17,6 @@ namespace {
 
 constexpr KeyCombination altSpace{49, KeyCombination::option};
 const auto id = u"dictate-2048-49"_s;
-const auto session = u"/session"_s;
 
 QVariantMap shortcuts(const QString& trigger) {
     return {
@@ -35,16 +30,14 @@ public:
 
 /// The program, from launch to launch.
 struct Program {
-    Program(const FakePortal& portal, const QString& path, PermissionRequest request)
-        : connection(portal.client()), grants(path) {
+    Program(const FakePortal& portal, PermissionRequest request)
+        : connection(portal.client()), grants(portal.grantsPath()) {
         repeat.setSettings({true, 80ms, 10ms});
-        const auto note = [this](const QString& event) {
-            return [this, event] {
-                log += event;
-            };
-        };
         hotKey = backend.registerHotKey(altSpace, request,
-                                        {note(u"pressed"_s), note(u"released"_s), note(u"settled"_s)});
+                                        {[this] { log += u"pressed"_s; }, [this] { log += u"released"_s; },
+                                         [this] {
+                                             log += u"settled"_s;
+                                         }});
     }
 
     PortalConnection connection;
@@ -61,42 +54,41 @@ struct Program {
 class TestGlobalShortcuts : public QObject {
     Q_OBJECT
 
-    QTemporaryDir m_folder;
-    QString m_path;
     std::unique_ptr<FakePortal> m_portal;
     std::unique_ptr<Program> m_program;
 
     void launch(PermissionRequest request = PermissionRequest::once) {
         m_program.reset();
         m_portal->calls.clear();
-        m_program = std::make_unique<Program>(*m_portal, m_path, request);
+        m_program = std::make_unique<Program>(*m_portal, request);
         QTRY_COMPARE(m_program->log, QStringList{u"settled"_s});
         m_program->log.clear();
     }
 
     static void send(const QString& name, const QString& shortcut = id) {
-        QDBusConnection(u"portal"_s)
-            .send(QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
-                                             u"org.freedesktop.portal.GlobalShortcuts"_s, name)
-                  << QVariant::fromValue(QDBusObjectPath(session)) << shortcut << 0ULL << QVariantMap());
+        FakePortal::sendShortcutSignal(name, shortcut);
     }
+
+    void respond(const QString& method, const QVariantMap& results) {
+        m_portal->responses.insert(method, {0, results});
+    }
+
+    ServiceStatus status() const { return m_program->hotKey->status(); }
 
 private Q_SLOTS:
     void init() {
-        static int number = 0;
-        m_path = m_folder.filePath(u"%1/portals.json"_s.arg(++number));
         m_program.reset();
         m_portal.reset();
         m_portal = std::make_unique<FakePortal>();
         m_portal->versions.insert(u"GlobalShortcuts"_s, 1);
-        m_portal->responses = {{u"CreateSession"_s, {0, {{u"session_handle"_s, session}}}},
+        m_portal->responses = {{u"CreateSession"_s, {0, {{u"session_handle"_s, u"/session"_s}}}},
                                {u"ListShortcuts"_s, {}},
                                {u"BindShortcuts"_s, {2, shortcuts(u"Alt+Space"_s)}}};
     }
 
     void bindsAndFollowsTheKey() {
         launch();
-        QTRY_VERIFY(m_program->hotKey->status().works);
+        QTRY_VERIFY(status().works);
         QCOMPARE(m_program->hotKey->assignedTrigger(), u"Alt+Space"_s);
         QCOMPARE(m_portal->calls, (QStringList{u"CreateSession"_s, u"ListShortcuts"_s, u"BindShortcuts"_s}));
         const auto bound = qdbus_cast<PortalShortcuts>(m_portal->arguments.value(u"BindShortcuts"_s).at(1));
@@ -108,27 +100,27 @@ private Q_SLOTS:
         send(u"Activated"_s);
         QTRY_COMPARE(m_program->log, (QStringList{u"pressed"_s, u"released"_s, u"pressed"_s}));
         QDBusConnection(u"portal"_s)
-            .send(QDBusMessage::createSignal(session, u"org.freedesktop.portal.Session"_s, u"Closed"_s)
+            .send(QDBusMessage::createSignal(u"/session"_s, u"org.freedesktop.portal.Session"_s, u"Closed"_s)
                   << QVariantMap());
         QTRY_COMPARE(m_program->log.last(), u"released"_s);
-        QVERIFY(!m_program->hotKey->status().works);
+        QVERIFY(!status().works);
     }
 
     void asksTheUserOnce() {
         m_portal->responses.remove(u"BindShortcuts"_s);
-        m_program = std::make_unique<Program>(*m_portal, m_path, PermissionRequest::once);
+        m_program = std::make_unique<Program>(*m_portal, PermissionRequest::once);
         QTRY_VERIFY(m_program->grants.wasAskedForShortcut(id)); // the dialog is open when the program ends
         launch();
-        QVERIFY(m_program->hotKey->status().reason.contains(u"not allowed"_s));
+        QVERIFY(status().reason.contains(u"not allowed"_s));
         QVERIFY(!m_portal->calls.contains(u"BindShortcuts"_s));
-        m_portal->responses.insert(u"BindShortcuts"_s, {0, shortcuts(u"Alt+Space"_s)});
+        respond(u"BindShortcuts"_s, shortcuts(u"Alt+Space"_s));
         launch(PermissionRequest::byUser);
-        QTRY_VERIFY(m_program->hotKey->status().works);
+        QTRY_VERIFY(status().works);
         launch(); // given, but not listed
         QVERIFY(m_portal->calls.contains(u"BindShortcuts"_s));
-        m_portal->responses.insert(u"ListShortcuts"_s, {0, shortcuts(u"Alt+Space"_s)});
+        respond(u"ListShortcuts"_s, shortcuts(u"Alt+Space"_s));
         launch();
-        QTRY_VERIFY(m_program->hotKey->status().works);
+        QTRY_VERIFY(status().works);
         QVERIFY(!m_portal->calls.contains(u"BindShortcuts"_s));
     }
 
@@ -142,10 +134,10 @@ private Q_SLOTS:
         FakePortal::offer(u"org.kde.kglobalaccel"_s, true);
         m_portal->replies.insert(u"action"_s, QStringList{u"kwin"_s, u"Menu"_s, u"KWin"_s, u"Window menu"_s});
         for (const auto& [results, reason] : table) {
-            m_portal->responses.insert(u"BindShortcuts"_s, {0, results});
+            respond(u"BindShortcuts"_s, results);
             launch(PermissionRequest::byUser);
-            QTRY_VERIFY2(m_program->hotKey->status().reason.contains(reason), qPrintable(reason));
-            QVERIFY(!m_program->hotKey->status().works);
+            QTRY_VERIFY2(status().reason.contains(reason), qPrintable(reason));
+            QVERIFY(!status().works);
         }
         QCOMPARE(m_portal->arguments.value(u"action"_s).first().toInt(), int(Qt::ALT) | Qt::Key_Space);
     }
@@ -156,7 +148,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_program->log, QStringList{u"pressed"_s});
         FakePortal::offer(FakePortal::service(), false);
         QTRY_COMPARE(m_program->log.last(), u"released"_s);
-        m_portal->responses.insert(u"ListShortcuts"_s, {0, shortcuts(u"F6"_s)});
+        respond(u"ListShortcuts"_s, shortcuts(u"F6"_s));
         FakePortal::offer(FakePortal::service(), true);
         QTRY_COMPARE(m_program->hotKey->assignedTrigger(), u"F6"_s);
     }
@@ -164,11 +156,11 @@ private Q_SLOTS:
     void givesWayWhereThereIsNoPortal() {
         m_portal->versions.clear();
         launch();
-        QTRY_COMPARE(m_program->hotKey->status().reason, u"fallback"_s);
+        QTRY_COMPARE(status().reason, u"fallback"_s);
         m_portal->versions.insert(u"GlobalShortcuts"_s, 1);
         FakePortal::offer(FakePortal::service(), false);
         FakePortal::offer(FakePortal::service(), true);
-        QTRY_VERIFY(m_program->hotKey->status().works);
+        QTRY_VERIFY(status().works);
         QCOMPARE(m_program->log, QStringList());
     }
 
@@ -184,53 +176,6 @@ private Q_SLOTS:
         m_program->hotKey->setRecording(true);
         send(u"Activated"_s);
         QTRY_COMPARE(m_program->log.mid(2), (QStringList{u"pressed"_s, u"released"_s}));
-    }
-
-    void findsTheEndOfAHold() {
-        const auto run = [](int first, int last, int interval = 30) {
-            QList<int> times;
-            for (int time = first; time <= last; time += interval)
-                times += time;
-            return times;
-        };
-        const auto usual = KeyRepeat::Settings{true, 500ms, 33ms};
-        const struct {
-            const char* name;
-            std::optional<KeyRepeat::Settings> repeat;
-            QList<int> activations;
-            int released;
-            int busyFrom = 0; // the compositor
-            int busyUntil = 0;
-        } table[] = {
-            {"a hold", usual, QList<int>{0} + run(500, 2000), 2200},
-            {"slow repeats", {{true, 1000ms, 200ms}}, QList<int>{0} + run(1000, 3000, 200), 3880},
-            {"a late repeat", usual, QList<int>{0} + run(500, 980) + run(1100, 2000), 2200},
-            {"a busy compositor", usual, QList<int>{0} + run(500, 980) + run(1700, 2000), 2200, 990, 1690},
-            {"pressed again before it repeats", usual, QList<int>{0, 250} + run(750, 1500), 1700},
-            {"pressed again soon after", usual,
-             QList<int>{0} + run(500, 980) + QList<int>{1090} + run(1590, 2000), 2200},
-            {"no repeats", {{false, 500ms, 33ms}}, {0, 4000}, 4000},
-            {"releases are told", {}, {0, 600, 700}, -1},
-        };
-        for (const auto& row : table) {
-            HoldTracker hold;
-            hold.setRepeat(row.repeat);
-            int end = -1;
-            bool doubted = false;
-            for (int time = 0; end < 0 && time < 6000; ++time) {
-                const HoldTracker::TimePoint now{time * 1ms};
-                auto event = row.activations.contains(time) ? hold.activated(now) : hold.timePassed(now);
-                hold.setRecording(true);
-                doubted |= event == HoldTracker::Event::doubted;
-                if (doubted && (time < row.busyFrom || time >= row.busyUntil)) {
-                    doubted = false;
-                    event = hold.answered(now);
-                }
-                if (event == HoldTracker::Event::released)
-                    end = time;
-            }
-            QVERIFY2(qAbs(end - row.released) <= 40, row.name);
-        }
     }
 };
 

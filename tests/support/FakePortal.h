@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QProcess>
 #include <QStringList>
+#include <QTemporaryDir>
 
 namespace tavrik {
 
@@ -44,12 +45,25 @@ public:
         return QDBusConnection::connectToBus(m_address, QStringLiteral("client"));
     }
 
+    /// What the program remembers of the portal, as long as that lasts.
+    QString grantsPath() const { return m_folder.filePath(QStringLiteral("grants/portals.json")); }
+
     static QString service() { return QStringLiteral("org.freedesktop.portal.Desktop"); }
 
     /// Whether a service of that name is on the bus.
     static void offer(const QString& service, bool offered) {
         QDBusConnection bus(QStringLiteral("portal"));
         offered ? bus.registerService(service) : bus.unregisterService(service);
+    }
+
+    /// Sends a signal about a shortcut of the session "/session".
+    static void sendShortcutSignal(const QString& name, const QString& shortcut, qulonglong time = 0) {
+        auto signal =
+            QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+                                       QStringLiteral("org.freedesktop.portal.GlobalShortcuts"), name);
+        signal << QVariant::fromValue(QDBusObjectPath(QStringLiteral("/session"))) << shortcut << time
+               << QVariantMap();
+        QDBusConnection(QStringLiteral("portal")).send(signal);
     }
 
     /// Methods in the order of their calls, without those that ask for versions and names.
@@ -104,6 +118,7 @@ public:
     }
 
 private:
+    QTemporaryDir m_folder;
     QProcess m_daemon;
     QString m_address;
 };

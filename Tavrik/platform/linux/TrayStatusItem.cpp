@@ -1,7 +1,9 @@
 #include "platform/linux/TrayStatusItem.h"
 
+#include "platform/linux/EmbeddingTray.h"
 #include "resources/Symbol.h"
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -13,23 +15,18 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QSystemTrayIcon>
-#include <QTimer>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace tavrik {
 
-using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
-const auto watcherPath = QStringLiteral("/StatusNotifierWatcher");
-/// An XEmbed tray does not announce itself. A minute is more than a session takes to start.
-constexpr int maxAttempts = 120;
-constexpr auto retryInterval = 500ms;
+const auto watcherService = u"org.kde.StatusNotifierWatcher"_s;
+const auto watcherPath = u"/StatusNotifierWatcher"_s;
 
 /// The symbol on a dark tile, since a program cannot tell whether the tray is light or dark. A filled symbol
 /// means "on" and is highlighted.
@@ -42,8 +39,7 @@ QPixmap tile(const QString& symbol, int size) {
     painter.setBrush(QColor(0x17, 0x17, 0x1a));
     painter.drawRoundedRect(pixmap.rect(), size / 4.0, size / 4.0);
     const int margin = qRound(size * 0.14);
-    const QColor colour =
-        symbol.endsWith(QStringLiteral(".fill")) ? QColor(0xf2, 0xa3, 0x3c) : QColor(Qt::white);
+    const QColor colour = symbol.endsWith(u".fill"_s) ? QColor(0xf2, 0xa3, 0x3c) : QColor(Qt::white);
     painter.drawImage(margin, margin, symbolImage(symbol, size - 2 * margin, colour));
     return pixmap;
 }
@@ -79,25 +75,23 @@ private:
 
 } // namespace
 
-TrayStatusItem::TrayStatusItem(std::function<bool()> hasXEmbedTray)
-    : m_hasXEmbedTray(std::move(hasXEmbedTray)), m_attemptsLeft(maxAttempts) {
+TrayStatusItem::TrayStatusItem(EmbeddingTray& embeddingTray) : m_embeddingTray(embeddingTray) {
     m_menu.installEventFilter(this);
     auto bus = QDBusConnection::sessionBus();
     const auto* watcher =
         new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayStatusItem::findTray);
-    bus.connect({}, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
-                SLOT(findTray()));
+    bus.connect({}, watcherPath, watcherService, u"StatusNotifierHostRegistered"_s, this, SLOT(findTray()));
+    connect(&m_embeddingTray, &EmbeddingTray::started, this, &TrayStatusItem::findTray);
     findTray();
 }
 
 TrayStatusItem::~TrayStatusItem() = default;
 
 ServiceStatus TrayStatusItem::status() const {
-    const auto backend = QStringLiteral("StatusNotifier or XEmbed");
+    const auto backend = u"StatusNotifier or XEmbed"_s;
     return m_icon ? ServiceStatus{backend, true}
-                  : ServiceStatus{backend, false,
-                                  QStringLiteral("The desktop has no bar that shows programs' icons.")};
+                  : ServiceStatus{backend, false, u"The desktop has no bar that shows programs' icons."_s};
 }
 
 void TrayStatusItem::setImage(const QString& symbol, const QString& description) {
@@ -118,10 +112,10 @@ void TrayStatusItem::setMenu(const QList<MenuItem>& items) {
             m_menu.addSeparator();
             continue;
         }
-        auto* action = m_menu.addAction(QString(item.title).replace(u'&', QStringLiteral("&&")));
+        auto* action = m_menu.addAction(QString(item.title).replace(u'&', u"&&"_s));
         action->setEnabled(static_cast<bool>(item.action));
         if (!item.keyEquivalent.isEmpty()) {
-            action->setShortcut(QKeySequence(QStringLiteral("Ctrl+") + item.keyEquivalent));
+            action->setShortcut(QKeySequence(u"Ctrl+"_s + item.keyEquivalent));
             action->setShortcutVisibleInContextMenu(true);
         }
         if (item.action)
@@ -146,10 +140,11 @@ bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event) {
 /// Qt chooses between StatusNotifier and XEmbed at the first icon, for good. The first icon waits for a tray,
 /// since at the start of a session the program may run before either.
 void TrayStatusItem::findTray() {
+    if (m_icon)
+        return;
     auto ask = QDBusMessage::createMethodCall(watcherService, watcherPath,
-                                              QStringLiteral("org.freedesktop.DBus.Properties"),
-                                              QStringLiteral("Get"));
-    ask.setArguments({watcherService, QStringLiteral("IsStatusNotifierHostRegistered")});
+                                              u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    ask.setArguments({watcherService, u"IsStatusNotifierHostRegistered"_s});
     // Asking must not start a watcher.
     ask.setAutoStartService(false);
     auto* call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(ask), this);
@@ -158,10 +153,8 @@ void TrayStatusItem::findTray() {
         if (m_icon)
             return;
         const QDBusPendingReply<QDBusVariant> hasHost(*call);
-        if ((hasHost.isValid() && hasHost.value().variant().toBool()) || m_hasXEmbedTray())
+        if ((hasHost.isValid() && hasHost.value().variant().toBool()) || m_embeddingTray.isRunning())
             makeIcon();
-        else if (--m_attemptsLeft > 0)
-            QTimer::singleShot(retryInterval, this, &TrayStatusItem::findTray);
     });
 }
 
@@ -184,6 +177,11 @@ void TrayStatusItem::updateIcon() {
     m_icon->setIcon(icon());
     m_icon->setToolTip(m_note.isEmpty() ? m_description : m_description + u'\n' + m_note);
     m_icon->show();
+    // By its title an embedded icon stands in the tray's list.
+    for (auto* widget : QApplication::topLevelWidgets()) {
+        if (widget->inherits("QSystemTrayIconSys"))
+            widget->setWindowTitle(u"Tavrik"_s);
+    }
 }
 
 const QIcon& TrayStatusItem::icon() {

@@ -12,14 +12,16 @@ class QSystemTrayIcon;
 
 namespace tavrik {
 
+class EmbeddingTray;
+
 /// The status item as a tray icon, StatusNotifier or XEmbed, whichever the desktop has. It appears with its
-/// first image.
+/// first image, or later with the first tray.
 class TrayStatusItem : public StatusItem {
     Q_OBJECT
 
 public:
-    /// `hasXEmbedTray` tells whether an XEmbed tray is running.
-    explicit TrayStatusItem(std::function<bool()> hasXEmbedTray);
+    /// The tray for desktops without StatusNotifier must outlive this.
+    explicit TrayStatusItem(EmbeddingTray& embeddingTray);
     ~TrayStatusItem() override;
 
     ServiceStatus status() const override;
@@ -43,8 +45,7 @@ private:
     QString m_description;
     QString m_note;
     QMenu m_menu;
-    std::function<bool()> m_hasXEmbedTray;
-    int m_attemptsLeft;
+    EmbeddingTray& m_embeddingTray;
     std::unique_ptr<QSystemTrayIcon> m_icon;
 };
 

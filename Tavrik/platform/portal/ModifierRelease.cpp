@@ -17,36 +17,42 @@ namespace {
 constexpr auto patience = 1s;
 constexpr auto pollInterval = 20ms;
 // From one modifier to the next, when a hand leaves the keyboard.
-constexpr auto settling = 100ms;
+constexpr auto settling = 180ms;
 // Both times are given in whole milliseconds.
 constexpr auto tolerance = 5ms;
 
 } // namespace
 
 ModifierRelease::ModifierRelease(const QDBusConnection& bus) : m_bus(bus) {
-    m_bus.connect({}, u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.GlobalShortcuts"_s,
-                  u"Deactivated"_s, this, SLOT(deactivated(QDBusMessage)));
+    const auto path = u"/org/freedesktop/portal/desktop"_s;
+    const auto interface = u"org.freedesktop.portal.GlobalShortcuts"_s;
+    m_bus.connect({}, path, interface, u"Activated"_s, this, SLOT(activated(QDBusMessage)));
+    m_bus.connect({}, path, interface, u"Deactivated"_s, this, SLOT(deactivated(QDBusMessage)));
+}
+
+void ModifierRelease::activated(const QDBusMessage& signal) {
+    follow(signal, false);
+}
+
+void ModifierRelease::deactivated(const QDBusMessage& signal) {
+    follow(signal, true);
 }
 
 /// The shortcut's id has its modifiers, as the preferences store them: "dictate-6144-49".
-void ModifierRelease::deactivated(const QDBusMessage& signal) {
+void ModifierRelease::follow(const QDBusMessage& signal, bool isRelease) {
     const auto arguments = signal.arguments();
-    m_keyUp.reset();
+    m_lastSignal.reset();
     if (arguments.value(1).toString().section(u'-', 1, 1).toUInt() == 0)
         return;
     const auto now = Clock::now();
     // Of the clock that all processes share; not every portal keeps to it.
     const Clock::time_point told{std::chrono::milliseconds(arguments.value(2).toLongLong())};
-    m_keyUp = told <= now && now - told < patience ? told : now;
+    m_lastSignal = {told <= now && now - told < patience ? told : now, isRelease};
 }
 
 void ModifierRelease::whenUp(QObject& owner, std::function<void()> up) {
-    look(owner, std::move(up), false);
-}
-
-void ModifierRelease::look(QObject& owner, std::function<void()> up, bool again) {
     const auto asked = Clock::now();
-    if (!m_keyUp || asked - *m_keyUp >= patience)
+    if (!m_lastSignal || asked - m_lastSignal->time >= patience)
         return up();
     const auto monitor = u"org.gnome.Mutter.IdleMonitor"_s;
     const auto call = QDBusMessage::createMethodCall(monitor, u"/org/gnome/Mutter/IdleMonitor/Core"_s,
@@ -54,17 +60,18 @@ void ModifierRelease::look(QObject& owner, std::function<void()> up, bool again)
     const auto bound = static_cast<int>(std::chrono::milliseconds(patience).count());
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, bound), &owner);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, &owner, up = std::move(up), asked, again] {
+            [this, watcher, &owner, up = std::move(up), asked] {
                 watcher->deleteLater();
-                const QDBusPendingReply<qulonglong> idle(*watcher);
-                if (idle.isError() || !m_keyUp)
+                const QDBusPendingReply<qulonglong> reply(*watcher);
+                if (reply.isError() || !m_lastSignal)
                     return up();
-                if (asked - std::chrono::milliseconds(idle.value()) <= *m_keyUp + tolerance)
-                    QTimer::singleShot(pollInterval, &owner, [this, &owner, up] { look(owner, up, true); });
-                else if (again)
-                    QTimer::singleShot(settling, &owner, up);
-                else
-                    up();
+                const std::chrono::milliseconds idle(reply.value());
+                const auto& [time, isRelease] = *m_lastSignal;
+                const bool isDown = isRelease && asked - idle <= time + tolerance;
+                if (!isDown && idle >= settling)
+                    return up();
+                QTimer::singleShot(isDown ? pollInterval : settling - idle, &owner,
+                                   [this, &owner, up] { whenUp(owner, up); });
             });
 }
 

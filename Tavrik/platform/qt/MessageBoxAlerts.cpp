@@ -1,5 +1,7 @@
 #include "platform/qt/MessageBoxAlerts.h"
 
+#include "platform/WindowActivator.h"
+
 #include <QElapsedTimer>
 #include <QGridLayout>
 #include <QGuiApplication>
@@ -15,6 +17,8 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
@@ -43,7 +47,7 @@ private:
     QElapsedTimer m_quiet;
 };
 
-constexpr QSize logoSize{48, 48};
+constexpr QSize pictureSize{48, 48};
 constexpr double narrowestText = 240;
 constexpr double widestText = 420;
 /// More than anybody reads, and less than takes a noticeable time to lay out.
@@ -85,7 +89,8 @@ QTextEdit* makeTextView(const QString& text, int greatestHeight) {
 
 } // namespace
 
-MessageBoxAlerts::MessageBoxAlerts(MainQueue& queue) : m_queue(queue) {}
+MessageBoxAlerts::MessageBoxAlerts(MainQueue& queue, WindowActivator& activator)
+    : m_queue(queue), m_activator(activator) {}
 
 MessageBoxAlerts::~MessageBoxAlerts() = default;
 
@@ -101,17 +106,17 @@ void MessageBoxAlerts::presentNext() {
     const auto& alert = m_pending.front().alert;
     m_box = std::make_unique<QMessageBox>();
     auto& box = *m_box;
-    box.setWindowTitle(QStringLiteral("Tavrik"));
-    if (m_icon.isNull())
-        m_icon = QIcon(QStringLiteral(":/tavrik/Logo.svg"));
-    box.setWindowIcon(m_icon);
-    if (alert.style == Alert::Style::warning)
-        box.setIcon(QMessageBox::Warning);
-    else
-        box.setIconPixmap(m_icon.pixmap(logoSize, box.devicePixelRatio()));
+    box.setWindowTitle(u"Tavrik"_s);
+    if (m_logo.isNull()) {
+        m_logo = QIcon(u":/tavrik/Logo.svg"_s);
+        m_warning = QIcon(u":/tavrik/Warning.svg"_s);
+    }
+    box.setWindowIcon(m_logo);
+    const auto& picture = alert.style == Alert::Style::warning ? m_warning : m_logo;
+    box.setIconPixmap(picture.pixmap(pictureSize, box.devicePixelRatio()));
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
-    if (auto* heading = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+    if (auto* heading = box.findChild<QLabel*>(u"qt_msgbox_label"_s)) {
         auto font = heading->font();
         font.setBold(true);
         heading->setFont(font);
@@ -135,7 +140,7 @@ void MessageBoxAlerts::presentNext() {
 
     QList<QAbstractButton*> buttons;
     for (const auto& title : alert.buttons) {
-        auto* button = box.addButton(QString(title).replace(u'&', QStringLiteral("&&")),
+        auto* button = box.addButton(QString(title).replace(u'&', u"&&"_s),
                                      buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
         button->setToolTip(alert.toolTips.value(buttons.size()));
         buttons += button;
@@ -157,7 +162,7 @@ void MessageBoxAlerts::presentNext() {
         box.windowHandle()->installEventFilter(new TypingFilter(&box));
     box.raise();
     if (takesKeyboard)
-        box.activateWindow();
+        m_activator.activate(*box.windowHandle(), {});
 }
 
 void MessageBoxAlerts::finish(int chosen) {

@@ -13,10 +13,13 @@ class QMessageBox;
 
 namespace tavrik {
 
+class WindowActivator;
+
 /// Alerts as message boxes, one at a time. No event loop is nested.
 class MessageBoxAlerts : public Alerts {
 public:
-    explicit MessageBoxAlerts(MainQueue& queue);
+    /// Both must outlive this.
+    MessageBoxAlerts(MainQueue& queue, WindowActivator& activator);
     ~MessageBoxAlerts() override;
 
     void show(const Alert& alert, std::function<void(int)> answered = {}) override;
@@ -31,8 +34,11 @@ private:
     void finish(int chosen);
 
     MainQueue& m_queue;
-    /// One for all boxes: Qt keeps what it has drawn of every single one. Loaded with the first.
-    QIcon m_icon;
+    WindowActivator& m_activator;
+    /// One for all boxes: Qt keeps what it has drawn of every single one. Loaded with
+    /// the first.
+    QIcon m_logo;
+    QIcon m_warning;
     /// The first is the one on the screen.
     std::deque<Pending> m_pending;
     std::unique_ptr<QMessageBox> m_box;

@@ -2,11 +2,28 @@
 
 #include "platform/x11/Xcb.h"
 
+#include <QCoreApplication>
+
 namespace tavrik {
 
-bool hasXEmbedTray() {
-    auto* connection = applicationConnection();
-    return connection && hasOwner(connection, xcbAtom(connection, "_NET_SYSTEM_TRAY_S0"));
+XEmbedTray::XEmbedTray() : m_connection(applicationConnection()) {
+    if (!m_connection)
+        return;
+    m_tray = xcbAtom(m_connection, "_NET_SYSTEM_TRAY_S0");
+    m_manager = xcbAtom(m_connection, "MANAGER");
+    QCoreApplication::instance()->installNativeEventFilter(this);
+}
+
+bool XEmbedTray::isRunning() const {
+    return m_connection && hasOwner(m_connection, m_tray);
+}
+
+bool XEmbedTray::nativeEventFilter(const QByteArray&, void* message, qintptr*) {
+    const auto* event = static_cast<const xcb_client_message_event_t*>(message);
+    if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && event->type == m_manager &&
+        event->data.data32[1] == m_tray)
+        Q_EMIT started();
+    return false;
 }
 
 } // namespace tavrik

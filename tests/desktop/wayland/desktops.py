@@ -149,21 +149,20 @@ class Desktop(contextlib.ExitStack):
         self.keyboard = Keyboard(socket)
 
     @contextlib.contextmanager
-    def held(self, *keys, order=-1, pause=0):
-        """They are let go in the opposite order, or with `order=1` in that in which they went down; a pause follows the first."""
+    def held(self, *keys, order=-1, pauses=()):
+        """They are let go in the opposite order, or with `order=1` in that in which they went down; the pauses in between."""
         for key in keys:
             self.keyboard.press(key)
         try:
             yield
         finally:
-            for key in keys[::order]:
+            for key, pause in itertools.zip_longest(keys[::order], pauses[:len(keys)], fillvalue=0):
                 self.keyboard.press(key, False)
                 time.sleep(pause)
-                pause = 0
 
-    def dictating(self, modifier_first, pause):
+    def dictating(self, modifier_first, pauses):
         """While it lasts the hot key is held."""
-        return self.held(*self.hot_key, order=1 if modifier_first else -1, pause=pause)
+        return self.held(*self.hot_key, order=1 if modifier_first else -1, pauses=pauses)
 
     @staticmethod
     def dialog(title):
@@ -298,13 +297,13 @@ class Labwc(Desktop):
         self.run_wlroots("labwc", socket="wayland-0")
 
     @contextlib.contextmanager
-    def dictating(self, modifier_first, pause):
+    def dictating(self, modifier_first, pauses):
         """One press begins, another one ends it."""
         order = 1 if modifier_first else -1
         with self.held(*self.hot_key, order=order):
             pass
         yield
-        with self.held(*self.hot_key, order=order, pause=pause):
+        with self.held(*self.hot_key, order=order, pauses=pauses):
             pass
 
 

@@ -9,6 +9,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -98,8 +99,8 @@ class Case:
     times: int = 1
     #: The modifier first, or as one mostly does.
     modifier_first: bool = False
-    #: Between the release of the first key and that of the others.
-    pause: float = 0
+    #: Between the release of one key and that of the next.
+    pauses: tuple = ()
     repeats: bool = False
 
 
@@ -111,9 +112,11 @@ CASES = {
     "persian_layout_x11": Case("x11", layout=1),
     "right_to_left": Case(text="سلام، امروز هوا «خیلی» خوب است ۱۲۳ و ما به پارک می‌رویم."),
     "long_text": Case(text="".join(f"{number:04} و " for number in range(571)) + "end"),
-    "modifier_still_down": Case(pause=0.8),
-    "modifier_still_down_x11": Case("x11", pause=0.8),
-    "modifier_first": Case(modifier_first=True, pause=0.1),
+    "modifier_still_down": Case(pauses=(0.8,)),
+    "modifier_still_down_x11": Case("x11", pauses=(0.8,)),
+    "modifier_first": Case(modifier_first=True, pauses=(0.1,)),
+    "slow_fingers": Case(pauses=(0.05, 0.15)),
+    "slow_fingers_modifier_first": Case(modifier_first=True, pauses=(0.15, 0.2)),
     "long_hold": Case(seconds=5),
     "long_hold_repeating": Case(seconds=5, repeats=True),
 }
@@ -149,7 +152,7 @@ class Wayland(desk.Suite):
         self.backend.script({"path": desk.CHAT, "status": 200,
                              "body": json.dumps({"choices": [{"message": {"content": case.text}}]})})
         records = len(self.tavrik.history())
-        with self.desktop.dictating(case.modifier_first, case.pause):
+        with self.desktop.dictating(case.modifier_first, case.pauses):
             pressed = time.monotonic()
             panel = desk.wait_for("the panel", self.tavrik.panel).pop()
             shown = time.monotonic()
@@ -205,6 +208,18 @@ class Wayland(desk.Suite):
             self.assertEqual(self.tavrik.stop(), 0)
             if DESKTOP.keeps_clipboard:
                 self.assertEqual(self.desktop.clipboard(), Case.text)
+
+    @unittest.skipUnless(DESKTOP.dialogs, "no portal is asked for permission there")
+    def test_crashes_of_the_portals(self):
+        self.launch()
+        bus = desktops.bus_object("org.freedesktop.DBus", "/")
+        with WINDOWS["wayland"]() as window:
+            for before, portal in enumerate(("portal.Desktop", "impl.portal.desktop.gnome")):
+                os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
+                desk.wait_for("the loss", lambda: not self.tavrik.working() >= NEEDED)
+                desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
+                self.dictate(Case(), window, before)
+                time.sleep(DESKTOP.rest)
 
     def test_asking_the_user(self):
         with tempfile.TemporaryDirectory() as data, unittest.mock.patch.dict(os.environ, XDG_DATA_HOME=data):
