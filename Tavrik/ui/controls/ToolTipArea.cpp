@@ -1,6 +1,7 @@
 #include "ui/controls/ToolTipArea.h"
 
 #include <QApplication>
+#include <QQuickWindow>
 #include <QStyle>
 #include <QToolTip>
 
@@ -13,11 +14,18 @@ void ToolTipArea::setHovered(bool hovered) {
         return;
     if (hovered) {
         m_rest.start(QApplication::style()->styleHint(QStyle::SH_ToolTip_WakeUpDelay), this);
+        connect(window(), &QWindow::visibleChanged, this, &ToolTipArea::followWindow, Qt::UniqueConnection);
     } else {
         m_rest.stop();
         QToolTip::hideText();
     }
     Q_EMIT hoveredChanged();
+}
+
+/// A window that is hidden under the pointer is not told that the pointer has left.
+void ToolTipArea::followWindow(bool visible) {
+    if (!visible)
+        setHovered(false);
 }
 
 void ToolTipArea::timerEvent(QTimerEvent* event) {

@@ -26,6 +26,8 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
+    void followWindow(bool visible);
+
     QString m_text;
     bool m_hovered = false;
     QBasicTimer m_rest;
