@@ -13,6 +13,7 @@
 #include <QRasterWindow>
 #include <QScreen>
 #include <QTest>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 using namespace tavrik;
@@ -36,6 +37,10 @@ protected:
 
 void click(const QPoint& where) {
     output(u"xdotool mousemove %1 %2 click 1"_s.arg(where.x()).arg(where.y()));
+}
+
+void setWorkArea(const QString& property, const QString& values) {
+    output(u"xprop -root -format %1 32c -set %1 %2"_s.arg(property, values));
 }
 
 constexpr QRect pill(560, 680, 160, 34);
@@ -151,6 +156,15 @@ private Q_SLOTS:
         QTRY_COMPARE(m_pressed, QStringList(u"cancel"_s));
     }
 
+    void noToolTipOutlivesThePanel() {
+        show();
+        QVERIFY(QTest::qWaitForWindowExposed(panel()));
+        output(u"xdotool mousemove %1 697"_s.arg(pill.right() - 17));
+        QTRY_VERIFY(QToolTip::isVisible());
+        m_hud.hide();
+        QTRY_VERIFY(!QToolTip::isVisible());
+    }
+
     void itComesWhereTheUserTypes() {
         output(u"xdotool mousemove 1200 400"_s);
         output(u"xrandr --setmonitor left 640/100x800/100+0+0 screen"_s);
@@ -160,14 +174,20 @@ private Q_SLOTS:
         editor.startCommand(u"xterm -geometry 40x10+100+100"_s);
         // The pointer is on the other screen.
         QTRY_COMPARE(placed().x(), 319);
+        setWorkArea(u"_GTK_WORKAREAS_D0"_s, u"0,0,640,600,640,0,640,800"_s);
+        QCOMPARE(placed(), QPoint(319, 500));
         editor.terminate();
         editor.waitForFinished();
         // Nobody types: where the pointer is.
-        QTRY_COMPARE(placed().x(), 959);
+        QTRY_COMPARE(placed(), QPoint(959, 700));
+        output(u"xprop -root -remove _GTK_WORKAREAS_D0"_s);
         output(u"xrandr --delmonitor left"_s);
         output(u"xrandr --delmonitor right"_s);
         // The tray's bar is at the top.
         QTRY_COMPARE(placed(), QPoint(639, 700));
+        setWorkArea(u"_NET_WORKAREA"_s, u"0,30,1280,600"_s);
+        QCOMPARE(placed(), QPoint(639, 530));
+        setWorkArea(u"_NET_WORKAREA"_s, u"0,30,1280,770"_s);
     }
 
     void withoutACompositor() {

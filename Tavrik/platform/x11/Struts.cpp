@@ -32,4 +32,14 @@ QRect freeArea(const QRect& screen, QSize root, const std::vector<Strut>& struts
     return area;
 }
 
+QRect workAreaOf(const QRect& screen, const std::vector<QRect>& workAreas) {
+    QRect largest;
+    for (const QRect& workArea : workAreas) {
+        const auto common = workArea.intersected(screen);
+        if (qint64{common.width()} * common.height() > qint64{largest.width()} * largest.height())
+            largest = common;
+    }
+    return largest;
+}
+
 } // namespace tavrik

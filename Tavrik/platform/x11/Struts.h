@@ -16,4 +16,7 @@ using Strut = std::array<uint32_t, 12>;
 /// The part of a screen that the docks leave free. All in the X server's pixels.
 QRect freeArea(const QRect& screen, QSize root, const std::vector<Strut>& struts);
 
+/// Of work areas, of which each screen has one, the one of this screen; null if none touches it.
+QRect workAreaOf(const QRect& screen, const std::vector<QRect>& workAreas);
+
 } // namespace tavrik

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace tavrik {
 
 namespace {
@@ -33,6 +35,17 @@ std::vector<uint32_t> values(xcb_connection_t* connection, xcb_get_property_cook
     return {first, first + reply->value_len};
 }
 
+/// Of four values each: x, y, width and height.
+std::vector<QRect> rectangles(const std::vector<uint32_t>& values) {
+    const auto at = [&values](size_t index) {
+        return static_cast<int>(std::min(values[index], 0x7fffU));
+    };
+    std::vector<QRect> rectangles;
+    for (size_t i = 0; i + 3 < values.size(); i += 4)
+        rectangles.emplace_back(at(i), at(i + 1), at(i + 2), at(i + 3));
+    return rectangles;
+}
+
 /// The screen in the X server's pixels: its position is the same, its size is not.
 QRect nativeGeometry(const QScreen& screen) {
     return {screen.geometry().topLeft(), (QSizeF(screen.size()) * screen.devicePixelRatio()).toSize()};
@@ -46,10 +59,12 @@ X11PanelHost::X11PanelHost()
       m_compositor(xcbAtom(m_connection, "_NET_WM_CM_S0")),
       m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
       m_clientList(xcbAtom(m_connection, "_NET_CLIENT_LIST")),
-      m_strutPartial(xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL")) {}
+      m_strutPartial(xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL")),
+      m_currentDesktop(xcbAtom(m_connection, "_NET_CURRENT_DESKTOP")),
+      m_workArea(xcbAtom(m_connection, "_NET_WORKAREA")) {}
 
 ServiceStatus X11PanelHost::status() const {
-    return {QStringLiteral("X11 override-redirect window"), true};
+    return {u"X11 override-redirect window"_s, true};
 }
 
 void X11PanelHost::adopt(QWindow& window) {
@@ -74,7 +89,7 @@ std::optional<QRect> X11PanelHost::visibleFrame() const {
     const auto* screen = typingScreen();
     if (!screen)
         return std::nullopt;
-    const auto native = withoutDocks(*screen);
+    const auto native = withoutBars(*screen);
     const double scale = screen->devicePixelRatio();
     const auto origin = screen->geometry().topLeft();
     return QRectF(origin + QPointF(native.topLeft() - origin) / scale, QSizeF(native.size()) / scale)
@@ -132,16 +147,21 @@ QScreen* X11PanelHost::typingScreen() const {
     return pointed ? pointed : QGuiApplication::primaryScreen();
 }
 
-/// The screen less what docks reserve on it. The desktop's work area would not do: it is one rectangle for
-/// all screens.
-QRect X11PanelHost::withoutDocks(const QScreen& screen) const {
+QRect X11PanelHost::withoutBars(const QScreen& screen) const {
     const auto rootCookie = xcb_get_geometry(m_connection, m_root);
-    const auto windows = values(m_connection, request(m_connection, m_root, m_clientList, XCB_ATOM_WINDOW));
+    const auto docks = struts();
     const XcbPointer<xcb_get_geometry_reply_t> root(
         xcb_get_geometry_reply(m_connection, rootCookie, nullptr));
-    if (!root)
-        return nativeGeometry(screen);
+    auto area = nativeGeometry(screen);
+    if (root)
+        area = freeArea(area, {root->width, root->height}, docks);
+    const auto work = area.intersected(workArea(screen, !docks.empty()));
+    return work.isEmpty() ? area : work;
+}
 
+/// What docks reserve.
+std::vector<Strut> X11PanelHost::struts() const {
+    const auto windows = values(m_connection, request(m_connection, m_root, m_clientList, XCB_ATOM_WINDOW));
     std::vector<xcb_get_property_cookie_t> cookies;
     cookies.reserve(windows.size());
     for (const auto window : windows)
@@ -151,7 +171,27 @@ QRect X11PanelHost::withoutDocks(const QScreen& screen) const {
         if (const auto words = values(m_connection, cookie); words.size() == std::tuple_size_v<Strut>)
             std::ranges::copy(words, struts.emplace_back().begin());
     }
-    return freeArea(nativeGeometry(screen), {root->width, root->height}, struts);
+    return struts;
+}
+
+/// What the window manager leaves to windows on that screen, since some shells draw their bars themselves;
+/// null if it does not say.
+QRect X11PanelHost::workArea(const QScreen& screen, bool hasDocks) const {
+    const auto desktopCookie = request(m_connection, m_root, m_currentDesktop, XCB_ATOM_CARDINAL);
+    const auto wholeCookie = request(m_connection, m_root, m_workArea, XCB_ATOM_CARDINAL);
+    const auto desktop = values(m_connection, desktopCookie);
+    const uint32_t index = desktop.empty() ? 0 : desktop.front();
+    const auto ofScreens = xcbAtom(m_connection, qPrintable(u"_GTK_WORKAREAS_D%1"_s.arg(index)));
+    const auto screensCookie = request(m_connection, m_root, ofScreens, XCB_ATOM_CARDINAL);
+    const auto ofDesktops = rectangles(values(m_connection, wholeCookie));
+    if (const auto found =
+            workAreaOf(nativeGeometry(screen), rectangles(values(m_connection, screensCookie)));
+        !found.isEmpty())
+        return found;
+    // One for all screens. Docks are known better from themselves; a shell's bars are on the first screen.
+    const bool isOfScreen =
+        QGuiApplication::screens().size() == 1 || (!hasDocks && &screen == QGuiApplication::primaryScreen());
+    return isOfScreen && index < ofDesktops.size() ? ofDesktops[index] : QRect();
 }
 
 } // namespace tavrik

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "platform/PanelHost.h"
+#include "platform/x11/Struts.h"
 
 #include <QRect>
 
 #include <xcb/xcb.h>
 
 #include <optional>
+#include <vector>
 
 class QScreen;
 
@@ -27,7 +29,9 @@ public:
 private:
     std::optional<QRect> visibleFrame() const;
     QScreen* typingScreen() const;
-    QRect withoutDocks(const QScreen& screen) const;
+    QRect withoutBars(const QScreen& screen) const;
+    std::vector<Strut> struts() const;
+    QRect workArea(const QScreen& screen, bool hasDocks) const;
 
     xcb_connection_t* m_connection;
     xcb_window_t m_root;
@@ -35,6 +39,8 @@ private:
     xcb_atom_t m_activeWindow;
     xcb_atom_t m_clientList;
     xcb_atom_t m_strutPartial;
+    xcb_atom_t m_currentDesktop;
+    xcb_atom_t m_workArea;
 };
 
 } // namespace tavrik
