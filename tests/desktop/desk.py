@@ -401,7 +401,9 @@ class Window:
         return wait_for(f"{name!r} to rest", rests)
 
     def click(self, name, within=None, times=1):
-        run("xdotool", "mousemove", *self.middle(name, within), "click", "--repeat", times, "--delay", "30", "1")
+        # The buttons of a row must be seen before they can be pressed.
+        look = ("sleep", "0.2") if within else ()
+        run("xdotool", "mousemove", *self.middle(name, within), *look, "click", "--repeat", times, "--delay", "30", "1")
 
     def fill(self, name, text):
         self.click(name)

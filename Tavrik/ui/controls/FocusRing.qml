@@ -7,5 +7,5 @@ Rectangle {
     anchors.margins: -Theme.focusWidth
     color: "transparent"
     border.width: Theme.focusWidth
-    border.color: Theme.accent
+    border.color: Theme.focus
 }

@@ -7,6 +7,7 @@ PlainButton {
 
     required property string symbol
     property real size: Theme.textSize
+    property color colour: Theme.secondary
     property bool active: false
 
     padding: 5
@@ -23,7 +24,7 @@ PlainButton {
         SymbolImage {
             name: button.symbol
             size: button.size
-            colour: Theme.secondary
+            colour: button.colour
         }
     }
 }

@@ -11,6 +11,36 @@ T.TextField {
     property string hint
     property color fill: Theme.card
 
+    function openMenu(at: point): void {
+        const readable = echoMode === TextInput.Normal && selectedText !== "";
+        PopupMenu.open(field, at, [
+            {
+                text: "Cut",
+                enabled: readable,
+                run: () => field.cut()
+            },
+            {
+                text: "Copy",
+                enabled: readable,
+                run: () => field.copy()
+            },
+            {
+                text: "Paste",
+                enabled: field.canPaste,
+                run: () => field.paste()
+            },
+            {
+                text: "Select All",
+                enabled: field.text !== "",
+                run: () => field.selectAll()
+            }
+        ]);
+    }
+
+    function openMenuAtCursor(): void {
+        openMenu(Qt.point(cursorRectangle.x, cursorRectangle.y + cursorRectangle.height));
+    }
+
     implicitHeight: contentHeight + topPadding + bottomPadding
     verticalAlignment: TextInput.AlignVCenter
     selectByMouse: true
@@ -21,6 +51,18 @@ T.TextField {
     Accessible.name: label
     // Becomes the accessible description, which is all that a screen reader gets of a password field.
     placeholderText: label
+    onPressed: event => {
+        if (event.button !== Qt.RightButton)
+            return;
+        forceActiveFocus();
+        openMenu(Qt.point(event.x, event.y));
+    }
+    Keys.onMenuPressed: openMenuAtCursor()
+    Keys.onPressed: event => {
+        event.accepted = event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier;
+        if (event.accepted)
+            openMenuAtCursor();
+    }
 
     background: Rectangle {
         radius: Theme.fieldRadius
@@ -36,8 +78,13 @@ T.TextField {
         text: field.hint
         textFormat: Text.PlainText
         font: field.font
-        color: Theme.placeholder
+        color: Theme.secondary
         Accessible.ignored: true
+    }
+
+    TapHandler {
+        acceptedDevices: PointerDevice.TouchScreen
+        onLongPressed: field.openMenu(point.position)
     }
 
     FocusRing {

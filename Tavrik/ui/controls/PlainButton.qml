@@ -8,6 +8,11 @@ T.AbstractButton {
 
     property string toolTip
     property real radius: Theme.controlRadius
+    // How far beyond its edges it takes clicks, where there is room.
+    property real horizontalReach: 0
+    property real verticalReach: 0
+    // Whether the mouse and a finger get at it, as they must not where it cannot be seen.
+    property bool clickable: true
     // The second click of a double click does nothing: for a button whose place another takes at the first.
     // Does not change.
     property bool ignoresDoubleClick: false
@@ -40,6 +45,14 @@ T.AbstractButton {
             doubleClicked.connect(() => {});
     }
 
+    containmentMask: Item {
+        parent: button
+        x: -button.horizontalReach
+        y: -button.verticalReach
+        width: button.clickable ? button.width - 2 * x : 0
+        height: button.height - 2 * y
+    }
+
     FocusRing {
         radius: button.radius + Theme.focusWidth
         visible: button.activeFocus
@@ -48,6 +61,9 @@ T.AbstractButton {
     ToolTipArea {
         anchors.fill: parent
         text: button.toolTip
+        fill: Theme.card
+        ink: Theme.primary
+        edge: Theme.outline
         hovered: button.toolTip !== "" && button.hovered && !button.pressed
     }
 }

@@ -10,20 +10,21 @@ PlainButton {
     property real size: Theme.textSize
     // Of the label; as wide as it needs if not given.
     property real labelWidth: implicitContentWidth
-    readonly property color ink: prominent ? Theme.overAccent : Theme.primary
+    // Disabled, it is as flat as what surrounds it, and can still be read.
+    readonly property bool filled: prominent && enabled
+    readonly property color ink: !enabled ? Theme.secondary : prominent ? Theme.overAccent : Theme.primary
 
     radius: Theme.buttonRadius
     horizontalPadding: 12
     verticalPadding: 5
     leftPadding: Math.round((width - implicitContentWidth) / 2)
     implicitWidth: labelWidth + 2 * horizontalPadding
-    opacity: enabled ? 1 : 0.5
 
     background: Rectangle {
         radius: button.radius
-        color: button.prominent ? Theme.accent : button.hovered ? Theme.hover : Theme.card
-        border.width: button.prominent ? 0 : Theme.hairline
-        border.color: Theme.border
+        color: button.filled ? Theme.accent : !button.enabled ? Theme.canvas : button.hovered ? Theme.hover : Theme.card
+        border.width: Theme.hairline
+        border.color: button.filled ? Theme.accentOutline : Theme.border
 
         // Pressed, and for the filled one also pointed at.
         Rectangle {
@@ -31,7 +32,7 @@ PlainButton {
             radius: button.radius
             color: Theme.shade
             opacity: button.pressed ? 0.1 : 0.04
-            visible: button.pressed || (button.prominent && button.hovered)
+            visible: button.pressed || (button.filled && button.hovered)
         }
     }
 

@@ -47,10 +47,13 @@ Rectangle {
                 required property var modelData
                 required property int index
                 readonly property bool isCurrent: index === picker.current
+                readonly property color ink: isCurrent ? Theme.primary : Theme.secondary
 
                 text: modelData.label
                 horizontalPadding: 10
                 verticalPadding: 5
+                horizontalReach: row.spacing / 2
+                verticalReach: row.y
                 // One tab stop for the group, like any set of radio buttons; the arrows move within it.
                 focusPolicy: isCurrent || activeFocus || (picker.current < 0 && index === 0) ? Qt.TabFocus : Qt.NoFocus
                 onClicked: picker.chosen(modelData.value)
@@ -66,6 +69,8 @@ Rectangle {
                 background: Rectangle {
                     radius: segment.radius
                     color: Theme.card
+                    border.width: Theme.hairline
+                    border.color: Theme.outline
                     visible: segment.isCurrent
                 }
 
@@ -77,6 +82,7 @@ Rectangle {
                         visible: name !== ""
                         name: segment.modelData.symbol ?? ""
                         size: 10.5
+                        colour: segment.ink
                     }
 
                     Label {
@@ -84,6 +90,7 @@ Rectangle {
                         text: segment.text
                         size: Theme.smallSize
                         font.weight: Font.Medium
+                        color: segment.ink
                         Accessible.ignored: true
                     }
                 }

@@ -19,15 +19,19 @@ QtObject {
     readonly property color hover: dark ? "#343230" : "#efece7"
 
     readonly property color accent: "#f2a33c"
+    // Told from every surface, as the border and the accent are not: edges that say what a control is or how it is set,
+    // and those of what is filled with the accent.
+    readonly property color outline: dark ? "#7d7973" : "#87837d"
+    readonly property color accentOutline: "#a86400"
+    readonly property color focus: dark ? accent : accentOutline
 
     readonly property color primary: dark ? "#f1efec" : "#1d1c1a"
     readonly property color secondary: dark ? "#a3a09b" : "#6e6b66"
-    readonly property color placeholder: dark ? "#86837e" : "#8b8883"
     readonly property color error: dark ? "#ff6b60" : "#c9281c"
     readonly property color warning: dark ? "#f0b766" : "#8a5200"
+    readonly property color success: dark ? "#6fce8a" : "#1f7a3d"
     readonly property color overAccent: "#1d1c1a"
-    // A switch that is off, and the handle of any.
-    readonly property color track: dark ? "#57544f" : "#cfcbc4"
+    // Of a switch.
     readonly property color handle: "white"
     // Selected text.
     readonly property color highlight: Qt.alpha(accent, dark ? 0.45 : 0.4)

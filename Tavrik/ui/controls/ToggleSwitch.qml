@@ -35,7 +35,9 @@ T.Switch {
         implicitWidth: 38
         implicitHeight: 22
         radius: height / 2
-        color: toggleSwitch.checked ? Theme.accent : Theme.track
+        color: toggleSwitch.checked ? Theme.accent : Theme.outline
+        border.width: toggleSwitch.checked ? Theme.hairline : 0
+        border.color: Theme.accentOutline
 
         Behavior on color {
             ColorAnimation {
@@ -50,6 +52,8 @@ T.Switch {
             height: 18
             radius: height / 2
             color: Theme.handle
+            border.width: toggleSwitch.checked ? Theme.hairline : 0
+            border.color: Theme.accentOutline
 
             Behavior on x {
                 enabled: !toggleSwitch.pressed
@@ -60,6 +64,15 @@ T.Switch {
                 }
             }
         }
+    }
+
+    // The room that a row leaves above and below it takes clicks too.
+    containmentMask: Item {
+        parent: toggleSwitch
+        x: -8
+        y: -8
+        width: toggleSwitch.width + 16
+        height: toggleSwitch.height + 16
     }
 
     FocusRing {

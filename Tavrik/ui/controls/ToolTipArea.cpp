@@ -4,10 +4,17 @@
 #include <QQuickWindow>
 #include <QStyle>
 #include <QToolTip>
+#include <QWidget>
 
 #include <utility>
 
 namespace tavrik {
+
+using namespace Qt::StringLiterals;
+
+ToolTipArea::ToolTipArea(QQuickItem* parent) : QQuickItem(parent) {}
+
+ToolTipArea::~ToolTipArea() = default;
 
 void ToolTipArea::setHovered(bool hovered) {
     if (std::exchange(m_hovered, hovered) == hovered)
@@ -32,7 +39,17 @@ void ToolTipArea::timerEvent(QTimerEvent* event) {
     if (event->timerId() != m_rest.timerId())
         return QQuickItem::timerEvent(event);
     m_rest.stop();
-    QToolTip::showText(mapToGlobal(QPointF(width() / 2, height())).toPoint(), m_text);
+    m_style = std::make_unique<QWidget>();
+    m_style->setStyleSheet(u"QToolTip { background: %1; color: %2; border: 1px solid %3; padding: 1px 2px; "
+                           "font-size: 12px }"_s.arg(m_fill.name(), m_ink.name(), m_edge.name()));
+    QToolTip::showText(mapToGlobal(QPointF(width() / 2, height())).toPoint(), m_text, m_style.get());
+}
+
+void ToolTipArea::itemChange(ItemChange change, const ItemChangeData& data) {
+    // Nothing else tells that a window was hidden under the pointer.
+    if (change == ItemVisibleHasChanged && !data.boolValue)
+        setHovered(false);
+    QQuickItem::itemChange(change, data);
 }
 
 } // namespace tavrik

@@ -9,7 +9,11 @@ ListView {
     required property real spaceAbove
     required property real spaceBelow
 
+    signal copied
+
     readonly property real lastY: originY + Math.max(0, contentHeight - height)
+    // The row of which a finger has asked for the buttons.
+    property int tappedIndex: -1
     // Nobody has scrolled: the view stays at its beginning when what lies above the rows grows.
     property bool untouched: true
 
@@ -20,8 +24,50 @@ ListView {
     }
 
     function showEnd(): void {
+        halt();
         untouched = false;
         positionViewAtEnd();
+    }
+
+    // Scrolls smoothly, from wherever an earlier glide was to end.
+    function glideBy(distance: real): void {
+        const from = glide.running ? glide.to : contentY;
+        cancelFlick();
+        glide.stop();
+        glidingY = contentY;
+        glide.to = Math.max(originY, Math.min(lastY, from + distance));
+        glide.start();
+    }
+
+    function halt(): void {
+        glide.stop();
+        cancelFlick();
+    }
+
+    function fling(velocity: real): void {
+        untouched = false;
+        flick(0, velocity);
+    }
+
+    function copy(row: int): void {
+        transcriptions.copy(row);
+        copied();
+    }
+
+    property real glidingY: 0
+    onGlidingYChanged: {
+        if (glide.running)
+            scrollTo(glidingY);
+    }
+    onMovementEnded: untouched = contentY <= originY
+    onCountChanged: tappedIndex = -1
+
+    NumberAnimation {
+        id: glide
+        target: list
+        property: "glidingY"
+        duration: 160
+        easing.type: Easing.OutCubic
     }
 
     onOriginYChanged: {
@@ -30,8 +76,9 @@ ListView {
     }
 
     model: transcriptions
-    // A drag on a row selects its text; it is the wheel that scrolls.
+    // A drag of the mouse selects text: wheel and finger scroll, which the page sees to.
     interactive: false
+    boundsBehavior: Flickable.StopAtBounds
     reuseItems: true
     // Rows made ahead are made piecemeal, which a search that leaves none of them disturbs.
     cacheBuffer: 0
@@ -76,6 +123,8 @@ ListView {
         width: ListView.view.width
         transcriptions: ListView.view.model as TranscriptionModel
         current: ListView.isCurrentItem
+        tapped: (ListView.view as TranscriptionList).tappedIndex === index
+        onCopyChosen: (ListView.view as TranscriptionList).copy(index)
         onActiveFocusChanged: {
             if (activeFocus)
                 ListView.view.positionViewAtIndex(index, ListView.Contain);

@@ -21,31 +21,51 @@ Item {
     default property alias content: column.data
     property alias spacing: column.spacing
 
+    function rowAt(point: point): TranscriptionRow {
+        return list.itemAt(point.x - list.x, point.y + list.contentY) as TranscriptionRow;
+    }
+
+    function openMenu(point: point): bool {
+        const row = rowAt(point);
+        row?.openMenu(mapToItem(row, point));
+        return row !== null;
+    }
+
     Component.onCompleted: transcriptions.open()
     Component.onDestruction: transcriptions.close()
 
     WheelHandler {
         acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
         target: null
-        onWheel: event => list.scrollTo(list.contentY - (event.pixelDelta.y || event.angleDelta.y / 2))
+        onWheel: event => {
+            list.tappedIndex = -1;
+            if (event.pixelDelta.y === 0)
+                return list.glideBy(-event.angleDelta.y / 2);
+            // A touchpad says itself how far, and glides on when the fingers have left it.
+            list.halt();
+            list.scrollTo(list.contentY - event.pixelDelta.y);
+        }
     }
 
     Shortcut {
         enabled: page.enabled
         sequence: "PgUp"
-        onActivated: list.scrollTo(list.contentY - page.step)
+        onActivated: list.glideBy(-page.step)
     }
 
     Shortcut {
         enabled: page.enabled
         sequence: "PgDown"
-        onActivated: list.scrollTo(list.contentY + page.step)
+        onActivated: list.glideBy(page.step)
     }
 
     Shortcut {
         enabled: page.enabled
         sequence: "Home"
-        onActivated: list.scrollTo(list.originY)
+        onActivated: {
+            list.halt();
+            list.scrollTo(list.originY);
+        }
     }
 
     Shortcut {
@@ -80,6 +100,57 @@ Item {
         transcriptions: page.transcriptions
         spaceAbove: page.marginAbove + page.padding + column.height + page.gap
         spaceBelow: page.padding + page.margin
+        onCopied: announcer.say("Copied")
+    }
+
+    // Above the rows, so that it learns of a finger before a text there does. Leaves all else to what lies below.
+    MouseArea {
+        anchors.fill: parent
+        anchors.rightMargin: thumb.width
+        acceptedButtons: Qt.RightButton
+        // A finger comes as a left button that it did not ask for.
+        onPressed: mouse => mouse.accepted = mouse.button === Qt.RightButton && page.openMenu(Qt.point(mouse.x, mouse.y))
+
+        DragHandler {
+            id: finger
+
+            property real startY
+            property real speed
+
+            acceptedDevices: PointerDevice.TouchScreen
+            target: null
+            xAxis.enabled: false
+            onActiveChanged: {
+                if (active)
+                    startY = list.contentY;
+                else
+                    list.fling(speed);
+            }
+            onActiveTranslationChanged: {
+                if (!active)
+                    return;
+                speed = centroid.velocity.y;
+                list.scrollTo(startY - activeTranslation.y);
+            }
+        }
+
+        // A finger that comes down stops the list; one that only taps asks for a row's buttons, or for its menu if it stays.
+        TapHandler {
+            property bool moving
+
+            acceptedDevices: PointerDevice.TouchScreen
+            onPressedChanged: {
+                if (!pressed)
+                    return;
+                moving = list.moving;
+                list.halt();
+            }
+            onTapped: point => {
+                if (!moving)
+                    list.tappedIndex = page.rowAt(point.position)?.index ?? -1;
+            }
+            onLongPressed: page.openMenu(point.position)
+        }
     }
 
     // Scrolled content ends below the window's corner buttons. What moves under something quite opaque leaves traces
@@ -91,7 +162,12 @@ Item {
         color: Qt.alpha(Theme.canvas, 0.99)
     }
 
+    Announcer {
+        id: announcer
+    }
+
     ScrollThumb {
+        id: thumb
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.topMargin: page.marginAbove

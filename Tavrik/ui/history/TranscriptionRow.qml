@@ -18,6 +18,20 @@ Item {
 
     // Whether this is the row that the keyboard comes to.
     property bool current: false
+    // A finger has asked for the buttons.
+    property bool tapped: false
+
+    signal copyChosen
+
+    function openMenu(at: point): void {
+        PopupMenu.open(row, at, [
+            {
+                text: "Copy",
+                enabled: true,
+                run: () => words.selectedText === "" ? row.copyChosen() : words.copy()
+            }
+        ]);
+    }
 
     implicitHeight: body.y + body.height
     Accessible.role: Accessible.ListItem
@@ -25,12 +39,18 @@ Item {
     Accessible.description: time
     Accessible.focusable: true
     activeFocusOnTab: current || activeFocus
+    Keys.onMenuPressed: openMenu(Qt.point(words.x, height))
     Keys.onPressed: event => {
-        if (event.matches(StandardKey.Copy)) {
-            transcriptions.copy(index);
-            event.accepted = true;
-        }
+        event.accepted = true;
+        if (event.matches(StandardKey.Copy))
+            copyChosen();
+        else if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier)
+            openMenu(Qt.point(words.x, height));
+        else
+            event.accepted = false;
     }
+    // What the next row draws must not cut the focus ring.
+    z: activeFocus ? 1 : 0
 
     Caption {
         id: caption
@@ -108,17 +128,29 @@ Item {
             x: parent.width - width - 13
             y: 11
             spacing: 4
-            opacity: pointer.hovered || row.copied || row.activeFocus || copy.activeFocus || trash.activeFocus ? 1 : 0
+            opacity: pointer.hovered || row.tapped || row.copied || row.activeFocus || copy.activeFocus || trash.activeFocus ? 1 : 0
+
+            // So short that nobody waits for it. But a click that comes with the pointer, as that of a finger far away
+            // does, was not meant for a button that was not there.
+            Behavior on opacity {
+                NumberAnimation {
+                    duration: 60
+                }
+            }
 
             IconButton {
                 id: copy
                 symbol: row.copied ? "checkmark" : "doc.on.doc"
-                size: 11
-                padding: 3
+                colour: row.copied ? Theme.success : Theme.secondary
+                // In the symbols' common square the check mark is much smaller than the others.
+                size: row.copied ? 16 : 11
+                padding: row.copied ? 0 : 3
+                horizontalReach: buttons.spacing / 2
+                verticalReach: buttons.y
+                clickable: buttons.opacity === 1
                 text: "Copy"
-                Accessible.description: row.copied ? "Copied" : ""
                 focusPolicy: row.current || activeFocus ? Qt.TabFocus : Qt.NoFocus
-                onClicked: row.transcriptions.copy(row.index)
+                onClicked: row.copyChosen()
             }
 
             IconButton {
@@ -127,6 +159,9 @@ Item {
                 size: 11
                 padding: 3
                 text: "Delete"
+                horizontalReach: buttons.spacing / 2
+                verticalReach: buttons.y
+                clickable: buttons.opacity === 1
                 ignoresDoubleClick: true
                 focusPolicy: row.current || activeFocus ? Qt.TabFocus : Qt.NoFocus
                 onClicked: row.transcriptions.remove(row.index)

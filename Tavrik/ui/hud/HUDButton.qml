@@ -42,6 +42,9 @@ Item {
     ToolTipArea {
         anchors.fill: parent
         text: button.toolTip
+        fill: Theme.panelOpaque
+        ink: Theme.panelText
+        edge: Theme.panelButtonHover
         hovered: mouse.containsMouse && !mouse.pressed
     }
 
