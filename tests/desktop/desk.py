@@ -405,6 +405,12 @@ class Window:
         look = ("sleep", "0.2") if within else ()
         run("xdotool", "mousemove", *self.middle(name, within), *look, "click", "--repeat", times, "--delay", "30", "1")
 
+    def choose(self, name):
+        """An item of the context menu that is open."""
+        item = wait_for(name, lambda: find(self._showing(), lambda item: item.get_name() == name
+                                           and item.get_role() == Atspi.Role.MENU_ITEM))
+        run("xdotool", "mousemove", *middle(item), "click", "1")
+
     def fill(self, name, text):
         self.click(name)
         self.key("ctrl+a")
