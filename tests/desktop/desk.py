@@ -405,11 +405,12 @@ class Window:
         look = ("sleep", "0.2") if within else ()
         run("xdotool", "mousemove", *self.middle(name, within), *look, "click", "--repeat", times, "--delay", "30", "1")
 
-    def choose(self, name):
-        """An item of the context menu that is open."""
-        item = wait_for(name, lambda: find(self._showing(), lambda item: item.get_name() == name
-                                           and item.get_role() == Atspi.Role.MENU_ITEM))
-        run("xdotool", "mousemove", *middle(item), "click", "1")
+    def choose(self, opens_menu, *keys):
+        """With these keys, of the context menu that a call opens. It is not in the accessible tree."""
+        before = set(self._program.windows())
+        opens_menu()
+        wait_for("the menu", lambda: set(self._program.windows()) - before)
+        self.key(*keys)
 
     def fill(self, name, text):
         self.click(name)
