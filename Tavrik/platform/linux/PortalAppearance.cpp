@@ -6,6 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QEvent>
 #include <QToolTip>
 
 namespace tavrik {
@@ -60,8 +61,8 @@ QPalette makePalette(bool dark) {
 
 } // namespace
 
-PortalAppearance::PortalAppearance()
-    : m_desktopPaletteIsDark(isDark(QApplication::palette())), m_desktopToolTips(QToolTip::palette()) {
+PortalAppearance::PortalAppearance() : m_desktopToolTips(QToolTip::palette()) {
+    qApp->installEventFilter(this);
     auto bus = QDBusConnection::sessionBus();
     // A slot whose types are not all known by name is not connected.
     qRegisterMetaType<QDBusVariant>();
@@ -102,15 +103,38 @@ void PortalAppearance::update() {
     const auto wanted = m_choice == AppearanceChoice::light  ? Scheme::light
                         : m_choice == AppearanceChoice::dark ? Scheme::dark
                                                              : m_desktop;
-    // What the desktop's theme already is, it is better at.
-    if (wanted == Scheme::noPreference || (wanted == Scheme::dark) == m_desktopPaletteIsDark) {
-        QApplication::setPalette(QPalette());
-        QToolTip::setPalette(m_desktopToolTips);
+    const bool follows = wanted == Scheme::noPreference;
+    const bool dark = wanted == Scheme::dark;
+    if (!follows && isDark(QApplication::palette()) == dark)
         return;
-    }
-    const auto palette = makePalette(wanted == Scheme::dark);
-    QApplication::setPalette(palette);
-    QToolTip::setPalette(palette);
+    m_isUpdating = true;
+    // What the desktop's theme already is, it is better at; which that is, is only seen once it is in use.
+    if (m_isOwnPalette)
+        QApplication::setPalette(QPalette());
+    m_isOwnPalette = !follows && isDark(QApplication::palette()) != dark;
+    if (m_isOwnPalette)
+        QApplication::setPalette(makePalette(dark));
+    QToolTip::setPalette(m_isOwnPalette ? makePalette(dark) : m_desktopToolTips);
+    m_isUpdating = false;
+}
+
+bool PortalAppearance::eventFilter(QObject* watched, QEvent* event) {
+    const auto type = event->type();
+    // Queued, since Qt goes on to change the tooltips' palette.
+    if (((type == QEvent::ApplicationPaletteChange && watched == qApp) || type == QEvent::ThemeChange) &&
+        !m_isUpdating)
+        QMetaObject::invokeMethod(this, &PortalAppearance::desktopPaletteChanged, Qt::QueuedConnection);
+    return false;
+}
+
+void PortalAppearance::desktopPaletteChanged() {
+    if (m_isOwnPalette)
+        QToolTip::setPalette(QApplication::palette());
+    else
+        m_desktopToolTips = QToolTip::palette();
+    // The portal tells by itself how the desktop looks.
+    if (m_choice != AppearanceChoice::system)
+        update();
 }
 
 } // namespace tavrik

@@ -9,8 +9,9 @@ class QDBusVariant;
 
 namespace tavrik {
 
-/// Light or dark by the application's palette; the desktop's own wish comes from the settings portal, asked
-/// without waiting and followed from then on. A desktop without one keeps the palette it started with.
+/// Light or dark by the application's palette, which is the desktop's own where that will do. The desktop's
+/// wish comes from the settings portal, asked without waiting and followed from then on; without a portal its
+/// palette is followed.
 class PortalAppearance : public QObject, public Appearance {
     Q_OBJECT
 
@@ -26,12 +27,16 @@ private:
     /// The portal's colour schemes.
     enum class Scheme { noPreference, dark, light };
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void update();
+    void desktopPaletteChanged();
 
     AppearanceChoice m_choice = AppearanceChoice::system;
     Scheme m_desktop = Scheme::noPreference;
-    const bool m_desktopPaletteIsDark;
-    const QPalette m_desktopToolTips;
+    /// While the palette is this program's own.
+    bool m_isOwnPalette = false;
+    bool m_isUpdating = false;
+    QPalette m_desktopToolTips;
 };
 
 } // namespace tavrik
