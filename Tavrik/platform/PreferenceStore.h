@@ -30,7 +30,8 @@ public:
     /// Every key that is there, in alphabetical order.
     virtual QStringList keys() const = 0;
 
-    /// From now on calls `changed` on the main thread soon after something else has changed the store.
+    /// From now on calls `changed`, beside those given before, on the main thread soon after something else
+    /// has changed the store.
     virtual void watch(std::function<void()> changed) = 0;
 };
 

@@ -56,8 +56,14 @@ QStringList JsonPreferenceStore::keys() const {
 }
 
 void JsonPreferenceStore::watch(std::function<void()> changed) {
+    m_watchers << std::move(changed);
+    if (m_watch)
+        return;
     makePrivateFolder(m_folder);
-    m_watch = std::make_unique<FileWatch>(m_path, maximumSize, std::move(changed));
+    m_watch = std::make_unique<FileWatch>(m_path, maximumSize, [this] {
+        for (const auto& watcher : QList(m_watchers))
+            watcher();
+    });
 }
 
 QJsonObject JsonPreferenceStore::read() const {

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QList>
 
 #include <memory>
 #include <optional>
@@ -35,6 +36,7 @@ private:
 
     const QString m_path;
     const QString m_folder;
+    QList<std::function<void()>> m_watchers;
     std::unique_ptr<FileWatch> m_watch;
 };
 
