@@ -1,5 +1,6 @@
 #include "platform/qt/MessageBoxAlerts.h"
 
+#include "base/DisplayedText.h"
 #include "platform/WindowActivator.h"
 
 #include <QElapsedTimer>
@@ -50,8 +51,6 @@ private:
 constexpr QSize pictureSize{48, 48};
 constexpr double narrowestText = 240;
 constexpr double widestText = 420;
-/// More than anybody reads, and less than takes a noticeable time to lay out.
-constexpr qsizetype longestText = 20'000;
 
 /// The informative text as a view that wraps anywhere and scrolls, since a message may be of any length, and
 /// one word. The message box's own label does neither, and takes tags for formatting.
@@ -133,8 +132,8 @@ void MessageBoxAlerts::presentNext() {
         // The cell of the box's own informative label, which is not made when it has no text.
         auto* grid = static_cast<QGridLayout*>(box.layout());
         grid->addWidget(
-            makeTextView(alert.informativeText.left(longestText), box.screen()->availableSize().height() / 2),
-            1, 2);
+            makeTextView(displayedText(alert.informativeText), box.screen()->availableSize().height() / 2), 1,
+            2);
         grid->setVerticalSpacing(12);
     }
 

@@ -1,6 +1,7 @@
 #include "ui/account/AccountModel.h"
 
 #include "account/AuthStore.h"
+#include "base/DisplayedText.h"
 #include "platform/LinkOpener.h"
 
 #include <QPointer>
@@ -36,7 +37,7 @@ bool AccountModel::hasBackend() const {
 }
 
 QString AccountModel::lastOAuthError() const {
-    return m_store.lastOAuthError().value_or(QString());
+    return displayedText(m_store.lastOAuthError().value_or(QString()));
 }
 
 void AccountModel::signInWithGoogle() {

@@ -34,7 +34,7 @@ public:
     QString userName() const { return m_userName; }
     /// Whether this build has a server to sign in to.
     bool hasBackend() const;
-    /// Why the latest sign-in in the browser failed; empty if it did not.
+    /// Why the latest sign-in in the browser failed, as much as is shown of it; empty if it did not.
     QString lastOAuthError() const;
 
     /// Opens the browser. The outcome shows in signedIn or lastOAuthError.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/DisplayedText.h"
 #include "base/Result.h"
 #include "ui/account/AccountModel.h"
 
@@ -32,8 +33,8 @@ public:
     bool isBusy() const { return m_busy; }
     /// An address, and a password of six characters as a reader counts them; nothing else is checked.
     bool isSubmittable() const;
-    /// Why the last request failed; empty if it did not.
-    QString errorMessage() const { return m_errorMessage; }
+    /// Why the last request failed, as much as is shown of it; empty if it did not.
+    QString errorMessage() const { return displayedText(m_errorMessage); }
     QString notice() const { return m_notice; }
 
     /// Signs in, or creates the account; does nothing unless submittable.
