@@ -1,6 +1,7 @@
 #pragma once
 
 #include "capture/AbstractRecorder.h"
+#include "platform/PlatformTexts.h"
 
 #include <QObject>
 #include <QTimer>
@@ -52,6 +53,7 @@ public:
         PasteKeys& pasteKeys;
         SoundPlayer& sounds;
         StatusItem& statusItem;
+        PlatformTexts texts;
 
         /// Shows the window, with the activation token that the user's wish came with, if it did with one.
         std::function<void(const QByteArray& activationToken)> openMainWindow;

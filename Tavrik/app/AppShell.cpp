@@ -84,8 +84,12 @@ void AppDelegate::hotKeyStatusChanged() {
 
 void AppDelegate::updateNote() {
     QStringList notes;
+    const auto shortcut = m_dependencies.settings.hotKeyDisplay();
+    if (const auto note = m_dependencies.texts.shortcutNote(shortcut);
+        !note.isEmpty() && m_dependencies.hotKey.assignedTrigger().isEmpty())
+        notes << note;
     if (const auto reason = m_dependencies.hotKey.status().reason; !reason.isEmpty())
-        notes << m_dependencies.settings.hotKeyDisplay() + u": "_s + reason;
+        notes << shortcut + u": "_s + reason;
     if (!m_takeNote.isEmpty())
         notes << m_takeNote;
     const auto keys = m_dependencies.pasteKeys.status();

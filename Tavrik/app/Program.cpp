@@ -71,6 +71,7 @@ private:
 struct Program::Objects {
     MainQueue queue;
     Platform platform{queue};
+    const PlatformTexts texts = platformTexts();
     std::unique_ptr<PreferenceStore> preferences = makePreferenceStore();
     Settings settings{*preferences};
     HttpClient http{queue};
@@ -107,7 +108,7 @@ struct Program::Objects {
                            .appearance = *platform.appearance,
                            .loginItem = *platform.loginItem,
                            .folders = *platform.folders,
-                           .texts = platformTexts(),
+                           .texts = texts,
                            .dataFolder = platformFolders().applicationSupport,
                        },
                    .fullUserName = fullUserName()},
@@ -129,6 +130,7 @@ struct Program::Objects {
         .pasteKeys = *platform.pasteKeys,
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
+        .texts = texts,
         .openMainWindow = [this](const QByteArray& activationToken) { views.showMainWindow(activationToken); },
         .busyChanged = [this](bool busy) { updates.setBusy(busy); },
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},

@@ -5,6 +5,7 @@
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/CommandHotKeyBackend.h"
 #include "platform/linux/FileManagerRevealer.h"
+#include "platform/linux/KeyBindingLines.h"
 #include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
 #include "platform/linux/PortalAppearance.h"
@@ -60,7 +61,8 @@ Folders platformFolders() {
 }
 
 PlatformTexts platformTexts() {
-    return linuxTexts(platformFolders().applicationSupport);
+    return linuxTexts(platformFolders().applicationSupport,
+                      shellCommand(QCoreApplication::applicationFilePath()));
 }
 
 QString fullUserName() {

@@ -34,7 +34,7 @@ class WindowActivator;
 /// The folders of this desktop. Needs no application object.
 Folders platformFolders();
 
-/// The sentences that are different on every desktop.
+/// The sentences that are different on every desktop. Needs the application object.
 PlatformTexts platformTexts();
 
 /// The full name of the computer's user.

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace tavrik {
 
 /// Sentences of the window that name parts of the desktop.
@@ -14,6 +16,13 @@ struct PlatformTexts {
     QString dataFolder;
     /// On the button that shows the folder.
     QString revealFolder;
+    /// What a shell calls the program.
+    QString command;
+    /// Which keys the signs of a shortcut ("⌥ Space") mean: "Alt + Space on this keyboard". Empty where the
+    /// keys bear the signs.
+    std::function<QString(const QString& shortcut)> shortcutNote = [](const QString&) {
+        return QString();
+    };
 };
 
 } // namespace tavrik

@@ -121,6 +121,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         .pasteKeys = pasteKeys,
         .sounds = sounds,
         .statusItem = status,
+        .texts = {},
         .openMainWindow = std::bind_front(&Desk::openWindow, this),
         .busyChanged = [](bool) {},
         .checkForUpdates = {},

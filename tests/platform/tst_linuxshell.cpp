@@ -81,8 +81,12 @@ private Q_SLOTS:
         QCOMPARE(nameFromGecos(u"Sara Ahmadi,Room 1,,"_s, u"sara"_s), "Sara Ahmadi");
         QCOMPARE(nameFromGecos(u",,,"_s, u"sara"_s), "sara");
         QCOMPARE(nameFromGecos(u"& Ahmadi"_s, u"sara"_s), "Sara Ahmadi");
-        QVERIFY(linuxTexts(QDir::homePath() + "/Tavrik").dataFolder.endsWith(" in ~/Tavrik."));
-        QCOMPARE(linuxTexts("/srv/data/Tavrik").dataFolder, "Transcriptions live in /srv/data/Tavrik.");
+        QVERIFY(linuxTexts(QDir::homePath() + "/Tavrik", {}).dataFolder.endsWith(" in ~/Tavrik."));
+        const auto texts = linuxTexts("/srv/data/Tavrik", {});
+        QCOMPARE(texts.dataFolder, "Transcriptions live in /srv/data/Tavrik.");
+        QCOMPARE(texts.shortcutNote(u"⌃⌥⇧⌘ Delete"_s),
+                 "Ctrl + Alt + Shift + Super + Backspace on this keyboard");
+        QCOMPARE(texts.shortcutNote(u"Alt+Space"_s), "");
     }
 };
 

@@ -4,7 +4,8 @@
 
 namespace tavrik {
 
-/// The texts for any Linux desktop; `dataFolder` is shown with the home folder abbreviated.
-PlatformTexts linuxTexts(const QString& dataFolder);
+/// The texts for any Linux desktop; `dataFolder` is shown with the home folder abbreviated. `command` is what
+/// a shell calls the program.
+PlatformTexts linuxTexts(const QString& dataFolder, const QString& command);
 
 } // namespace tavrik

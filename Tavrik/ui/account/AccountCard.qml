@@ -32,6 +32,8 @@ DropdownCard {
                 width: parent.width
                 text: card.account.userName
                 font.weight: Font.DemiBold
+                // Beside the portrait, whichever way the name is written.
+                horizontalAlignment: Text.AlignLeft
                 elide: Text.ElideRight
             }
 
@@ -40,6 +42,7 @@ DropdownCard {
                 text: card.account.email
                 size: Theme.captionSize
                 color: Theme.secondary
+                horizontalAlignment: Text.AlignLeft
                 elide: Text.ElideMiddle
             }
         }
@@ -51,16 +54,10 @@ DropdownCard {
         color: Theme.secondary
     }
 
-    PlainButton {
-        id: signOut
+    LinkButton {
         text: "Sign out"
+        size: Theme.captionSize
+        weight: Font.Medium
         onClicked: card.account.signOut()
-
-        contentItem: Label {
-            text: signOut.text
-            size: Theme.captionSize
-            font.weight: Font.Medium
-            Accessible.ignored: true
-        }
     }
 }

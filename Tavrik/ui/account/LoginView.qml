@@ -6,15 +6,23 @@ Flickable {
     id: login
 
     required property AccountModel account
+    required property SettingsModel settings
 
     contentHeight: Math.max(height, column.height + 48)
     boundsBehavior: Flickable.StopAtBounds
     clip: true
-    Component.onCompleted: emailField.forceActiveFocus()
+    Component.onCompleted: {
+        emailField.forceActiveFocus();
+        settings.refresh();
+    }
 
     LoginForm {
         id: form
         account: login.account
+    }
+
+    Announcer {
+        text: form.errorMessage || form.notice || login.account.lastOAuthError
     }
 
     Column {
@@ -40,11 +48,31 @@ Flickable {
             Accessible.role: Accessible.Heading
         }
 
-        Label {
+        Column {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Hold a key, speak Persian, get fluent text — anywhere."
-            color: Theme.secondary
+            width: Theme.signInWidth
+            spacing: 4
             bottomPadding: 8
+
+            Label {
+                anchors.horizontalCenter: parent.horizontalCenter
+                // Two lines of about the same length.
+                width: 0.7 * parent.width
+                text: "Hold a key, speak Persian, get fluent text — anywhere."
+                color: Theme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
+
+            Label {
+                width: parent.width
+                visible: text !== ""
+                text: login.settings.shortcutStatus.note
+                size: Theme.smallSize
+                color: Theme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
         }
 
         PushButton {
@@ -136,18 +164,20 @@ Flickable {
             onClicked: form.submit()
         }
 
-        PlainButton {
-            id: modeLink
+        LinkButton {
             anchors.horizontalCenter: parent.horizontalCenter
             text: form.creatingAccount ? "Already have an account? Sign in" : "New here? Create an account"
+            size: Theme.smallSize
+            colour: Theme.secondary
             onClicked: form.toggleMode()
+        }
 
-            contentItem: Label {
-                text: modeLink.text
-                size: Theme.smallSize
-                color: Theme.secondary
-                Accessible.ignored: true
-            }
+        OwnKeyNotes {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: widest
+            topPadding: 12
+            widest: login.width - 2 * 48
+            settings: login.settings
         }
     }
 }

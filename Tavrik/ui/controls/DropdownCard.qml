@@ -40,6 +40,7 @@ Item {
     // Clicks beside the card's controls must not reach what lies below.
     MouseArea {
         anchors.fill: parent
+        acceptedButtons: Qt.AllButtons
     }
 
     Column {

@@ -40,7 +40,6 @@ Rectangle {
             id: segments
             model: picker.options
 
-            // Not checkable: what is chosen is the model's to say.
             PlainButton {
                 id: segment
 
@@ -61,9 +60,9 @@ Rectangle {
                 Keys.onUpPressed: picker.move(-1)
                 Keys.onRightPressed: picker.move(1)
                 Keys.onDownPressed: picker.move(1)
-                Accessible.role: Accessible.RadioButton
-                Accessible.checkable: true
-                Accessible.checked: isCurrent
+                // Accessible's own properties of that name would be overwritten.
+                checkable: true
+                checked: isCurrent
                 Accessible.onToggleAction: press()
 
                 background: Rectangle {

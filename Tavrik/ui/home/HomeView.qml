@@ -6,6 +6,7 @@ TranscriptionPage {
     id: home
 
     required property HistoryPages pages
+    required property ShortcutStatus shortcut
 
     property bool searching: false
 
@@ -76,6 +77,7 @@ TranscriptionPage {
             width: parent.width
             visible: home.transcriptions.empty
             searching: search.text !== ""
+            note: home.shortcut.note
         }
     }
 

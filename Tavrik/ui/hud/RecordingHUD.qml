@@ -17,6 +17,11 @@ Item {
     width: pill.width + 2 * margin
     height: pill.height + 2 * margin + shadowOffset
 
+    // Never while recording: the microphone would hear it.
+    Announcer {
+        text: root.model.processing ? translating.text : ""
+    }
+
     PillShadow {
         anchors.fill: parent
         visible: root.translucent
@@ -87,6 +92,7 @@ Item {
                 }
 
                 Text {
+                    id: translating
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Translating…"
                     textFormat: Text.PlainText

@@ -5,7 +5,6 @@ Column {
     id: page
 
     required property SettingsModel settings
-    readonly property ShortcutStatus shortcut: settings.shortcutStatus
 
     spacing: 14
     Component.onDestruction: settings.shortcut.cancel()
@@ -18,34 +17,17 @@ Column {
         SettingsRow {
             title: "Shortcut"
             subtitle: "Hold it, speak Persian, release to paste."
+            note: page.settings.shortcutStatus.note
 
             ShortcutButton {
                 recorder: page.settings.shortcut
+                note: page.settings.shortcutStatus.note
             }
 
-            below: [
-                Label {
-                    width: parent.width
-                    visible: page.shortcut.assigned !== ""
-                    text: "Assigned by your desktop: " + page.shortcut.assigned
-                    size: Theme.smallSize
-                    color: Theme.secondary
-                    wrapMode: Text.Wrap
-                },
-                ShortcutNotice {
-                    text: page.settings.shortcut.recording ? "" : page.shortcut.warning
-                    remedy: page.shortcut.remedy
-                    onApplied: page.shortcut.applyRemedy()
-                },
-                ShortcutLines {
-                    status: page.shortcut
-                },
-                ShortcutNotice {
-                    text: page.shortcut.pasteWarning
-                    remedy: page.shortcut.pasteRemedy
-                    onApplied: page.shortcut.applyPasteRemedy()
-                }
-            ]
+            below: ShortcutNotes {
+                width: parent.width
+                settings: page.settings
+            }
         }
 
         SettingsRowDivider {}

@@ -10,4 +10,5 @@ Label {
     leftPadding: 10
     rightPadding: 10
     bottomPadding: 8
+    Accessible.role: Accessible.Heading
 }

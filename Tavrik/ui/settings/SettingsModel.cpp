@@ -1,11 +1,14 @@
 #include "ui/settings/SettingsModel.h"
 
 #include "base/AppVersion.h"
+#include "platform/Clipboard.h"
 #include "platform/FolderRevealer.h"
 #include "platform/LoginItem.h"
 #include "platform/PreferenceStore.h"
 #include "preferences/PreferenceKeys.h"
 #include "preferences/Settings.h"
+
+#include <QPointer>
 
 #include <utility>
 
@@ -13,7 +16,12 @@ namespace tavrik {
 
 SettingsModel::SettingsModel(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_dependencies(std::move(dependencies)), m_shortcut(m_dependencies.shortcut),
-      m_shortcutStatus({m_dependencies.shortcut.hotKey, m_dependencies.pasteKeys, m_dependencies.clipboard}) {
+      m_shortcutStatus({m_dependencies.shortcut.settings, m_dependencies.shortcut.hotKey,
+                        m_dependencies.pasteKeys, m_dependencies.clipboard, m_dependencies.texts}) {
+    m_dependencies.shortcut.preferences.watch([self = QPointer<SettingsModel>(this)] {
+        if (self)
+            self->refresh();
+    });
 }
 
 QString SettingsModel::targetLanguage() const {
@@ -58,6 +66,10 @@ void SettingsModel::setSidebarCollapsed(bool collapsed) {
     store(preferences::sidebarCollapsed.name, collapsed);
 }
 
+bool SettingsModel::hasOwnKey() const {
+    return !m_dependencies.shortcut.settings.openRouterKey().isEmpty();
+}
+
 QString SettingsModel::version() const {
     return appVersion();
 }
@@ -65,6 +77,10 @@ QString SettingsModel::version() const {
 void SettingsModel::revealDataFolder() {
     if (!m_dependencies.dataFolder.isEmpty())
         m_dependencies.folders.reveal(m_dependencies.dataFolder);
+}
+
+void SettingsModel::copy(const QString& text) {
+    m_dependencies.clipboard.setText(text);
 }
 
 void SettingsModel::refresh() {

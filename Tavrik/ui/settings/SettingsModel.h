@@ -27,6 +27,8 @@ class SettingsModel : public QObject {
     Q_PROPERTY(bool sounds READ sounds WRITE setSounds NOTIFY changed)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool sidebarCollapsed READ sidebarCollapsed WRITE setSidebarCollapsed NOTIFY changed)
+    Q_PROPERTY(bool hasOwnKey READ hasOwnKey NOTIFY changed)
+    Q_PROPERTY(QString command READ command CONSTANT)
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QString microphoneText READ microphoneText CONSTANT)
     Q_PROPERTY(QString signOutText READ signOutText CONSTANT)
@@ -62,6 +64,10 @@ public:
     void setLaunchAtLogin(bool launch);
     bool sidebarCollapsed() const;
     void setSidebarCollapsed(bool collapsed);
+    /// Whether the user has a key of their own for the translation service.
+    bool hasOwnKey() const;
+    /// What a shell calls the program.
+    QString command() const { return m_dependencies.texts.command; }
     QString version() const;
     QString microphoneText() const { return m_dependencies.texts.microphone; }
     QString signOutText() const { return m_dependencies.texts.signOut; }
@@ -70,6 +76,9 @@ public:
 
     /// Shows the history's folder in the file manager.
     Q_INVOKABLE void revealDataFolder();
+
+    /// Puts the text on the clipboard.
+    Q_INVOKABLE void copy(const QString& text);
 
     /// A page comes up: what it shows may have changed elsewhere.
     Q_INVOKABLE void refresh();

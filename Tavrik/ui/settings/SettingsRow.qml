@@ -7,6 +7,7 @@ Item {
 
     required property string title
     property string subtitle
+    property string note
     // What stands below, over the whole width.
     property alias below: extras.data
     default property alias control: controls.data
@@ -31,6 +32,15 @@ Item {
         Label {
             width: parent.width
             text: row.subtitle
+            visible: text !== ""
+            size: Theme.smallSize
+            color: Theme.secondary
+            wrapMode: Text.Wrap
+        }
+
+        Label {
+            width: parent.width
+            text: row.note
             visible: text !== ""
             size: Theme.smallSize
             color: Theme.secondary

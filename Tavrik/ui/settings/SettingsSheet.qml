@@ -1,7 +1,7 @@
 import QtQuick
 import Tavrik
 
-// The settings: tabs on the left, the page of one of them on the right.
+// The settings: tabs on the left, the page of one of them on the right. Has the keyboard as a whole at first.
 Item {
     id: sheet
 
@@ -25,6 +25,9 @@ Item {
 
     width: 760
     height: 500
+    Accessible.role: Accessible.Dialog
+    Accessible.name: "Settings"
+    Accessible.focusable: true
 
     onPresentedChanged: {
         wasPresented = true;
@@ -131,13 +134,26 @@ Item {
     }
 
     IconButton {
-        x: parent.width - width - 14
-        y: 14
+        id: close
+        x: parent.width - width
         symbol: "xmark.circle.fill"
         size: 16
-        padding: 0
+        padding: 14
         radius: width / 2
         text: "Close"
         onClicked: sheet.closed()
+
+        // A ring round the symbol.
+        background: Item {
+            Rectangle {
+                anchors.fill: parent
+                anchors.margins: 10
+                radius: width / 2
+                color: Theme.hover
+                border.width: Theme.hairline
+                border.color: Theme.border
+                visible: close.hovered
+            }
+        }
     }
 }

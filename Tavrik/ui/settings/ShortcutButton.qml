@@ -6,10 +6,13 @@ PlainButton {
     id: button
 
     required property ShortcutRecorder recorder
+    // Which keys the shown signs mean.
+    required property string note
 
     readonly property string shown: recorder.recording ? "Press keys…" : recorder.display
 
     text: "Shortcut: " + shown
+    Accessible.description: recorder.recording ? toolTip : note
     toolTip: "Click, then press the new shortcut. Esc cancels."
     horizontalPadding: 10
     verticalPadding: 5

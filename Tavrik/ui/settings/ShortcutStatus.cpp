@@ -3,19 +3,24 @@
 #include "capture/AbstractHotKeyOwner.h"
 #include "platform/Clipboard.h"
 #include "platform/PasteKeys.h"
+#include "preferences/Settings.h"
+
+#include <utility>
 
 namespace tavrik {
 
 using namespace Qt::StringLiterals;
 
-ShortcutStatus::ShortcutStatus(const Dependencies& dependencies, QObject* parent)
-    : QObject(parent), m_dependencies(dependencies) {
+ShortcutStatus::ShortcutStatus(Dependencies dependencies, QObject* parent)
+    : QObject(parent), m_dependencies(std::move(dependencies)) {
     connect(&m_dependencies.hotKey, &Service::statusChanged, this, &ShortcutStatus::refresh);
     connect(&m_dependencies.pasteKeys, &Service::statusChanged, this, &ShortcutStatus::changed);
 }
 
-QString ShortcutStatus::assigned() const {
-    return m_dependencies.hotKey.assignedTrigger();
+QString ShortcutStatus::note() const {
+    const auto assigned = m_dependencies.hotKey.assignedTrigger();
+    return assigned.isEmpty() ? m_dependencies.texts.shortcutNote(m_dependencies.settings.hotKeyDisplay())
+                              : u"Assigned by your desktop: "_s + assigned;
 }
 
 QString ShortcutStatus::warning() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/HotKeyBackend.h"
+#include "platform/PlatformTexts.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -10,6 +11,7 @@ namespace tavrik {
 class AbstractHotKeyOwner;
 class Clipboard;
 class PasteKeys;
+class Settings;
 
 /// What the desktop makes of the shortcut and of the paste that follows it, and what the user can do about
 /// it. Main thread only.
@@ -17,7 +19,7 @@ class ShortcutStatus : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Views are given it.")
-    Q_PROPERTY(QString assigned READ assigned NOTIFY changed)
+    Q_PROPERTY(QString note READ note NOTIFY changed)
     Q_PROPERTY(QString warning READ warning NOTIFY changed)
     Q_PROPERTY(QString remedy READ remedy NOTIFY changed)
     Q_PROPERTY(QString pasteWarning READ pasteWarning NOTIFY changed)
@@ -27,16 +29,19 @@ class ShortcutStatus : public QObject {
 
 public:
     struct Dependencies {
+        const Settings& settings;
         AbstractHotKeyOwner& hotKey;
         PasteKeys& pasteKeys;
         /// Takes the lines that are copied.
         Clipboard& clipboard;
+        PlatformTexts texts;
     };
 
-    explicit ShortcutStatus(const Dependencies& dependencies, QObject* parent = nullptr);
+    explicit ShortcutStatus(Dependencies dependencies, QObject* parent = nullptr);
 
-    /// What the desktop has assigned, in its own words; empty where that is what was asked for.
-    QString assigned() const;
+    /// Which keys to press: those that the desktop has assigned, in its own words, where it was others than
+    /// asked for; else what the shortcut's signs mean on this keyboard. Empty where the keys bear the signs.
+    QString note() const;
     /// What keeps the shortcut from working, or restricts it; empty if nothing does. The remedy is what a
     /// button beside it offers, or empty.
     QString warning() const;

@@ -15,6 +15,7 @@ Column {
     Label {
         text: "App settings"
         font.weight: Font.DemiBold
+        Accessible.role: Accessible.Heading
     }
 
     SettingsGroup {
@@ -34,6 +35,7 @@ Column {
         topPadding: 6
         text: "Sound"
         font.weight: Font.DemiBold
+        Accessible.role: Accessible.Heading
     }
 
     SettingsGroup {

@@ -20,11 +20,13 @@ Image {
         function onApplicationIsDarkChanged() {
             if (fade.Window.visibility === Window.Hidden || fade.Window.visibility === Window.Minimized)
                 return fade.follow();
+            // As many pixels as the screen shows of it.
+            const size = Qt.size(fade.from.width * Screen.devicePixelRatio, fade.from.height * Screen.devicePixelRatio);
             fade.from.grabToImage(picture => {
                 fade.source = picture.url;
                 fade.follow();
                 going.restart();
-            });
+            }, size);
         }
     }
 

@@ -23,7 +23,8 @@ Item {
                     settings: root.settings,
                     pages: root.pages
                 } : {
-                    account: root.account
+                    account: root.account,
+                    settings: root.settings
                 }
         }
     }

@@ -9,6 +9,7 @@ DropdownCard {
     Label {
         text: "Notifications"
         font.weight: Font.DemiBold
+        Accessible.role: Accessible.Heading
     }
 
     Row {

@@ -13,7 +13,12 @@ Row {
         chosen(panel === name ? "" : name);
     }
 
+    function button(name: string): Item {
+        return name === "notifications" ? bell : person;
+    }
+
     TopIconButton {
+        id: bell
         symbol: "bell"
         text: "Notifications"
         active: icons.panel === "notifications"
@@ -21,7 +26,9 @@ Row {
     }
 
     TopIconButton {
+        id: person
         symbol: "person.crop.circle"
+        reachRight: 22
         text: "Account"
         active: icons.panel === "account"
         onClicked: icons.toggle("account")
