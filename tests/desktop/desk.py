@@ -29,6 +29,8 @@ JSON = {"Content-Type": "application/json"}
 CANCEL, CONFIRM = "Cancel", "Finish and paste"
 QUIT, CHECK_FOR_UPDATES = 13, 42
 SHOWING = Atspi.StateType.SHOWING
+PASSIVE = (Atspi.Role.FRAME, Atspi.Role.PANEL, Atspi.Role.LABEL, Atspi.Role.HEADING, Atspi.Role.DIALOG, Atspi.Role.LIST,
+           Atspi.Role.LIST_ITEM)
 # Where the keyring holds the session.
 SLOT = ("service", "io.nordvex.tavrik", "account", "supabase-session")
 # Proxies are for the world outside.
@@ -129,6 +131,19 @@ def has_state(accessible, state):
 def is_usable(accessible):
     """A control, and not a disabled one; a label is focusable too."""
     return has_state(accessible, Atspi.StateType.FOCUSABLE) and accessible.get_role() != Atspi.Role.LABEL
+
+
+def is_field(accessible):
+    return accessible.get_role() in (Atspi.Role.TEXT, Atspi.Role.ENTRY, Atspi.Role.PASSWORD_TEXT)
+
+
+def label(accessible):
+    """The name; a password field has none, but a description."""
+    return accessible.get_name() or accessible.get_description()
+
+
+def describe(accessible):
+    return label(accessible), accessible.get_role_name()
 
 
 def place(accessible):
@@ -373,14 +388,30 @@ class Window:
 
     def focused(self):
         """The name of what the keyboard acts on."""
-        item = find(self._showing(), lambda item: has_state(item, Atspi.StateType.FOCUSED) and is_usable(item))
-        return item and item.get_name()
+        return (item := self._focused_item()) and label(item)
+
+    def _focused_item(self):
+        return find(self._showing(), lambda item: has_state(item, Atspi.StateType.FOCUSED) and is_usable(item))
 
     def tab(self):
         """Moves the focus on by one stop; the name of that stop."""
         before = self.focused()
         self.key("Tab")
         return wait_for(f"another focus than {before!r}", lambda: (now := self.focused()) != before and now)
+
+    def tab_round(self):
+        """The names and roles of all stops."""
+        stops = []
+        while self.tab() and (stop := describe(self._focused_item())) not in stops:
+            stops.append(stop)
+        return stops
+
+    def controls(self):
+        """Whatever shows and is more than text, or a place for something else."""
+        return [item for item in self._showing() if item.get_role() not in PASSIVE]
+
+    def heading(self, name):
+        return find(self._showing(), lambda item: item.get_role() == Atspi.Role.HEADING and item.get_name() == name)
 
     def tab_to(self, name):
         """The names of the stops on the way."""
@@ -424,6 +455,29 @@ class Window:
     @staticmethod
     def key(*keys):
         run("xdotool", "key", *keys)
+
+
+class ScreenReader:
+    """What one speaks without being asked: notifications that appear."""
+
+    def __init__(self):
+        self._spoken = []
+        self._listener = Atspi.EventListener.new(self._appeared)
+        self._listener.register("object:state-changed:showing")
+
+    def _appeared(self, event):
+        # It may be gone by now.
+        with contextlib.suppress(GLib.GError):
+            if event.detail1 and event.source.get_role() == Atspi.Role.NOTIFICATION:
+                self._spoken.append(event.source.get_name())
+
+    def spoken(self):
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self._spoken
+
+    def speaks(self, text):
+        wait_for(f"{text!r} to be spoken", lambda: text in self.spoken())
 
 
 class Suite(unittest.TestCase):

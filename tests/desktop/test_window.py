@@ -101,6 +101,7 @@ class MainWindow(desk.Suite):
         desk.wait_for("the night" if dark else "the day", lambda: (float(desk.run(*corner)) < 0.4) == dark)
 
     def test_from_a_new_account_to_a_kept_history(self):
+        reader = desk.ScreenReader()
         self.start("--confirm-email")
         window = self.window
         window.fill("Email", EMAIL)
@@ -109,6 +110,7 @@ class MainWindow(desk.Suite):
         window.type("er")
         window.key("Return")
         window.sees("Invalid login credentials")
+        reader.speaks("Invalid login credentials")
 
         self.sign_up()
         window.sees("Check your inbox and confirm your email, then sign in.", "Welcome to Tavrik")
@@ -121,7 +123,14 @@ class MainWindow(desk.Suite):
         window.sees(GREETING, "0 total words", "Nothing yet today. Hold ⌥ Space, speak Persian, release — the English text "
                     "lands here.")
 
-        self.dictate("The bus leaves at nine.")
+        before = list(reader.spoken())
+        self.editor.focus()
+        self.backend.script({"path": TRANSLATE, "status": 200, "body": json.dumps({"text": "The bus leaves at nine."})})
+        with desk.held(*desk.SHORTCUT):
+            desk.speak(self.sentence)
+            # The microphone would hear it.
+            self.assertEqual(reader.spoken(), before)
+        reader.speaks("Translating…")
         self.dictate("Straße and مدرسه")
         window.activate()
         window.lists("Straße and مدرسه", "The bus leaves at nine.")
@@ -185,6 +194,11 @@ class MainWindow(desk.Suite):
     def test_the_browser_signs_in(self):
         self.start()
         window = self.window
+        window.click("Copy: Or without an account, with your own OpenRouter key:")
+        self.assertEqual(desk.run("xclip", "-o", "-selection", "clipboard"), f"{PROGRAM} preferences set openrouter_api_key -")
+        desk.set_preference(PROGRAM, "openrouter_api_key", "sk-mine")
+        window.sees("Dictation works with your own key, without an account.")
+
         (NOTES / "answer").write_text("cancel")
         window.click("Continue with Google")
         window.sees("The user denied access")
@@ -316,27 +330,61 @@ class MainWindow(desk.Suite):
         self.speak()
         self.assertEqual((self.tavrik.takes(), len(self.backend.requests(TRANSLATE))), ([], before))
 
+    def walk(self):
+        """Once round by the keyboard, which reaches whatever can be used; each of those has a name and does something."""
+        stops = self.window.tab_round()
+        for control in self.window.controls():
+            name, role = desk.describe(control)
+            self.assertTrue(name, role)
+            self.assertTrue(desk.is_field(control) or desk.Atspi.Action.get_n_actions(control), name)
+            # A picker is one stop, from which the arrows go on.
+            in_picker = control.get_parent().get_name() in ("Language", "Appearance")
+            if desk.is_usable(control) and (not in_picker or desk.has_state(control, desk.Atspi.StateType.CHECKED)):
+                self.assertIn((name, role), stops)
+
     def test_the_keyboard_alone(self):
-        self.start_signed_in()
+        self.start()
         window = self.window
+        self.walk()
+        self.sign_up()
+        window.sees(GREETING)
+        self.dictate("Once.")
+        window.activate()
+        for page in "History", "Home":
+            window.tab_to(page)
+            window.key("Return")
+            self.walk()
+        window.tab_to("Account")
+        window.key("space")
+        window.sees(EMAIL)
+        self.assertTrue(window.is_on("Account"))
+        self.assertEqual(window.tab(), "Sign out")
+        window.key("Escape")
+        window.misses(EMAIL)
+        self.assertEqual((window.focused(), window.is_on("Account")), ("Account", False))
+
         window.tab_to("Settings")
         window.key("space")
         window.sees("How Tavrik looks.")
-        # However far one tabs, one does not leave the sheet; a picker is one stop.
-        window.tab_to("English")
-        stops = window.tab_to("English")
-        self.assertEqual((stops.count("English"), "French" in stops, "Notifications" in stops), (1, False, False), stops)
-        window.key("Right", "Down")
-        desk.wait_for("the language", lambda: preference("target_language") == "Italian")
-        # The appearance's, and the tab's.
-        window.tab_to("System")
-        window.tab_to("System")
-        window.key("Return")
-        window.sees(SOUNDS)
+        self.assertEqual((window.focused(), window.find("History")), ("Settings", None))
+        for page in "General", "Account", "System":
+            window.tab_to(page)
+            window.key("Return")
+            desk.wait_for(page, lambda page=page: window.heading(page))
+            self.walk()
         window.tab_to(SOUNDS)
         for key, on in ("space", False), ("Return", True), ("space", False):
             window.key(key)
             desk.wait_for(f"sounds {on}", lambda on=on: preference("sounds_enabled") is on and window.is_on(SOUNDS) == on)
+        window.tab_to("General")
+        window.key("Return")
+        window.tab_to("English")
+        window.key("Right", "Down")
+        desk.wait_for("the language", lambda: preference("target_language") == "Italian")
+        window.key("Escape")
+        window.misses("How Tavrik looks.")
+        self.assertEqual(window.focused(), "Settings")
+        self.assertTrue(window.can_use("History"))
 
     def test_foreign_text_is_drawn_as_it_stands(self):
         self.start()
