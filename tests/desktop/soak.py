@@ -74,6 +74,8 @@ class Soak:
         # In kB after each of the latest dictations. A single one tells how large its reply was: what has just been freed
         # is not always given back at once. The least of them is what is kept.
         self.memory = collections.deque(maxlen=20)
+        # Otherwise the window would open, as at the first launch, while the keyring is locked.
+        desk.set_preference(program, "openrouter_api_key", "sk-rehearsal")
         session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 4e9, "email": "someone@example.org"}
         subprocess.run(["secret-tool", "store", "--label=Tavrik", *desk.SLOT], input=json.dumps(session), text=True,
                        check=True)
@@ -190,6 +192,8 @@ class Soak:
                 self.tavrik.click_panel(desk.CONFIRM)
             elif finish in ("03-pulse", "04-openbox"):
                 self.restart(finish)
+                # A window manager that has just started takes its time to say who has the keyboard.
+                desk.wait_for("the focus", lambda: desk.run("xdotool", "getwindowfocus", check=False).strip() == self.editor.window)
         if finish == "signal":
             self.start()
             return self.speak()

@@ -141,9 +141,9 @@ private Q_SLOTS:
             Heard after;
             const auto next = m_client->microphone.start(after.sink());
             QVERIFY(next);
-            (*leftOver)->stop(); // from the old connection
+            QVERIFY(!(*leftOver)->stop()); // from the old connection
             QTRY_VERIFY(after.samples >= 320);
-            (*next)->stop();
+            QVERIFY((*next)->stop());
             QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
         }
     }
@@ -177,7 +177,7 @@ private Q_SLOTS:
                 player.play(sound);
                 QTRY_VERIFY(heard.loud > 100);
                 QTRY_VERIFY(hasNoneOfOurs(u"sink-inputs"_s));
-                (*capture)->stop();
+                QVERIFY((*capture)->stop());
             }
             m_server->end();
         }
