@@ -78,7 +78,7 @@ Result<void> WavFile::finish() {
     header.riffSize = header.dataSize + sizeof header - sizeBeforeRiff;
     m_file.seek(0);
     write(&header, sizeof header);
-    return m_error.isEmpty() ? Result<void>() : std::unexpected(Error{m_error});
+    return m_error.isEmpty() ? Result<void>() : std::unexpected(Error{m_error + u'.'});
 }
 
 void WavFile::discard() {

@@ -29,7 +29,8 @@ public:
     void append(std::span<const qint16> samples);
 
     /// Writes the length into the header; nothing is appended any more. Until then the header says that the
-    /// length is unknown, as in a stream. Fails with the disk's error if samples were dropped.
+    /// length is unknown, as in a stream. Fails with the disk's error, as a sentence, if samples were
+    /// dropped.
     Result<void> finish();
 
     /// Closes the file and deletes it.

@@ -145,7 +145,7 @@ private Q_SLOTS:
             const auto take = m_recorder.stop().value_or(AbstractRecorder::Take{});
             disk.reset();
             QCOMPARE(take.duration, 0.5);
-            QCOMPARE(take.interruption, u"File too large"_s);
+            QCOMPARE(take.interruption, u"File too large."_s);
             const auto wav = contentOf(take.file);
             const auto kept = bytesOf(ramp(320)).repeated(2).first(room & ~1);
             QCOMPARE(wav.sliced(44), kept);

@@ -178,6 +178,7 @@ class Soak:
                                   [12, 3, 1, 1, 1, self.signals])[0]
         self.editor.focus()
         with desk.held(*desk.SHORTCUT):
+            desk.wait_for("the panel", lambda: self.tavrik.panel() or self.tavrik.alerts())
             time.sleep(self.rng.uniform(0.6, 1.2))
             if not self.tavrik.panel():
                 return False
@@ -216,7 +217,8 @@ class Soak:
 
     def refused(self):
         self.happened["refused"] += 1
-        assert any("Could not start recording" in words for words in self.at_an_alert())
+        words = self.at_an_alert()
+        assert any("Could not start recording" in word for word in words), words
 
     def at_an_alert(self):
         self.happened["alerts"] += 1
