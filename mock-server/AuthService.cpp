@@ -175,7 +175,7 @@ Reply AuthService::refreshGrant(const QJsonObject& body) {
     const auto next = randomToken();
     const auto known = m_users.replaceRefreshToken(body[u"refresh_token"_s].toString().toUtf8(), next);
     const auto* user = known ? m_users.withId(known->userId) : nullptr;
-    if (!user)
+    if (!known || !user)
         return refusal(400, u"Invalid Refresh Token: Refresh Token Not Found"_s,
                        u"refresh_token_not_found"_s);
     return Reply::json(200, session(*user, known->id, next));

@@ -181,7 +181,7 @@ void TranslationService::completeChat(const Request& request, HttpHandler::Respo
 void TranslationService::translate(const Request& request, HttpHandler::Responder respond) {
     // A name, not a text that gives the model other instructions.
     static const QRegularExpression languageName(u"\\A\\p{L}[\\p{L}\\p{M} ()-]{0,99}\\z"_s);
-    constexpr int longestMinutes = 15;
+    constexpr int longestMinutes = 10;
     if (const auto checked = checkPost(request); !checked)
         return respond(checked.error());
     if (!m_accounts.bearer(request))

@@ -4,13 +4,13 @@ export async function readText(message: Request | Response, limit: number): Prom
     await message.body?.cancel();
     return undefined;
   }
-  const decoder = new TextDecoder();
-  let text = "";
+  const chunks: Uint8Array[] = [];
   let length = 0;
   for await (const chunk of message.body ?? []) {
     length += chunk.length;
     if (length > limit) return undefined;
-    text += decoder.decode(chunk, { stream: true });
+    chunks.push(chunk);
   }
-  return text + decoder.decode();
+  // At once: text that is decoded piece by piece takes two bytes a letter.
+  return await new Blob(chunks).text();
 }

@@ -1,8 +1,8 @@
 const headerSize = 44;
 const bytesPerSecond = 32_000;
 
-/** Seconds; the memory of a function bounds what it can pass on. */
-export const longestRecording = 15 * 60;
+/** Seconds. A function has 256 MB of memory, and needs several times what it passes on. */
+export const longestRecording = 10 * 60;
 
 /** Length in base64 of the longest recording. */
 export const longestAudio = Math.ceil((headerSize + longestRecording * bytesPerSecond) / 3) * 4;
