@@ -27,6 +27,6 @@ export async function userOf(request: Request): Promise<string | undefined> {
   const body = await response.text();
   if (response.status === 401 || response.status === 403) return undefined;
   const id = parse(body)?.id;
-  if (!response.ok || typeof id !== "string") throw new Error(`Auth: HTTP ${response.status}`);
+  if (typeof id !== "string") throw new Error(`Auth: HTTP ${response.status}`);
   return id;
 }

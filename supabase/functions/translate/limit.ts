@@ -28,8 +28,6 @@ export async function countSpeech(user: string, seconds: number, limit: number):
     signal: AbortSignal.timeout(5_000),
   });
   const counted = await response.text();
-  if (!response.ok || (counted !== "true" && counted !== "false")) {
-    throw new Error(`count_speech: HTTP ${response.status}`);
-  }
+  if (counted !== "true" && counted !== "false") throw new Error(`count_speech: HTTP ${response.status}`);
   return counted === "true";
 }
