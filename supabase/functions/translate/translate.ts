@@ -30,7 +30,7 @@ async function answer(request: Request): Promise<Response> {
   if (request.method !== "POST") return refusal(405, "Method Not Allowed");
   const type = request.headers.get("Content-Type")?.split(";")[0].trim().toLowerCase();
   if (type !== "application/json") return refusal(415, "Content-Type must be application/json");
-  // Before the body, of which a stranger need not be heard any; a user's arrives in the meantime.
+  // Before the body is read, of which a stranger could send any amount. A user's arrives in the meantime.
   const user = await userOf(request);
   if (!user) return refusal(401, "Invalid or expired access token");
   const text = await readText(request, longestBody);
