@@ -11,8 +11,14 @@ Column {
 
     signal copied(string text)
 
-    width: Math.min(widest, code.implicitWidth + 2 * code.x)
+    width: Math.min(widest, Math.ceil(longest.advanceWidth) + 2 * code.x + 1)
     spacing: 5
+
+    TextMetrics {
+        id: longest
+        text: commands.lines.split("\n").reduce((one, other) => one.length > other.length ? one : other)
+        font: code.font
+    }
 
     Item {
         width: parent.width

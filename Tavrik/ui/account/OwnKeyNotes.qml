@@ -18,7 +18,7 @@ Column {
     CommandLines {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: !notes.settings.hasOwnKey
-        title: "Or without an account, with your own OpenRouter key:"
+        title: "Or with an OpenRouter key of your own"
         lines: notes.set + "openrouter_api_key -"
         widest: notes.widest
         onCopied: text => notes.settings.copy(text)
@@ -46,14 +46,14 @@ Column {
         spacing: 16
 
         CommandLines {
-            title: "Language"
+            title: "Language, for example German"
             lines: notes.set + "target_language German"
             widest: (notes.widest - parent.spacing) / 2
             onCopied: text => notes.settings.copy(text)
         }
 
         CommandLines {
-            title: "Shortcut"
+            title: "Shortcut, for example ⌃ Space"
             lines: notes.set + "hotkey_keycode 49\n" + notes.set + "hotkey_modifiers 4096\n" + notes.set + "hotkey_display '⌃ Space'"
             widest: (notes.widest - parent.spacing) / 2
             onCopied: text => notes.settings.copy(text)

@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import QtQuick.Templates as T
 import Tavrik
 
 // One choice of a few, side by side. An option has a value, a label and perhaps a symbol.
@@ -40,7 +41,8 @@ Rectangle {
             id: segments
             model: picker.options
 
-            PlainButton {
+            // A button of Templates that is told to be a radio button by Accessible is none for the accessibility bus.
+            T.RadioButton {
                 id: segment
 
                 required property var modelData
@@ -51,8 +53,9 @@ Rectangle {
                 text: modelData.label
                 horizontalPadding: 10
                 verticalPadding: 5
-                horizontalReach: row.spacing / 2
-                verticalReach: row.y
+                implicitWidth: implicitContentWidth + leftPadding + rightPadding
+                implicitHeight: implicitContentHeight + topPadding + bottomPadding
+                hoverEnabled: true
                 // One tab stop for the group, like any set of radio buttons; the arrows move within it.
                 focusPolicy: isCurrent || activeFocus || (picker.current < 0 && index === 0) ? Qt.TabFocus : Qt.NoFocus
                 onClicked: picker.chosen(modelData.value)
@@ -60,17 +63,32 @@ Rectangle {
                 Keys.onUpPressed: picker.move(-1)
                 Keys.onRightPressed: picker.move(1)
                 Keys.onDownPressed: picker.move(1)
-                // Accessible's own properties of that name would be overwritten.
-                checkable: true
+                Keys.onReturnPressed: clicked()
+                Keys.onEnterPressed: clicked()
                 checked: isCurrent
-                Accessible.onToggleAction: press()
+                Accessible.name: text
+                Accessible.focusable: enabled
+                Accessible.onPressAction: clicked()
+                Accessible.onToggleAction: clicked()
+                containmentMask: Item {
+                    parent: segment
+                    x: -row.spacing / 2
+                    y: -row.y
+                    width: segment.width - 2 * x
+                    height: segment.height - 2 * y
+                }
 
                 background: Rectangle {
-                    radius: segment.radius
+                    radius: Theme.controlRadius
                     color: Theme.card
                     border.width: Theme.hairline
                     border.color: Theme.outline
                     visible: segment.isCurrent
+                }
+
+                FocusRing {
+                    radius: Theme.controlRadius + Theme.focusWidth
+                    visible: segment.activeFocus
                 }
 
                 contentItem: Row {
