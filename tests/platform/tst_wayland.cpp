@@ -53,7 +53,7 @@ void WaylandTest::init() {
     qputenv("XDG_RUNTIME_DIR", m_folder->path().toLocal8Bit());
     qunsetenv("WAYLAND_DISPLAY");
     // It does not run as root, and must not outlive the test.
-    m_sway.start(u"unshare"_s, {u"--user"_s, u"--map-user=1000"_s, u"--map-group=1000"_s, u"setpriv"_s,
+    m_sway.start(u"unshare"_s, {u"--user"_s, u"--map-user=nobody"_s, u"--map-group=nogroup"_s, u"setpriv"_s,
                                 u"--pdeathsig"_s, u"KILL"_s, u"sway"_s, u"-c"_s, configuration.fileName()});
     QTRY_VERIFY(!QDir(m_folder->path()).entryList({u"wayland-?"_s}, QDir::System).isEmpty());
     qputenv("WAYLAND_DISPLAY",
