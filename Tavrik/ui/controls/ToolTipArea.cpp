@@ -45,11 +45,4 @@ void ToolTipArea::timerEvent(QTimerEvent* event) {
     QToolTip::showText(mapToGlobal(QPointF(width() / 2, height())).toPoint(), m_text, m_style.get());
 }
 
-void ToolTipArea::itemChange(ItemChange change, const ItemChangeData& data) {
-    // Nothing else tells that a window was hidden under the pointer.
-    if (change == ItemVisibleHasChanged && !data.boolValue)
-        setHovered(false);
-    QQuickItem::itemChange(change, data);
-}
-
 } // namespace tavrik

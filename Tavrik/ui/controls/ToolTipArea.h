@@ -35,7 +35,6 @@ Q_SIGNALS:
 
 protected:
     void timerEvent(QTimerEvent* event) override;
-    void itemChange(ItemChange change, const ItemChangeData& data) override;
 
 private:
     void followWindow(bool visible);

@@ -21,6 +21,12 @@ std::size_t SearchIndex::size() const {
     return m_starts.size() - 1;
 }
 
+void SearchIndex::reserve(std::size_t texts, std::size_t bytes) {
+    m_starts.reserve(texts + 1);
+    // Each gets a separator, and some texts become longer when they are folded.
+    m_texts.reserve(bytes + texts + bytes / 16);
+}
+
 void SearchIndex::insert(std::size_t position, QByteArrayView utf8) {
     const auto start = m_starts[position];
     const auto text = foldForSearch(utf8, m_locale) + separator;

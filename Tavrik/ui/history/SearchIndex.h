@@ -17,6 +17,10 @@ public:
     /// How many texts there are.
     std::size_t size() const;
 
+    /// Makes room for so many texts, of so many bytes together. Growing would copy what is there, for longer
+    /// than a frame lasts.
+    void reserve(std::size_t texts, std::size_t bytes);
+
     void insert(std::size_t position, QByteArrayView utf8);
     void remove(std::size_t position);
 

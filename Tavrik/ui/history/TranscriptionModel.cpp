@@ -61,6 +61,10 @@ bool TranscriptionModel::isEmpty() const {
 
 void TranscriptionModel::open() {
     m_open = true;
+    std::size_t bytes = 0;
+    for (const auto record : m_all)
+        bytes += static_cast<std::size_t>(m_dependencies.store.items().at(record).text.size());
+    m_index.reserve(m_all.size(), bytes);
     m_indexing.start();
 }
 
