@@ -180,8 +180,9 @@ class Soak:
         with desk.held(*desk.SHORTCUT):
             desk.wait_for("the panel", lambda: self.tavrik.panel() or self.tavrik.alerts())
             time.sleep(self.rng.uniform(0.6, 1.2))
-            if not self.tavrik.panel():
+            if not self.tavrik.takes():
                 return False
+            desk.wait_for("the panel", self.tavrik.panel)
             if finish == "service":
                 self.restart_service()
             if finish == "signal":
