@@ -220,8 +220,8 @@ class MainWindow(desk.Suite):
         # Beside its controls: it stays open.
         window.click(EMAIL)
         window.sees("Sign out")
-        # Outside: this closes the card and does nothing else.
-        window.click("History")
+        # Outside, by any button: this closes the card and does nothing else.
+        desk.run("xdotool", "mousemove", *window.middle("History"), "click", "3")
         window.misses(EMAIL)
         window.sees(GREETING)
         window.click("Account", times=2)
@@ -231,7 +231,6 @@ class MainWindow(desk.Suite):
 
         window.click("Settings")
         window.sees("How Tavrik looks.")
-        self.assertFalse(window.can_use("History"))
         # The dimmed window beside the sheet.
         desk.run("xdotool", "mousemove", "--window", window.id, "30", "300", "click", "1")
         window.misses("How Tavrik looks.")
@@ -424,11 +423,6 @@ class MainWindow(desk.Suite):
             time.sleep(0.3)
             self.is_dark()
             portal.emit("SettingChanged", "ssv", *scheme, dbus.UInt32(2, variant_level=1))
-            self.is_dark(False)
-            # The user's choice comes first.
-            desk.set_preference(PROGRAM, "appearance", "dark")
-            self.is_dark()
-            desk.set_preference(PROGRAM, "appearance", "system")
             self.is_dark(False)
 
 
