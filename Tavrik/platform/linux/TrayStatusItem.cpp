@@ -58,7 +58,8 @@ public:
     }
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
-        painter->drawPixmap(rect, pixmap(rect.size(), mode, state));
+        const auto size = rect.size() * painter->device()->devicePixelRatio();
+        painter->drawPixmap(rect, pixmap(size, mode, state));
     }
 
     /// What StatusNotifier sends to the tray.

@@ -58,10 +58,11 @@ MainWindowController::Content::Content(const Dependencies& dependencies, QQmlEng
     view.setTitle(QStringLiteral("Tavrik"));
     view.setIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.setMinimumSize(smallestSize);
-    view.resize(firstSize);
     const auto screen = view.screen()->availableGeometry();
-    view.setPosition(screen.center() - QRect(QPoint(), firstSize).center());
+    const auto size = firstSize.boundedTo(screen.size());
+    view.setMinimumSize(smallestSize.boundedTo(size));
+    view.resize(size);
+    view.setPosition(screen.center() - QRect(QPoint(), size).center());
     view.setInitialProperties({{QStringLiteral("account"), QVariant::fromValue(&account)},
                                {QStringLiteral("settings"), QVariant::fromValue(&settings)},
                                {QStringLiteral("pages"), QVariant::fromValue(&pages)}});

@@ -214,6 +214,7 @@ class Wayland(desk.Suite):
         self.launch()
         bus = desktops.bus_object("org.freedesktop.DBus", "/")
         with WINDOWS["wayland"]() as window:
+            self.desktop.picture(PICTURES / "empty.png")
             for before, portal in enumerate(("portal.Desktop", "impl.portal.desktop.gnome")):
                 os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
                 desk.wait_for("the loss", lambda: not self.tavrik.working() >= NEEDED)
