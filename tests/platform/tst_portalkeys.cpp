@@ -70,6 +70,7 @@ private Q_SLOTS:
             {altSpace, u"Deactivated"_s, {100, 250}, 410, 700},
             {altSpace, u"Deactivated"_s, {20}, 180, 450},
             {altSpace, u"Activated"_s, {50}, 210, 500}, // the modifier went up first
+            {altSpace, u"Activated"_s, {}, 950, 1400},
             {u"dictate-0-49"_s, u"Deactivated"_s, {}, 0, 150},
         };
         FakePortal portal;

@@ -26,20 +26,13 @@ constexpr auto tolerance = 5ms;
 ModifierRelease::ModifierRelease(const QDBusConnection& bus) : m_bus(bus) {
     const auto path = u"/org/freedesktop/portal/desktop"_s;
     const auto interface = u"org.freedesktop.portal.GlobalShortcuts"_s;
-    m_bus.connect({}, path, interface, u"Activated"_s, this, SLOT(activated(QDBusMessage)));
-    m_bus.connect({}, path, interface, u"Deactivated"_s, this, SLOT(deactivated(QDBusMessage)));
-}
-
-void ModifierRelease::activated(const QDBusMessage& signal) {
-    follow(signal, false);
-}
-
-void ModifierRelease::deactivated(const QDBusMessage& signal) {
-    follow(signal, true);
+    // Of a key that goes up after a modifier nothing is told: its last repeat has to do.
+    for (const auto& signal : {u"Activated"_s, u"Deactivated"_s})
+        m_bus.connect({}, path, interface, signal, this, SLOT(follow(QDBusMessage)));
 }
 
 /// The shortcut's id has its modifiers, as the preferences store them: "dictate-6144-49".
-void ModifierRelease::follow(const QDBusMessage& signal, bool isRelease) {
+void ModifierRelease::follow(const QDBusMessage& signal) {
     const auto arguments = signal.arguments();
     m_lastSignal.reset();
     if (arguments.value(1).toString().section(u'-', 1, 1).toUInt() == 0)
@@ -47,12 +40,12 @@ void ModifierRelease::follow(const QDBusMessage& signal, bool isRelease) {
     const auto now = Clock::now();
     // Of the clock that all processes share; not every portal keeps to it.
     const Clock::time_point told{std::chrono::milliseconds(arguments.value(2).toLongLong())};
-    m_lastSignal = {told <= now && now - told < patience ? told : now, isRelease};
+    m_lastSignal = told <= now && now - told < patience ? told : now;
 }
 
 void ModifierRelease::whenUp(QObject& owner, std::function<void()> up) {
     const auto asked = Clock::now();
-    if (!m_lastSignal || asked - m_lastSignal->time >= patience)
+    if (!m_lastSignal || asked - *m_lastSignal >= patience)
         return up();
     const auto monitor = u"org.gnome.Mutter.IdleMonitor"_s;
     const auto call = QDBusMessage::createMethodCall(monitor, u"/org/gnome/Mutter/IdleMonitor/Core"_s,
@@ -66,8 +59,7 @@ void ModifierRelease::whenUp(QObject& owner, std::function<void()> up) {
                 if (reply.isError() || !m_lastSignal)
                     return up();
                 const std::chrono::milliseconds idle(reply.value());
-                const auto& [time, isRelease] = *m_lastSignal;
-                const bool isDown = isRelease && asked - idle <= time + tolerance;
+                const bool isDown = asked - idle <= *m_lastSignal + tolerance;
                 if (!isDown && idle >= settling)
                     return up();
                 QTimer::singleShot(isDown ? pollInterval : settling - idle, &owner,

@@ -25,24 +25,14 @@ public:
     void whenUp(QObject& owner, std::function<void()> up);
 
 private Q_SLOTS:
-    void activated(const QDBusMessage& signal);
-    void deactivated(const QDBusMessage& signal);
+    void follow(const QDBusMessage& signal);
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// The last signal of a shortcut with modifiers.
-    struct Signal {
-        Clock::time_point time;
-        /// It told that the key went up, and so that a modifier was still down. Nothing is told of a key that
-        /// goes up after a modifier.
-        bool isRelease;
-    };
-
-    void follow(const QDBusMessage& signal, bool isRelease);
-
     QDBusConnection m_bus;
-    std::optional<Signal> m_lastSignal;
+    /// Of the last signal of a shortcut with modifiers, which were all down then, or one of them still was.
+    std::optional<Clock::time_point> m_lastSignal;
 };
 
 } // namespace tavrik

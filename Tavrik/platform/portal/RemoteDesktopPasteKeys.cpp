@@ -24,6 +24,8 @@ constexpr uint firstVersionThatRemembers = 2;
 
 // A paste takes some 20 ms. One that takes so much longer may be about to show a dialog.
 constexpr auto patience = 1s;
+// Of one that has to be started first, having crashed.
+constexpr auto patienceWithStart = 5s;
 
 const auto beingAsked = u"The desktop is asking whether Tavrik may paste."_s;
 
@@ -43,9 +45,13 @@ RemoteDesktopPasteKeys::RemoteDesktopPasteKeys(PortalConnection& portal, PortalG
     : m_portal(portal), m_grants(grants), m_offerSelection(std::move(offerSelection)),
       m_modifiers(portal.bus()) {
     m_bound.setSingleShot(true);
-    m_bound.setInterval(patience);
     connect(&m_bound, &QTimer::timeout, this,
             [this] { breakOffPaste(Error{u"The desktop did not paste in time."_s}); });
+    const auto mustStart = [this] {
+        m_mustStart = true;
+    };
+    connect(&portal, &PortalConnection::vanished, this, mustStart);
+    connect(&portal, &PortalConnection::implementationVanished, this, mustStart);
     connect(&portal, &PortalConnection::appeared, this, [this] {
         if (m_version == 0U)
             askVersion();
@@ -161,7 +167,7 @@ void RemoteDesktopPasteKeys::sendPaste(Completion<void> completion) {
 }
 
 void RemoteDesktopPasteKeys::openSession() {
-    m_bound.start();
+    m_bound.start(m_mustStart ? patienceWithStart : patience);
     checkToken(*m_session, [this] {
         if (const auto now = status(); !now.works)
             return endPaste(std::unexpected(Error{now.reason}));
@@ -177,6 +183,7 @@ void RemoteDesktopPasteKeys::opened(const Result<RemoteDesktopSession::Opening>&
         checkToken(*this, [] {});
         return endPaste(std::unexpected(Error{u"The desktop did not let Tavrik paste."_s}));
     }
+    m_mustStart = false;
     setToken(opening->nextToken, false);
     m_session->send(pasteKeys, [this](const Result<void>& outcome) { endPaste(outcome); });
 }

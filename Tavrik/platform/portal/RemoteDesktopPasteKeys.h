@@ -55,6 +55,8 @@ private:
     std::optional<uint> m_version;
     /// The desktop has forgotten the token.
     bool m_isForgotten = false;
+    /// The portal, or the program behind it, has ended since the last session.
+    bool m_mustStart = false;
 
     bool m_isAsking = false;
     bool m_isAskedByUser = false;

@@ -35,8 +35,8 @@ const auto noKeys = u"The desktop has assigned no keys to this shortcut."_s;
 /// Nobody reads a dialog and answers it in less: such an answer was the desktop's own.
 constexpr auto quickestAnswer = 300ms;
 
-/// How long a portal that has ended is given to come back by itself.
-constexpr auto absence = 1s;
+/// How long a portal that has ended is given to come back by itself. A press meanwhile is lost.
+constexpr auto absence = 200ms;
 
 /// How often in a row a portal is started again that ends before the shortcut is used.
 constexpr int mostRevivals = 3;
