@@ -62,7 +62,7 @@ Column {
 
         Label {
             id: code
-            x: 10
+            x: 8
             y: 8
             width: parent.width - 2 * x
             text: commands.lines
