@@ -227,6 +227,8 @@ class Soak:
         self.rng.choice([lambda: None, lambda: None, self.tap, lambda: self.restart("04-openbox")])()
         texts = alert.texts()
         alert.dismiss()
+        # Its window goes a moment later, and would be taken for the next one.
+        desk.wait_for("the alert to go", lambda: not self.tavrik.alerts())
         return texts
 
     def dictation(self, number):
