@@ -200,7 +200,7 @@ class Gnome(Desktop):
         self.run("gnome-shell", "gnome-shell", "--headless", "--virtual-monitor", "1280x800", "--wayland-display",
                  "wayland-0", "--unsafe-mode", socket="wayland-0")
         desk.wait_for("the shell", lambda: "GNOME Shell started" in (LOGS / "gnome-shell").read_text())
-        os.environ["XAUTHORITY"] = str(*RUNTIME.glob(".mutter-Xwaylandauth.*"))
+        os.environ["XAUTHORITY"] = str(max(RUNTIME.glob(".mutter-Xwaylandauth.*"), key=os.path.getmtime))
         # It begins with the overview, where shortcuts of the portal do nothing.
         desk.wait_for("the overview", lambda: self.ask("Main.overview.visible"))
         self.ask("Main.overview.hide()")

@@ -222,6 +222,19 @@ class Wayland(desk.Suite):
                 self.dictate(Case(), window, before)
                 time.sleep(DESKTOP.rest)
 
+    @unittest.skipUnless(DESKTOP.dialogs, "no portal is asked for permission there")
+    def test_next_session(self):
+        """What was granted is kept on disk, by the desktop and by the program."""
+        self.launch()
+        self.tavrik.stop()
+        self.desktop.close()
+        bus = desktops.bus_object("org.freedesktop.DBus", "/")
+        for portal in "portal.Desktop", "impl.portal.desktop.gnome", "impl.portal.PermissionStore":
+            if bus.NameHasOwner(f"org.freedesktop.{portal}"):
+                os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
+        self.enterClassContext(self.desktop)
+        self.check(Case())
+
     def test_asking_the_user(self):
         with tempfile.TemporaryDirectory() as data, unittest.mock.patch.dict(os.environ, XDG_DATA_HOME=data):
             for answers in ("Cancel", "Cancel"), ():
