@@ -132,14 +132,14 @@ private Q_SLOTS:
         QTRY_COMPARE(place("record 499").top(), before);
         // By a finger: where it lets go the list runs on, until it comes down again.
         QPoint at(300, 500);
-        QTest::touchEvent(view.get(), finger).press(0, at);
+        QTest::touchEvent(view.get(), finger.get()).press(0, at);
         for (int i = 0; i < 8; ++i) {
             QTest::qWait(10);
-            QTest::touchEvent(view.get(), finger).move(0, at -= QPoint(0, 20));
+            QTest::touchEvent(view.get(), finger.get()).move(0, at -= QPoint(0, 20));
         }
         const int dragged = place("record 499").top();
         QVERIFY2(dragged < before - 100 && dragged > before - 170, qPrintable(QString::number(dragged)));
-        QTest::touchEvent(view.get(), finger).release(0, at);
+        QTest::touchEvent(view.get(), finger.get()).release(0, at);
         QTRY_VERIFY(place("record 499").top() < dragged - 20);
         tap(at);
         const int stopped = place("record 499").top();
@@ -190,13 +190,13 @@ private:
     }
 
     void tap(QPoint at) {
-        QTest::touchEvent(view.get(), finger).press(0, at);
-        QTest::touchEvent(view.get(), finger).release(0, at);
+        QTest::touchEvent(view.get(), finger.get()).press(0, at);
+        QTest::touchEvent(view.get(), finger.get()).release(0, at);
     }
 
     void key(Qt::Key key) { QTest::keyClick(view.get(), key); }
 
-    QPointingDevice* finger = QTest::createTouchDevice();
+    const std::unique_ptr<QPointingDevice> finger{QTest::createTouchDevice()};
     std::unique_ptr<HistoryDesk> desk;
     std::unique_ptr<PageView> view;
 };
