@@ -40,7 +40,7 @@ private:
     std::shared_ptr<PulseConnection> m_connection;
     Microphone::Sink m_sink;
     PulsePointer<pa_stream> m_stream;
-    qint64 m_received = 0;          // bytes
+    qint64 m_received = 0; // bytes
     pa_usec_t m_lastRead = 0;
     std::optional<qint64> m_target; // bytes captured up to stop(), once the server has answered
 };
