@@ -35,8 +35,7 @@ private:
 
     MainQueue& m_queue;
     WindowActivator& m_activator;
-    /// One for all boxes: Qt keeps what it has drawn of every single one. Loaded with
-    /// the first.
+    /// One for all boxes: Qt keeps what it has drawn of every single one. Loaded with the first.
     QIcon m_logo;
     QIcon m_warning;
     /// The first is the one on the screen.
