@@ -290,6 +290,8 @@ def main(program, server, port, count="500", seed=None):
     seed = int(seed) if seed else random.randrange(1 << 30)
     print(f"{count} dictations, seed {seed}", flush=True)
     with tempfile.TemporaryDirectory() as folder:
+        # glibc would keep up to twice the largest block that each thread has freed, megabytes after a large reply.
+        os.environ["MALLOC_MMAP_THRESHOLD_"] = str(128 * 1024)
         # The program's temporary files are seen where nobody else has any.
         tempfile.tempdir = os.environ["TMPDIR"] = folder
         soak = Soak(program, server, port, seed)
