@@ -84,6 +84,9 @@ TrayStatusItem::TrayStatusItem(EmbeddingTray& embeddingTray) : m_embeddingTray(e
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayStatusItem::findTray);
     bus.connect({}, watcherPath, watcherService, u"StatusNotifierHostRegistered"_s, this, SLOT(findTray()));
     connect(&m_embeddingTray, &EmbeddingTray::started, this, &TrayStatusItem::findTray);
+    // Queued, since Qt has yet to hear of it.
+    connect(&m_embeddingTray, &EmbeddingTray::started, this, &TrayStatusItem::titleEmbeddedIcon,
+            Qt::QueuedConnection);
     findTray();
 }
 
@@ -177,8 +180,14 @@ void TrayStatusItem::updateIcon() {
         return;
     m_icon->setIcon(icon());
     m_icon->setToolTip(m_note.isEmpty() ? m_description : m_description + u'\n' + m_note);
-    m_icon->show();
-    // By its title an embedded icon stands in the tray's list.
+    if (!m_icon->isVisible()) {
+        m_icon->show();
+        titleEmbeddedIcon();
+    }
+}
+
+/// By its title an embedded icon stands in the tray's list. Qt has a new widget for it in each tray.
+void TrayStatusItem::titleEmbeddedIcon() {
     for (auto* widget : QApplication::topLevelWidgets()) {
         if (widget->inherits("QSystemTrayIconSys"))
             widget->setWindowTitle(u"Tavrik"_s);

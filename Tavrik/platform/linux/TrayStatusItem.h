@@ -38,6 +38,7 @@ private Q_SLOTS:
 private:
     void makeIcon();
     void updateIcon();
+    void titleEmbeddedIcon();
     const QIcon& icon();
 
     QHash<QString, QIcon> m_icons;
