@@ -62,7 +62,7 @@ QPalette makePalette(bool dark) {
 } // namespace
 
 PortalAppearance::PortalAppearance() : m_desktopToolTips(QToolTip::palette()) {
-    qApp->installEventFilter(this);
+    m_themeListener.installEventFilter(this);
     auto bus = QDBusConnection::sessionBus();
     // A slot whose types are not all known by name is not connected.
     qRegisterMetaType<QDBusVariant>();
@@ -107,7 +107,6 @@ void PortalAppearance::update() {
     const bool dark = wanted == Scheme::dark;
     if (!follows && isDark(QApplication::palette()) == dark)
         return;
-    m_isUpdating = true;
     // What the desktop's theme already is, it is better at; which that is, is only seen once it is in use.
     if (m_isOwnPalette)
         QApplication::setPalette(QPalette());
@@ -115,18 +114,15 @@ void PortalAppearance::update() {
     if (m_isOwnPalette)
         QApplication::setPalette(makePalette(dark));
     QToolTip::setPalette(m_isOwnPalette ? makePalette(dark) : m_desktopToolTips);
-    m_isUpdating = false;
 }
 
-bool PortalAppearance::eventFilter(QObject* watched, QEvent* event) {
-    const auto type = event->type();
-    // Queued, since Qt goes on to change the tooltips' palette.
-    if (((type == QEvent::ApplicationPaletteChange && watched == qApp) || type == QEvent::ThemeChange) &&
-        !m_isUpdating)
-        QMetaObject::invokeMethod(this, &PortalAppearance::desktopPaletteChanged, Qt::QueuedConnection);
+bool PortalAppearance::eventFilter(QObject*, QEvent* event) {
+    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ThemeChange)
+        desktopPaletteChanged();
     return false;
 }
 
+/// By now Qt has changed the tooltips' palette, too.
 void PortalAppearance::desktopPaletteChanged() {
     if (m_isOwnPalette)
         QToolTip::setPalette(QApplication::palette());

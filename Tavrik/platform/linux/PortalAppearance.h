@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QPalette>
+#include <QWindow>
 
 class QDBusVariant;
 
@@ -35,8 +36,9 @@ private:
     Scheme m_desktop = Scheme::noPreference;
     /// While the palette is this program's own.
     bool m_isOwnPalette = false;
-    bool m_isUpdating = false;
     QPalette m_desktopToolTips;
+    /// Never shown: Qt tells windows of another theme or palette.
+    QWindow m_themeListener;
 };
 
 } // namespace tavrik
