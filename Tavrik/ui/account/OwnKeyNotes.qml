@@ -9,25 +9,23 @@ Column {
     // For two columns of commands.
     required property real widest
 
-    readonly property ShortcutStatus shortcut: settings.shortcutStatus
-    readonly property bool works: shortcut.warning === "" && shortcut.bindingLines === ""
-    readonly property string set: settings.command + " preferences set "
+    readonly property OwnKeyStatus key: settings.ownKey
 
     spacing: 12
 
     CommandLines {
         anchors.horizontalCenter: parent.horizontalCenter
-        visible: !notes.settings.hasOwnKey
+        visible: !notes.key.isSet
         title: "Or with an OpenRouter key of your own"
-        lines: notes.set + "openrouter_api_key -"
+        lines: notes.key.keyCommand
         widest: notes.widest
         onCopied: text => notes.settings.copy(text)
     }
 
     Label {
         width: parent.width
-        visible: notes.settings.hasOwnKey
-        text: notes.works ? "Dictation works with your own key, without an account." : "Your own key is set, and no account is needed."
+        visible: notes.key.isSet
+        text: notes.key.note
         font.weight: Font.Medium
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
@@ -36,25 +34,25 @@ Column {
     ShortcutNotes {
         anchors.horizontalCenter: parent.horizontalCenter
         width: Math.min(parent.width, 500)
-        visible: notes.settings.hasOwnKey
+        visible: notes.key.isSet
         settings: notes.settings
     }
 
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
-        visible: notes.settings.hasOwnKey
+        visible: notes.key.isSet
         spacing: 16
 
         CommandLines {
             title: "Language, for example German"
-            lines: notes.set + "target_language German"
+            lines: notes.key.languageCommand
             widest: (notes.widest - parent.spacing) / 2
             onCopied: text => notes.settings.copy(text)
         }
 
         CommandLines {
             title: "Shortcut, for example ⌃ Space"
-            lines: notes.set + "hotkey_keycode 49\n" + notes.set + "hotkey_modifiers 4096\n" + notes.set + "hotkey_display '⌃ Space'"
+            lines: notes.key.shortcutCommands
             widest: (notes.widest - parent.spacing) / 2
             onCopied: text => notes.settings.copy(text)
         }

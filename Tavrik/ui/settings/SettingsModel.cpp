@@ -17,7 +17,8 @@ namespace tavrik {
 SettingsModel::SettingsModel(Dependencies dependencies, QObject* parent)
     : QObject(parent), m_dependencies(std::move(dependencies)), m_shortcut(m_dependencies.shortcut),
       m_shortcutStatus({m_dependencies.shortcut.settings, m_dependencies.shortcut.hotKey,
-                        m_dependencies.pasteKeys, m_dependencies.clipboard, m_dependencies.texts}) {
+                        m_dependencies.pasteKeys, m_dependencies.clipboard, m_dependencies.texts}),
+      m_ownKey(m_dependencies.shortcut.settings, m_shortcutStatus, m_dependencies.texts.command) {
     m_dependencies.shortcut.preferences.watch([self = QPointer<SettingsModel>(this)] {
         if (self)
             self->refresh();
@@ -64,10 +65,6 @@ bool SettingsModel::sidebarCollapsed() const {
 
 void SettingsModel::setSidebarCollapsed(bool collapsed) {
     store(preferences::sidebarCollapsed.name, collapsed);
-}
-
-bool SettingsModel::hasOwnKey() const {
-    return !m_dependencies.shortcut.settings.openRouterKey().isEmpty();
 }
 
 QString SettingsModel::version() const {

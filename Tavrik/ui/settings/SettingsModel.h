@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/PlatformTexts.h"
+#include "ui/settings/OwnKeyStatus.h"
 #include "ui/settings/ShortcutRecorder.h"
 #include "ui/settings/ShortcutStatus.h"
 
@@ -22,13 +23,12 @@ class SettingsModel : public QObject {
     QML_UNCREATABLE("Views are given it.")
     Q_PROPERTY(tavrik::ShortcutRecorder* shortcut READ shortcut CONSTANT)
     Q_PROPERTY(tavrik::ShortcutStatus* shortcutStatus READ shortcutStatus CONSTANT)
+    Q_PROPERTY(tavrik::OwnKeyStatus* ownKey READ ownKey CONSTANT)
     Q_PROPERTY(QString targetLanguage READ targetLanguage WRITE setTargetLanguage NOTIFY changed)
     Q_PROPERTY(QString appearance READ appearance WRITE setAppearance NOTIFY changed)
     Q_PROPERTY(bool sounds READ sounds WRITE setSounds NOTIFY changed)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool sidebarCollapsed READ sidebarCollapsed WRITE setSidebarCollapsed NOTIFY changed)
-    Q_PROPERTY(bool hasOwnKey READ hasOwnKey NOTIFY changed)
-    Q_PROPERTY(QString command READ command CONSTANT)
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QString microphoneText READ microphoneText CONSTANT)
     Q_PROPERTY(QString signOutText READ signOutText CONSTANT)
@@ -52,6 +52,7 @@ public:
 
     ShortcutRecorder* shortcut() { return &m_shortcut; }
     ShortcutStatus* shortcutStatus() { return &m_shortcutStatus; }
+    OwnKeyStatus* ownKey() { return &m_ownKey; }
     QString targetLanguage() const;
     void setTargetLanguage(const QString& language);
     QString appearance() const;
@@ -64,10 +65,6 @@ public:
     void setLaunchAtLogin(bool launch);
     bool sidebarCollapsed() const;
     void setSidebarCollapsed(bool collapsed);
-    /// Whether the user has a key of their own for the translation service.
-    bool hasOwnKey() const;
-    /// What a shell calls the program.
-    QString command() const { return m_dependencies.texts.command; }
     QString version() const;
     QString microphoneText() const { return m_dependencies.texts.microphone; }
     QString signOutText() const { return m_dependencies.texts.signOut; }
@@ -92,6 +89,7 @@ private:
     const Dependencies m_dependencies;
     ShortcutRecorder m_shortcut;
     ShortcutStatus m_shortcutStatus;
+    OwnKeyStatus m_ownKey;
 };
 
 } // namespace tavrik
