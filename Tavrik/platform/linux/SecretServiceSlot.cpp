@@ -4,63 +4,22 @@
 #include "base/PrivateFiles.h"
 #include "base/PrivateSaveFile.h"
 
-#include <QDBusArgument>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
+#include <QDBusError>
 #include <QDBusPendingReply>
-#include <QDBusVariant>
-#include <QDeadlineTimer>
 #include <QFileInfo>
-#include <QThread>
 
 #include <algorithm>
 #include <ranges>
 #include <utility>
 
-using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace tavrik {
 
+using namespace secretservice;
+
 namespace {
-
-/// A secret as it travels.
-struct Secret {
-    QDBusObjectPath session;
-    QByteArray parameters;
-    QByteArray value;
-    QString contentType;
-};
-
-QDBusArgument& operator<<(QDBusArgument& argument, const Secret& secret) {
-    argument.beginStructure();
-    argument << secret.session << secret.parameters << secret.value << secret.contentType;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, Secret& secret) {
-    argument.beginStructure();
-    argument >> secret.session >> secret.parameters >> secret.value >> secret.contentType;
-    argument.endStructure();
-    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): as all of Qt's own do
-}
-
-using Attributes = QMap<QString, QString>;
-
-const auto service = u"org.freedesktop.secrets"_s;
-const auto servicePath = u"/org/freedesktop/secrets"_s;
-const auto serviceInterface = u"org.freedesktop.Secret.Service"_s;
-const auto collectionInterface = u"org.freedesktop.Secret.Collection"_s;
-const auto itemInterface = u"org.freedesktop.Secret.Item"_s;
-const auto promptInterface = u"org.freedesktop.Secret.Prompt"_s;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
-const auto isLockedError = u"org.freedesktop.Secret.Error.IsLocked"_s;
-
-constexpr auto firstPause = 1s;
-constexpr auto longestPause = 64s;
 
 /// What the item is found by.
 Attributes lookupAttributes() {
@@ -74,61 +33,20 @@ QVariantMap itemProperties() {
             {itemInterface + u".Attributes"_s, QVariant::fromValue(attributes)}};
 }
 
-QDBusMessage message(const QString& path, const QString& interface, const QString& method,
-                     const QVariantList& arguments = {}) {
-    auto result = QDBusMessage::createMethodCall(service, path, interface, method);
-    result.setArguments(arguments);
-    return result;
-}
-
-QDBusMessage getProperty(const QString& path, const QString& interface, const QString& name) {
-    return message(path, propertiesInterface, u"Get"_s, {interface, name});
-}
-
-/// The paths in a property; none if it is of another type.
-QList<QDBusObjectPath> paths(const QDBusVariant& property) {
-    const auto argument = property.variant().value<QDBusArgument>();
-    return argument.currentSignature() == u"ao" ? qdbus_cast<QList<QDBusObjectPath>>(argument)
-                                                : QList<QDBusObjectPath>();
-}
-
-/// The service's way of saying "no such object".
-bool isNull(const QDBusObjectPath& path) {
-    return path.path().isEmpty() || path.path() == u"/";
-}
-
 } // namespace
 
-} // namespace tavrik
-
-Q_DECLARE_METATYPE(tavrik::Secret)
-
-namespace tavrik {
-
 SecretServiceSlot::SecretServiceSlot(MainQueue& queue, QString removalMark, const QDBusConnection& bus)
-    : m_queue(queue), m_removalMark(std::move(removalMark)), m_bus(bus) {
-    qDBusRegisterMetaType<Attributes>();
-    qDBusRegisterMetaType<Secret>();
-    // A slot whose types are not all known by name is not connected.
-    qRegisterMetaType<QDBusVariant>();
-    m_lookAgain.setSingleShot(true);
-    connect(&m_lookAgain, &QTimer::timeout, this, &SecretServiceSlot::perform);
-    // Signals are taken from whoever sends them: naming the service would ask the bus about its owner, and
-    // wait for the answer.
+    : m_queue(queue), m_removalMark(std::move(removalMark)), m_bus(bus), m_service(bus),
+      m_unlockWatcher(bus) {
+    connect(&m_unlockWatcher, &KeyringUnlockWatcher::lookAgain, this, &SecretServiceSlot::perform);
+    // From whoever sends it: naming the bus would ask it about its owner, and wait for the answer.
     m_bus.connect({}, u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, u"NameOwnerChanged"_s, {service},
                   {}, this, SLOT(serviceOwnerChanged(QString, QString, QString)));
 }
 
 SecretServiceSlot::~SecretServiceSlot() {
     cancelRead();
-    const QDeadlineTimer limit(1s);
-    while (m_call != nullptr && !limit.hasExpired()) {
-        // Replies arrive on the thread of the bus.
-        if (m_call->isFinished())
-            receive();
-        else
-            QThread::usleep(200);
-    }
+    m_service.receiveReplies(1s);
 }
 
 ServiceStatus SecretServiceSlot::status() const {
@@ -171,8 +89,8 @@ void SecretServiceSlot::cancelRead() {
     const bool isUnderWay = found == m_requests.begin();
     m_requests.erase(found);
     if (isUnderWay) {
-        abandonCall();
-        stopWaiting();
+        m_service.abandonCall();
+        m_unlockWatcher.stop();
         startNext();
     }
 }
@@ -190,12 +108,12 @@ void SecretServiceSlot::remove() {
 /// Earlier writes that have not begun, or wait for an unlocking, have become pointless.
 void SecretServiceSlot::enqueueWrite(Request request) {
     while (!m_requests.empty() && m_requests.back().action != Action::read &&
-           (m_requests.size() > 1 || !isBusy())) {
+           (m_requests.size() > 1 || !m_service.isBusy())) {
         m_requests.pop_back();
     }
     m_requests.push_back(std::move(request));
     if (m_requests.size() == 1) {
-        stopWaiting();
+        m_unlockWatcher.stop();
         startNext();
     }
 }
@@ -203,7 +121,7 @@ void SecretServiceSlot::enqueueWrite(Request request) {
 void SecretServiceSlot::startNext() {
     m_deleted.clear();
     m_askedToUnlock = false;
-    m_pause = firstPause;
+    m_unlockWatcher.resetPause();
     if (!m_requests.empty())
         perform();
 }
@@ -227,7 +145,7 @@ void SecretServiceSlot::perform() {
 }
 
 void SecretServiceSlot::finish() {
-    stopWaiting();
+    m_unlockWatcher.stop();
     if (m_health == Health::locked)
         setHealth(Health::works);
     m_requests.pop_front();
@@ -239,31 +157,6 @@ void SecretServiceSlot::deliver(const std::optional<QByteArray>& secret) {
         if (const auto wanted = completion.lock())
             (*wanted)(secret);
     });
-}
-
-void SecretServiceSlot::call(const QDBusMessage& message, Reply reply) {
-    abandonCall();
-    // Without a connection Qt's own call would never end.
-    const auto noBus = QDBusError(QDBusError::Disconnected, {});
-    m_call = new QDBusPendingCallWatcher(
-        m_bus.isConnected() ? m_bus.asyncCall(message) : QDBusPendingCall::fromError(noBus), this);
-    m_reply = std::move(reply);
-    connect(m_call, &QDBusPendingCallWatcher::finished, this, &SecretServiceSlot::receive);
-}
-
-void SecretServiceSlot::receive() {
-    const QDBusPendingCall call = *m_call;
-    const auto reply = std::exchange(m_reply, nullptr);
-    abandonCall();
-    reply(call);
-}
-
-void SecretServiceSlot::abandonCall() {
-    if (m_call == nullptr)
-        return;
-    m_call->disconnect(this);
-    std::exchange(m_call, nullptr)->deleteLater();
-    m_reply = nullptr;
 }
 
 bool SecretServiceSlot::failed(const QDBusError& error) {
@@ -293,28 +186,27 @@ void SecretServiceSlot::setHealth(Health health) {
 
 /// Secrets travel in plain: whoever can listen on the user's own bus can also ask the keyring.
 void SecretServiceSlot::openSession() {
-    call(message(servicePath, serviceInterface, u"OpenSession"_s,
-                 {u"plain"_s, QVariant::fromValue(QDBusVariant(u""_s))}),
-         [this](const QDBusPendingReply<QDBusVariant, QDBusObjectPath>& reply) {
-             if (!failed(reply.error()) && !isNull(reply.argumentAt<1>())) {
-                 m_session = reply.argumentAt<1>().path();
-                 return perform();
-             }
-             if (m_requests.front().action == Action::read)
-                 deliver(std::nullopt);
-             finish();
-         });
+    m_service.call(serviceCall(u"OpenSession"_s, {u"plain"_s, QVariant::fromValue(QDBusVariant(u""_s))}),
+                   [this](const QDBusPendingReply<QDBusVariant, QDBusObjectPath>& reply) {
+                       if (!failed(reply.error()) && !isNull(reply.argumentAt<1>())) {
+                           m_session = reply.argumentAt<1>().path();
+                           return perform();
+                       }
+                       if (m_requests.front().action == Action::read)
+                           deliver(std::nullopt);
+                       finish();
+                   });
 }
 
 void SecretServiceSlot::search(std::function<void(const Items&, const Items&)> found) {
-    call(message(servicePath, serviceInterface, u"SearchItems"_s, {QVariant::fromValue(lookupAttributes())}),
-         [this, found = std::move(found)](const QDBusPendingReply<Items, Items>& reply) {
-             if (!failed(reply.error()))
-                 return found(reply.argumentAt<0>(), reply.argumentAt<1>());
-             if (m_requests.front().action == Action::read)
-                 deliver(std::nullopt);
-             finish();
-         });
+    m_service.call(serviceCall(u"SearchItems"_s, {QVariant::fromValue(lookupAttributes())}),
+                   [this, found = std::move(found)](const QDBusPendingReply<Items, Items>& reply) {
+                       if (!failed(reply.error()))
+                           return found(reply.argumentAt<0>(), reply.argumentAt<1>());
+                       if (m_requests.front().action == Action::read)
+                           deliver(std::nullopt);
+                       finish();
+                   });
 }
 
 void SecretServiceSlot::readItem() {
@@ -328,14 +220,13 @@ void SecretServiceSlot::readItem() {
 }
 
 void SecretServiceSlot::readSecret(const QDBusObjectPath& item) {
-    call(message(item.path(), itemInterface, u"GetSecret"_s,
-                 {QVariant::fromValue(QDBusObjectPath(m_session))}),
-         [this](const QDBusPendingReply<Secret>& reply) {
-             if (reply.error().name() == isLockedError)
-                 return waitForUnlock();
-             deliver(failed(reply.error()) ? std::nullopt : std::optional(reply.value().value));
-             finish();
-         });
+    m_service.call(itemCall(item, u"GetSecret"_s, {QVariant::fromValue(QDBusObjectPath(m_session))}),
+                   [this](const QDBusPendingReply<Secret>& reply) {
+                       if (reply.error().name() == isLockedError)
+                           return waitForUnlock();
+                       deliver(failed(reply.error()) ? std::nullopt : std::optional(reply.value().value));
+                       finish();
+                   });
 }
 
 void SecretServiceSlot::removeItems() {
@@ -355,73 +246,73 @@ void SecretServiceSlot::removeItems() {
 
 void SecretServiceSlot::removeItem(const QDBusObjectPath& item, const std::function<void()>& removed) {
     m_deleted.append(item);
-    call(message(item.path(), itemInterface, u"Delete"_s),
-         [this, removed](const QDBusPendingReply<QDBusObjectPath>& reply) {
-             if (reply.error().name() == isLockedError)
-                 return waitForUnlock();
-             if (failed(reply.error()))
-                 return finish();
-             if (isNull(reply.value()))
-                 return removed();
-             prompt(reply.value(), [this, removed](const std::optional<QVariant>& result) {
-                 if (result)
-                     removed();
-                 else
-                     finish();
-             });
-         });
+    m_service.call(
+        itemCall(item, u"Delete"_s), [this, removed](const QDBusPendingReply<QDBusObjectPath>& reply) {
+            if (reply.error().name() == isLockedError)
+                return waitForUnlock();
+            if (failed(reply.error()))
+                return finish();
+            if (isNull(reply.value()))
+                return removed();
+            m_service.prompt(reply.value(), [this, removed](const std::optional<QVariant>& result) {
+                if (result)
+                    removed();
+                else
+                    finish();
+            });
+        });
 }
 
 void SecretServiceSlot::saveItem() {
-    call(message(servicePath, serviceInterface, u"ReadAlias"_s, {u"default"_s}),
-         [this](const QDBusPendingReply<QDBusObjectPath>& reply) {
-             if (failed(reply.error()))
-                 finish();
-             else if (isNull(reply.value()))
-                 createCollection();
-             else
-                 createItem(reply.value());
-         });
+    m_service.call(serviceCall(u"ReadAlias"_s, {u"default"_s}),
+                   [this](const QDBusPendingReply<QDBusObjectPath>& reply) {
+                       if (failed(reply.error()))
+                           finish();
+                       else if (isNull(reply.value()))
+                           createCollection();
+                       else
+                           createItem(reply.value());
+                   });
 }
 
 void SecretServiceSlot::createCollection() {
     const QVariantMap properties{{collectionInterface + u".Label"_s, u"Default keyring"_s}};
-    call(message(servicePath, serviceInterface, u"CreateCollection"_s, {properties, u"default"_s}),
-         [this](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
-             if (failed(reply.error()))
-                 return finish();
-             if (!isNull(reply.argumentAt<0>()))
-                 return createItem(reply.argumentAt<0>());
-             prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
-                 const auto collection = result.value_or(QVariant()).value<QDBusObjectPath>();
-                 if (isNull(collection))
-                     finish();
-                 else
-                     createItem(collection);
-             });
-         });
+    m_service.call(serviceCall(u"CreateCollection"_s, {properties, u"default"_s}),
+                   [this](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
+                       if (failed(reply.error()))
+                           return finish();
+                       if (!isNull(reply.argumentAt<0>()))
+                           return createItem(reply.argumentAt<0>());
+                       m_service.prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
+                           const auto collection = result.value_or(QVariant()).value<QDBusObjectPath>();
+                           if (isNull(collection))
+                               finish();
+                           else
+                               createItem(collection);
+                       });
+                   });
 }
 
 void SecretServiceSlot::createItem(const QDBusObjectPath& collection) {
     const Secret secret{QDBusObjectPath(m_session), {}, m_requests.front().secret, u"text/plain"_s};
     constexpr bool replace = true;
-    call(message(collection.path(), collectionInterface, u"CreateItem"_s,
-                 {itemProperties(), QVariant::fromValue(secret), replace}),
-         [this, collection](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
-             if (reply.error().name() == isLockedError)
-                 return unlock(collection);
-             if (failed(reply.error()))
-                 return finish();
-             if (!isNull(reply.argumentAt<0>()))
-                 return itemSaved(reply.argumentAt<0>());
-             prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
-                 const auto item = result.value_or(QVariant()).value<QDBusObjectPath>();
-                 if (isNull(item))
-                     finish();
-                 else
-                     itemSaved(item);
-             });
-         });
+    m_service.call(
+        collectionCall(collection, u"CreateItem"_s, {itemProperties(), QVariant::fromValue(secret), replace}),
+        [this, collection](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
+            if (reply.error().name() == isLockedError)
+                return unlock(collection);
+            if (failed(reply.error()))
+                return finish();
+            if (!isNull(reply.argumentAt<0>()))
+                return itemSaved(reply.argumentAt<0>());
+            m_service.prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
+                const auto item = result.value_or(QVariant()).value<QDBusObjectPath>();
+                if (isNull(item))
+                    finish();
+                else
+                    itemSaved(item);
+            });
+        });
 }
 
 void SecretServiceSlot::itemSaved(const QDBusObjectPath& item) {
@@ -445,14 +336,14 @@ void SecretServiceSlot::removeOthers(const QDBusObjectPath& saved) {
 
 /// There is nothing, unless a locked collection hides it.
 void SecretServiceSlot::nothingFound() {
-    call(getProperty(servicePath, serviceInterface, u"Collections"_s),
-         [this](const QDBusPendingReply<QDBusVariant>& reply) {
-             if (!failed(reply.error()))
-                 return lookForLocked(paths(reply.value()));
-             if (m_requests.front().action == Action::read)
-                 deliver(std::nullopt);
-             finish();
-         });
+    m_service.call(getProperty(servicePath, serviceInterface, u"Collections"_s),
+                   [this](const QDBusPendingReply<QDBusVariant>& reply) {
+                       if (!failed(reply.error()))
+                           return lookForLocked(paths(reply.value()));
+                       if (m_requests.front().action == Action::read)
+                           deliver(std::nullopt);
+                       finish();
+                   });
 }
 
 void SecretServiceSlot::lookForLocked(Items collections) {
@@ -464,13 +355,14 @@ void SecretServiceSlot::lookForLocked(Items collections) {
         return finish();
     }
     const auto collection = collections.takeLast();
-    call(getProperty(collection.path(), collectionInterface, u"Locked"_s),
-         [this, collections = std::move(collections)](const QDBusPendingReply<QDBusVariant>& reply) {
-             // Opening it is up to the user: nothing says that it holds our item.
-             if (reply.isValid() && reply.value().variant().toBool())
-                 return waitForUnlock();
-             lookForLocked(collections);
-         });
+    m_service.call(
+        getProperty(collection.path(), collectionInterface, u"Locked"_s),
+        [this, collections = std::move(collections)](const QDBusPendingReply<QDBusVariant>& reply) {
+            // Opening it is up to the user: nothing says that it holds our item.
+            if (reply.isValid() && reply.value().variant().toBool())
+                return waitForUnlock();
+            lookForLocked(collections);
+        });
 }
 
 /// Asks the user, once for each request. The question stays until it is answered: there is a keyring in use
@@ -479,90 +371,31 @@ void SecretServiceSlot::unlock(const QDBusObjectPath& object) {
     if (std::exchange(m_askedToUnlock, true))
         return waitForUnlock();
     setHealth(Health::locked);
-    followChanges(true);
-    call(message(servicePath, serviceInterface, u"Unlock"_s, {QVariant::fromValue(Items{object})}),
-         [this](const QDBusPendingReply<Items, QDBusObjectPath>& reply) {
-             if (failed(reply.error()))
-                 return waitForUnlock();
-             if (isNull(reply.argumentAt<1>()))
-                 return perform();
-             call(message(reply.argumentAt<1>().path(), promptInterface, u"Prompt"_s, {u""_s}),
-                  [this](const QDBusPendingCall&) { waitForUnlock(); });
-         });
+    m_unlockWatcher.listen();
+    m_service.call(serviceCall(u"Unlock"_s, {QVariant::fromValue(Items{object})}),
+                   [this](const QDBusPendingReply<Items, QDBusObjectPath>& reply) {
+                       if (failed(reply.error()))
+                           return waitForUnlock();
+                       if (isNull(reply.argumentAt<1>()))
+                           return perform();
+                       m_service.call(promptCall(reply.argumentAt<1>().path()),
+                                      [this](const QDBusPendingCall&) { waitForUnlock(); });
+                   });
 }
 
 void SecretServiceSlot::waitForUnlock() {
     setHealth(Health::locked);
-    followChanges(true);
-    // Not every keyring announces that it was unlocked in another way, so that it has to be looked at.
-    m_lookAgain.start(m_pause);
-    m_pause = std::min<std::chrono::milliseconds>(2 * m_pause, longestPause);
-}
-
-void SecretServiceSlot::stopWaiting() {
-    m_lookAgain.stop();
-    followChanges(false);
-}
-
-void SecretServiceSlot::followChanges(bool follow) {
-    if (std::exchange(m_followsChanges, follow) == follow)
-        return;
-    const auto set = [&](const QString& interface, const QString& name, const QStringList& arguments = {}) {
-        const auto* const slot = SLOT(keyringChanged());
-        if (follow)
-            m_bus.connect({}, {}, interface, name, arguments, {}, this, slot);
-        else
-            m_bus.disconnect({}, {}, interface, name, arguments, {}, this, slot);
-    };
-    set(promptInterface, u"Completed"_s);
-    set(serviceInterface, u"CollectionCreated"_s);
-    set(serviceInterface, u"CollectionChanged"_s);
-    set(collectionInterface, u"ItemCreated"_s);
-    set(collectionInterface, u"ItemChanged"_s);
-    set(propertiesInterface, u"PropertiesChanged"_s, {collectionInterface});
-    set(propertiesInterface, u"PropertiesChanged"_s, {itemInterface});
-}
-
-void SecretServiceSlot::keyringChanged() {
-    m_pause = firstPause;
-    if (isWaitingForUnlock())
-        m_lookAgain.start(50ms);
+    m_unlockWatcher.wait();
 }
 
 void SecretServiceSlot::serviceOwnerChanged(const QString&, const QString&, const QString& now) {
     m_session.clear();
     m_askedToUnlock = false;
     setHealth(now.isEmpty() ? Health::absent : Health::works);
-    endPrompt(std::nullopt);
-    keyringChanged();
+    m_service.cancelPrompt();
+    m_unlockWatcher.keyringChanged();
     if (!now.isEmpty() && m_requests.empty() && QFileInfo::exists(m_removalMark))
         enqueueWrite({Action::remove});
-}
-
-/// Delivers nothing if the user dismisses it.
-void SecretServiceSlot::prompt(const QDBusObjectPath& path, PromptResult result) {
-    m_promptPath = path.path();
-    m_promptResult = std::move(result);
-    m_bus.connect({}, m_promptPath, promptInterface, u"Completed"_s, this,
-                  SLOT(promptCompleted(bool, QDBusVariant)));
-    call(message(m_promptPath, promptInterface, u"Prompt"_s, {u""_s}), [this](const QDBusPendingCall& reply) {
-        if (reply.isError())
-            endPrompt(std::nullopt);
-    });
-}
-
-void SecretServiceSlot::promptCompleted(bool dismissed, const QDBusVariant& result) {
-    endPrompt(dismissed ? std::nullopt : std::optional(result.variant()));
-}
-
-void SecretServiceSlot::endPrompt(const std::optional<QVariant>& result) {
-    const auto completed = std::exchange(m_promptResult, nullptr);
-    if (!completed)
-        return;
-    m_bus.disconnect({}, m_promptPath, promptInterface, u"Completed"_s, this,
-                     SLOT(promptCompleted(bool, QDBusVariant)));
-    abandonCall();
-    completed(result);
 }
 
 void SecretServiceSlot::setRemovalMark() {

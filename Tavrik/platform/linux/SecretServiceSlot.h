@@ -1,20 +1,18 @@
 #pragma once
 
 #include "platform/SecureSlot.h"
+#include "platform/linux/KeyringUnlockWatcher.h"
+#include "platform/linux/SecretServiceConversation.h"
+#include "platform/linux/SecretServiceMessages.h"
 
 #include <QDBusConnection>
-#include <QDBusObjectPath>
-#include <QTimer>
 
-#include <chrono>
 #include <deque>
+#include <functional>
 #include <memory>
+#include <optional>
 
 class QDBusError;
-class QDBusMessage;
-class QDBusPendingCall;
-class QDBusPendingCallWatcher;
-class QDBusVariant;
 
 namespace tavrik {
 
@@ -46,8 +44,6 @@ public:
 
 private Q_SLOTS:
     void serviceOwnerChanged(const QString& name, const QString& before, const QString& now);
-    void keyringChanged();
-    void promptCompleted(bool dismissed, const QDBusVariant& result);
 
 private:
     enum class Action { read, save, remove };
@@ -58,21 +54,14 @@ private:
         QByteArray secret = {};
     };
 
-    using Reply = std::function<void(const QDBusPendingCall&)>;
-    using Items = QList<QDBusObjectPath>;
-    using PromptResult = std::function<void(const std::optional<QVariant>&)>;
+    using Items = secretservice::Items;
 
     void enqueueWrite(Request request);
-    bool isBusy() const { return m_call != nullptr || m_promptResult != nullptr; }
-    bool isWaitingForUnlock() const { return m_lookAgain.isActive(); }
     void startNext();
     void perform();
     void finish();
     void deliver(const std::optional<QByteArray>& secret);
 
-    void call(const QDBusMessage& message, Reply reply);
-    void receive();
-    void abandonCall();
     /// Takes note of an error. False if there is none.
     bool failed(const QDBusError& error);
     void setHealth(Health health);
@@ -93,10 +82,6 @@ private:
     void lookForLocked(Items collections);
     void unlock(const QDBusObjectPath& object);
     void waitForUnlock();
-    void stopWaiting();
-    void followChanges(bool follow);
-    void prompt(const QDBusObjectPath& path, PromptResult result);
-    void endPrompt(const std::optional<QVariant>& result);
 
     void setRemovalMark();
     void liftRemovalMark();
@@ -104,25 +89,17 @@ private:
     MainQueue& m_queue;
     const QString m_removalMark;
     QDBusConnection m_bus;
+    SecretServiceConversation m_service;
+    KeyringUnlockWatcher m_unlockWatcher;
 
     std::shared_ptr<ReadCompletion> m_completion;
     /// The first one is under way.
     std::deque<Request> m_requests;
-    /// The one call without a reply; a child of this object.
-    QDBusPendingCallWatcher* m_call = nullptr;
-    Reply m_reply;
     QString m_session;
     /// What the present request has deleted.
     Items m_deleted;
 
-    QString m_promptPath;
-    PromptResult m_promptResult;
-
     bool m_askedToUnlock = false;
-    bool m_followsChanges = false;
-    QTimer m_lookAgain;
-    std::chrono::milliseconds m_pause{};
-
     Health m_health = Health::unknown;
 };
 
