@@ -1,90 +1,48 @@
-// The process entry. Nearly always Tavrik runs already and is only to be told something: that must not wait
-// for the libraries whose loading takes most of a launch.
+// The process entry. A key that the user has bound waits for it: the commands of the hot key are given here,
+// and all else is loaded.
 
-#include "app/CommandLine.h"
-#include "platform/ApplicationInstance.h"
-#include "platform/CorePlatform.h"
-#include "platform/PreferenceStore.h"
+#include "platform/Launcher.h"
 
-#include <QCoreApplication>
-#include <QTextStream>
-
-#include <algorithm>
-#include <chrono>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <span>
-#include <vector>
+#include <utility>
 
 using namespace tavrik;
 
 namespace {
 
-Command runCommand(const QByteArrayList& arguments) {
-    QTextStream in(stdin);
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    return runCommandLine(arguments, &makePreferenceStore, {in, out, err});
-}
+using enum HotKeyCommand::Kind;
 
-int runProgram(const char* entry, int argc, char* argv[]) {
-    const auto program = loadProgram(entry);
-    if (program)
-        return (*program)(argc, argv);
-    QTextStream(stderr) << "tavrik: the program cannot be loaded: " << program.error().description << '\n';
-    return exitFailure;
-}
+constexpr std::array<std::pair<const char*, HotKeyCommand::Kind>, 3> hotKeyCommands{
+    {{"press", press}, {"release", release}, {"toggle", toggle}}};
 
-/// Everybody may read the arguments of a process as long as it lives, and a callback URL holds tokens.
-void wipe(std::span<char* const> arguments) {
-    for (auto* argument : arguments)
-        std::fill_n(argument, std::strlen(argument), '\0');
+int send(HotKeyCommand::Kind kind) {
+    switch (sendHotKeyCommand(kind)) {
+    case Delivery::taken:
+        return EXIT_SUCCESS;
+    case Delivery::noneRuns:
+        std::fputs("tavrik: Tavrik is not running.\n", stderr);
+        break;
+    case Delivery::notAnswered:
+        std::fputs("tavrik: Tavrik is running, and does not answer.\n", stderr);
+        break;
+    }
+    return EXIT_FAILURE;
 }
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    const auto startTime = std::chrono::steady_clock::now();
-    const auto command = runCommand(QByteArrayList(argv + std::min(argc, 1), argv + argc));
-    if (const auto* status = std::get_if<ExitStatus>(&command))
-        return *status;
+    if (argc == 2)
+        for (const auto& [name, kind] : hotKeyCommands)
+            if (std::strcmp(argv[1], name) == 0)
+                return send(kind);
 
-    // The running program says nothing; what concerns the user is shown to them.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    // It must be gone before the program makes its own.
-    std::optional<QCoreApplication> application(std::in_place, argc, argv);
-    const auto running = makeApplicationInstance();
-    if (std::holds_alternative<ShowStatus>(command)) {
-        if (const auto report = running->askStatus()) {
-            QTextStream(stdout) << report->text;
-            return report->canDictate ? exitSuccess : exitFailure;
-        }
-        application.reset();
-        return runProgram("tavrikProbe", 1, argv);
-    }
-
-    if (const auto* hotKey = std::get_if<SendHotKeyCommand>(&command)) {
-        const auto sent = running->send({hotKey->kind, startTime});
-        if (sent)
-            return exitSuccess;
-        QTextStream(stderr) << "tavrik: " << sent.error().description << '\n';
-        return exitFailure;
-    }
-
-    auto urls = std::get<StartProgram>(command).urls;
-    wipe({argv + argc - urls.size(), argv + argc});
-    switch (running->forward(urls)) {
-    case ApplicationInstance::Forwarded::taken:
-        return exitSuccess;
-    case ApplicationInstance::Forwarded::notAnswered:
-        QTextStream(stderr) << "tavrik: Tavrik is running, and does not answer.\n";
-        return exitFailure;
-    case ApplicationInstance::Forwarded::noneRuns:
-        break;
-    }
-    application.reset();
-    std::vector<char*> arguments{argv[0]};
-    for (auto& url : urls)
-        arguments.push_back(url.data());
-    return runProgram("tavrikRun", static_cast<int>(arguments.size()), arguments.data());
+    const auto command = loadEntry(TAVRIK_COMMAND_LIBRARY, "tavrikCommand");
+    if (command)
+        return (*command)(argc, argv);
+    std::fprintf(stderr, "tavrik: the program cannot be loaded: %s\n", command.error());
+    return EXIT_FAILURE;
 }

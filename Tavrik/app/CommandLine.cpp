@@ -8,9 +8,6 @@
 #include <QCommandLineParser>
 #include <QString>
 
-#include <array>
-#include <utility>
-
 namespace tavrik {
 
 using namespace Qt::StringLiterals;
@@ -44,11 +41,6 @@ A running Tavrik follows such a change at once. To use your own OpenRouter key, 
 
 then type or paste the key and press Enter.
 )";
-
-constexpr std::array<std::pair<QLatin1StringView, HotKeyCommand::Kind>, 3> hotKeyCommands{
-    {{"press"_L1, HotKeyCommand::Kind::press},
-     {"release"_L1, HotKeyCommand::Kind::release},
-     {"toggle"_L1, HotKeyCommand::Kind::toggle}}};
 
 ExitStatus complain(const CommandStreams& streams, const QString& what) {
     streams.err << "tavrik: " << what << " Try tavrik --help.\n";
@@ -84,9 +76,6 @@ Command runCommandLine(const QByteArrayList& arguments,
         return runPreferencesCommand(words.sliced(1), *makeStore(), streams);
     if (words == QStringList{u"status"_s})
         return ShowStatus{};
-    for (const auto& [name, kind] : hotKeyCommands)
-        if (words == QStringList{name})
-            return SendHotKeyCommand{kind};
     // As bytes: the parser's texts have lost what is not UTF-8.
     const auto urls = arguments.last(words.size());
     for (const auto& url : urls)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/CommandStreams.h"
-#include "platform/HotKeyCommand.h"
 
 #include <QByteArrayList>
 
@@ -26,17 +25,11 @@ struct ShowStatus {
     bool operator==(const ShowStatus&) const = default;
 };
 
-/// The running program is to take this as its hot key going down or up.
-struct SendHotKeyCommand {
-    HotKeyCommand::Kind kind;
-
-    bool operator==(const SendHotKeyCommand&) const = default;
-};
-
-using Command = std::variant<ExitStatus, StartProgram, ShowStatus, SendHotKeyCommand>;
+using Command = std::variant<ExitStatus, StartProgram, ShowStatus>;
 
 /// Does what the arguments (without the program's name) ask for and returns the exit status, or says what the
-/// program is to do. Needs no display. `makeStore` is called for the command that needs the preferences.
+/// program is to do. The commands of the hot key do not come this far. Needs no display. `makeStore` is called
+/// for the command that needs the preferences.
 Command runCommandLine(const QByteArrayList& arguments,
                        const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
                        const CommandStreams& streams);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/Result.h"
 #include "platform/HotKeyCommand.h"
 
 #include <QByteArrayList>
@@ -51,10 +50,6 @@ public:
     /// What the running program says of its services. Nothing when none runs, or it does not answer within a
     /// second. Needs a core application.
     virtual std::optional<StatusReport> askStatus() = 0;
-
-    /// Gives the running program a command of its hot key. The error, a sentence for the user, says that none
-    /// runs, or that it does not answer within a second. Needs a core application.
-    virtual Result<void> send(HotKeyCommand command) = 0;
 
     /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
     /// session bus cannot tell, and answers true.

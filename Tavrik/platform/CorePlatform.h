@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/Result.h"
-
 #include <memory>
 
 // What commands need of the platform: no display, no application object, and none of the program's library.
@@ -15,11 +13,5 @@ std::unique_ptr<ApplicationInstance> makeApplicationInstance();
 
 /// The preference store of this desktop. Watching it needs a core application.
 std::unique_ptr<PreferenceStore> makePreferenceStore();
-
-/// A function that the program's library exports; takes what main() does and returns the exit status.
-using ProgramEntry = int (*)(int argc, char** argv);
-
-/// Loads the program's library and finds the function of that name in it.
-Result<ProgramEntry> loadProgram(const char* entry);
 
 } // namespace tavrik

@@ -1,5 +1,7 @@
 #include "platform/linux/DBusApplicationInstance.h"
 
+#include "platform/linux/BusNames.h"
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -20,10 +22,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto serviceName = u"io.nordvex.tavrik"_s;
-const auto objectPath = u"/io/nordvex/tavrik"_s;
+const QString serviceName = QLatin1StringView(bus::serviceName);
+const QString objectPath = QLatin1StringView(bus::objectPath);
 constexpr auto* startedByBus = "DBUS_STARTER_BUS_TYPE";
-constexpr int answerTimeout = 1000; // milliseconds
 
 /// The bus carries only UTF-8. Other bytes travel percent-encoded, which means the same in a URL.
 QString toText(const QByteArray& url) {
@@ -58,19 +59,6 @@ QByteArray activationToken(const QVariantMap& platformData) {
     return {};
 }
 
-/// The name of a command on the bus.
-QString methodName(HotKeyCommand::Kind kind) {
-    switch (kind) {
-    case HotKeyCommand::Kind::press:
-        return u"Press"_s;
-    case HotKeyCommand::Kind::release:
-        return u"Release"_s;
-    case HotKeyCommand::Kind::toggle:
-        return u"Toggle"_s;
-    }
-    return {};
-}
-
 /// Whether the error is that nobody has the program's name, or that there is no bus. Any other comes from a
 /// program that is there and does not answer.
 bool noneRuns(const QDBusMessage& reply) {
@@ -86,7 +74,7 @@ QDBusMessage callRunningProgram(QDBusMessage call) {
     const auto name = u"launch"_s;
     call.setAutoStartService(false);
     const auto reply = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                           .call(call, QDBus::Block, answerTimeout);
+                           .call(call, QDBus::Block, bus::answerTimeout);
     QDBusConnection::disconnectFromBus(name);
     return reply;
 }
@@ -219,20 +207,6 @@ std::optional<StatusReport> DBusApplicationInstance::askStatus() {
     if (!values.isValid())
         return std::nullopt;
     return StatusReport{values.argumentAt<0>(), values.argumentAt<1>()};
-}
-
-Result<void> DBusApplicationInstance::send(HotKeyCommand command) {
-    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, u"io.nordvex.tavrik.HotKey"_s,
-                                               methodName(command.kind));
-    const qlonglong time =
-        std::chrono::duration_cast<std::chrono::microseconds>(command.time.time_since_epoch()).count();
-    call << time;
-    const auto reply = callRunningProgram(call);
-    if (noneRuns(reply))
-        return std::unexpected(Error{u"Tavrik is not running."_s});
-    if (reply.type() == QDBusMessage::ErrorMessage)
-        return std::unexpected(Error{u"Tavrik is running, and does not answer."_s});
-    return {};
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {

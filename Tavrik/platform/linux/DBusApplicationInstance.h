@@ -13,7 +13,6 @@ public:
 
     Forwarded forward(const QByteArrayList& urls) override;
     std::optional<StatusReport> askStatus() override;
-    Result<void> send(HotKeyCommand command) override;
     bool claim(Handlers handlers) override;
 
 private:

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/HotKeyCommand.h"
+
+#include <expected>
+
+// What the process entry needs of the platform. Neither Qt nor the C++ library: loading them takes most of
+// the time of a command.
+namespace tavrik {
+
+enum class Delivery { taken, noneRuns, notAnswered };
+
+/// Gives the running program a command of its hot key, with this moment's time. Waits a second at most, even if
+/// that program hangs.
+Delivery sendHotKeyCommand(HotKeyCommand::Kind kind);
+
+/// A function that a library of the program exports; takes what main() does and returns the exit status.
+using Entry = int (*)(int argc, char** argv);
+
+/// Loads a library of the program and finds the function of that name in it. `library` may begin with
+/// $ORIGIN, the folder of the file that asks. The error is the dynamic linker's sentence.
+std::expected<Entry, const char*> loadEntry(const char* library, const char* name);
+
+} // namespace tavrik
