@@ -67,8 +67,8 @@ T.TextField {
     background: Rectangle {
         radius: Theme.fieldRadius
         color: field.fill
-        border.width: Theme.hairline
-        border.color: Theme.border
+        border.width: field.activeFocus ? 0 : Theme.hairline
+        border.color: Theme.outline
     }
 
     Text {

@@ -19,6 +19,8 @@ PlainButton {
     background: Rectangle {
         radius: button.radius
         color: button.current ? Theme.selection : Theme.hover
+        border.width: button.current ? Theme.hairline : 0
+        border.color: Theme.outline
         visible: button.current || button.hovered
     }
 
