@@ -29,25 +29,26 @@ struct RoleColours {
     QRgb dark;
 };
 
+/// The window's own colours, so that menus and alerts look like parts of it.
 constexpr RoleColours colours[]{
-    {QPalette::Window, 0xfff3f3f5, 0xff28282b},      {QPalette::WindowText, 0xff1c1c1f, 0xfff0f0f2},
-    {QPalette::Base, 0xffffffff, 0xff1d1d20},        {QPalette::AlternateBase, 0xfff0f0f2, 0xff242427},
-    {QPalette::Text, 0xff1c1c1f, 0xfff0f0f2},        {QPalette::PlaceholderText, 0xff8a8a90, 0xff8c8c93},
-    {QPalette::BrightText, 0xffffffff, 0xffffffff},  {QPalette::Button, 0xfffafafb, 0xff3a3a3e},
-    {QPalette::ButtonText, 0xff1c1c1f, 0xfff0f0f2},  {QPalette::Light, 0xffffffff, 0xff505056},
-    {QPalette::Midlight, 0xfffafafb, 0xff3a3a3e},    {QPalette::Mid, 0xffc4c4c9, 0xff1f1f22},
-    {QPalette::Dark, 0xffa8a8ae, 0xff18181a},        {QPalette::Shadow, 0xff77777d, 0xff0c0c0d},
-    {QPalette::Highlight, 0xff2f6fd6, 0xff3a7be0},   {QPalette::HighlightedText, 0xffffffff, 0xffffffff},
-    {QPalette::Link, 0xff2460c2, 0xff7fb0ff},        {QPalette::ToolTipBase, 0xfffdfdfd, 0xff3a3a3e},
-    {QPalette::ToolTipText, 0xff1c1c1f, 0xfff0f0f2},
+    {QPalette::Window, 0xfff4f2ef, 0xff2a2826},      {QPalette::WindowText, 0xff1d1c1a, 0xfff1efec},
+    {QPalette::Base, 0xffffffff, 0xff343230},        {QPalette::AlternateBase, 0xfff7f5f2, 0xff3c3a37},
+    {QPalette::Text, 0xff1d1c1a, 0xfff1efec},        {QPalette::PlaceholderText, 0xff6e6b66, 0xffa3a09b},
+    {QPalette::BrightText, 0xffffffff, 0xffffffff},  {QPalette::Button, 0xffffffff, 0xff3e3c39},
+    {QPalette::ButtonText, 0xff1d1c1a, 0xfff1efec},  {QPalette::Light, 0xffffffff, 0xff54524e},
+    {QPalette::Midlight, 0xfff7f5f2, 0xff3c3a37},    {QPalette::Mid, 0xffc8c4bd, 0xff242220},
+    {QPalette::Dark, 0xffaca8a1, 0xff1a1917},        {QPalette::Shadow, 0xff7b7771, 0xff0d0c0b},
+    {QPalette::Highlight, 0xfff2a33c, 0xfff2a33c},   {QPalette::HighlightedText, 0xff1d1c1a, 0xff1d1c1a},
+    {QPalette::Link, 0xff8a5200, 0xfff0b766},        {QPalette::ToolTipBase, 0xffffffff, 0xff2a2826},
+    {QPalette::ToolTipText, 0xff1d1c1a, 0xfff1efec},
 };
 
 /// Where disabled differs. Styles that engrave disabled text draw its lower edge in the light colour.
 constexpr RoleColours disabledColours[]{
-    {QPalette::WindowText, 0xffa3a3a8, 0xff77777d},
-    {QPalette::Text, 0xffa3a3a8, 0xff77777d},
-    {QPalette::ButtonText, 0xffa3a3a8, 0xff77777d},
-    {QPalette::Light, 0xffffffff, 0xff1d1d20},
+    {QPalette::WindowText, 0xff6e6b66, 0xffa3a09b},
+    {QPalette::Text, 0xff6e6b66, 0xffa3a09b},
+    {QPalette::ButtonText, 0xff6e6b66, 0xffa3a09b},
+    {QPalette::Light, 0xffffffff, 0xff343230},
 };
 
 QPalette makePalette(bool dark) {
