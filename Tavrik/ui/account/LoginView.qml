@@ -2,15 +2,13 @@ import QtQuick
 import Tavrik
 
 // Signing in, or creating an account.
-Flickable {
+ScrollingPage {
     id: login
 
     required property AccountModel account
     required property SettingsModel settings
 
     contentHeight: Math.max(height, column.height + 48)
-    boundsBehavior: Flickable.StopAtBounds
-    clip: true
     Component.onCompleted: {
         emailField.forceActiveFocus();
         settings.refresh();

@@ -24,7 +24,7 @@ Item {
     property bool wasPresented: false
 
     width: 760
-    height: 500
+    implicitHeight: 500
     Accessible.role: Accessible.Dialog
     Accessible.name: "Settings"
     Accessible.focusable: true
@@ -105,14 +105,12 @@ Item {
         color: Theme.secondary
     }
 
-    Flickable {
+    ScrollingPage {
         id: scroller
         x: sheet.tabWidth
         width: parent.width - x
         height: parent.height
         contentHeight: page.height + 2 * sheet.pagePadding
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
 
         ViewLoader {
             id: page

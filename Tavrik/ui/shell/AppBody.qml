@@ -110,6 +110,7 @@ Item {
 
         SettingsSheet {
             id: sheet
+            height: Math.min(implicitHeight, body.height - 2 * Theme.cardPadding)
             account: body.account
             settings: body.settings
             presented: body.showSettings

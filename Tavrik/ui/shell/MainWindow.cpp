@@ -8,6 +8,7 @@
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QIcon>
+#include <QMargins>
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QScreen>
@@ -22,6 +23,8 @@ namespace {
 
 constexpr QSize firstSize(980, 640);
 constexpr QSize smallestSize(900, 560);
+// What a frame takes at most; how much it really is shows only with the window.
+constexpr QMargins frame(6, 38, 6, 6);
 
 /// Adds faces for Persian to the interface font, which often has none of its own.
 void providePersianFaces() {
@@ -58,11 +61,11 @@ MainWindowController::Content::Content(const Dependencies& dependencies, QQmlEng
     view.setTitle(QStringLiteral("Tavrik"));
     view.setIcon(QIcon(QStringLiteral(":/tavrik/Logo.svg")));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
-    const auto screen = view.screen()->availableGeometry();
-    const auto size = firstSize.boundedTo(screen.size());
+    const auto room = view.screen()->availableGeometry() - frame;
+    const auto size = firstSize.boundedTo(room.size());
     view.setMinimumSize(smallestSize.boundedTo(size));
     view.resize(size);
-    view.setPosition(screen.center() - QRect(QPoint(), size).center());
+    view.setPosition(room.center() - QRect(QPoint(), size).center());
     view.setInitialProperties({{QStringLiteral("account"), QVariant::fromValue(&account)},
                                {QStringLiteral("settings"), QVariant::fromValue(&settings)},
                                {QStringLiteral("pages"), QVariant::fromValue(&pages)}});
