@@ -23,6 +23,7 @@ class MainQueue;
 class Microphone;
 class PasteKeys;
 class PreferenceStore;
+class Service;
 class Settings;
 class SoundPlayer;
 class StatusItem;
@@ -42,6 +43,8 @@ public:
         HotKeyRegistrar& hotKey;
         AbstractRecorder& recorder;
         AbstractRecordingHUD& hud;
+        /// Whether the panel and the window can be loaded.
+        const Service& views;
         AbstractTranslator& translator;
         AbstractPaster& paster;
         /// Opens the history on its first call: not needed until somebody dictates or looks.

@@ -39,6 +39,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     });
     connect(&hotKey, &Service::statusChanged, this, &AppDelegate::hotKeyStatusChanged);
     connect(&m_dependencies.pasteKeys, &Service::statusChanged, this, &AppDelegate::updateNote);
+    connect(&m_dependencies.views, &Service::statusChanged, this, &AppDelegate::updateNote);
     // One question at a time, and no window of ours over the desktop's dialogs.
     hotKey.registerHotKey(PermissionRequest::once, [self] {
         if (!self)
@@ -84,6 +85,8 @@ void AppDelegate::hotKeyStatusChanged() {
 
 void AppDelegate::updateNote() {
     QStringList notes;
+    if (const auto reason = m_dependencies.views.status().reason; !reason.isEmpty())
+        notes << reason;
     const auto shortcut = m_dependencies.settings.hotKeyDisplay();
     if (const auto note = m_dependencies.texts.shortcutNote(shortcut);
         !note.isEmpty() && m_dependencies.hotKey.assignedTrigger().isEmpty())

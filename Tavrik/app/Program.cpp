@@ -3,6 +3,7 @@
 #include "account/AuthStore.h"
 #include "app/AppDelegate.h"
 #include "app/HotKeyRegistrar.h"
+#include "app/LazyViews.h"
 #include "base/AppVersion.h"
 #include "base/MainQueue.h"
 #include "capture/CommandHotKey.h"
@@ -33,7 +34,6 @@
 #include "services/Endpoints.h"
 #include "services/HttpClient.h"
 #include "translation/Translator.h"
-#include "ui/shell/Views.h"
 #include "updates/UpdateChecker.h"
 
 #include <QCoreApplication>
@@ -90,7 +90,7 @@ struct Program::Objects {
     std::optional<HistoryStore> openedHistory;
     HistoryService historyService{openedHistory};
     HotKeyRegistrar hotKey{*platform.hotKeys, queue, settings};
-    Views views{{
+    LazyViews views{{
         .queue = queue,
         .panels = *platform.panels,
         .window = {.queue = queue,
@@ -121,6 +121,7 @@ struct Program::Objects {
         .hotKey = hotKey,
         .recorder = recorder,
         .hud = views,
+        .views = views,
         .translator = translator,
         .paster = paster,
         .history = [this]() -> HistoryStore& { return history(); },
@@ -131,7 +132,11 @@ struct Program::Objects {
         .sounds = *platform.sounds,
         .statusItem = *platform.statusItem,
         .texts = texts,
-        .openMainWindow = [this](const QByteArray& activationToken) { views.showMainWindow(activationToken); },
+        .openMainWindow =
+            [this](const QByteArray& activationToken) {
+                if (!views.showMainWindow(activationToken))
+                    platform.alerts->show({.messageText = u"Tavrik"_s, .informativeText = views.status().reason});
+            },
         .busyChanged = [this](bool busy) { updates.setBusy(busy); },
         .checkForUpdates = Supabase::builtIn().exists() ? [this] { updates.check(true); } : std::function<void()>{},
         .quit = &QCoreApplication::quit,
@@ -199,6 +204,9 @@ QList<NamedService> Program::services() const {
     auto services = m_objects->platform.services();
     // What the user has is the combination, not only the means to grab one.
     services.front().service = &m_objects->hotKey;
+    for (auto& [name, service] : services)
+        if (name == u"panel" && !m_objects->views.status().works)
+            service = &m_objects->views;
     services.append({u"history"_s, &m_objects->historyService});
     return services;
 }

@@ -98,6 +98,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
     fake::Keys pasteKeys;
     fake::Sounds sounds{journal};
     fake::Status status{journal};
+    fake::Set<Service> views;
     HotKeyRegistrar hotKey{hotKeys, queue, settings};
 
     HistoryStore& openHistory() { return history; }
@@ -112,6 +113,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         .hotKey = hotKey,
         .recorder = *this,
         .hud = *this,
+        .views = views,
         .translator = *this,
         .paster = *this,
         .history = std::bind_front(&Desk::openHistory, this),
@@ -161,6 +163,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         events.insert("recorded", [this] { hotKey.hotKeyChanged(PermissionRequest::byUser); });
         events.insert("taken", [this] { hotKeys.set({"fake", false, "Taken."}); });
         events.insert("free", [this] { hotKeys.set({"fake", true}); });
+        events.insert("updated", [this] { views.set({"fake", false, "Updated."}); });
         events.insert("unplug", [this] { hotKeys.held->set({"fake", false, "Taken."}); });
         events.insert("plug", [this] { hotKeys.held->set({"fake", true}); });
         events.insert("key", [this] { preferences.values["openrouter_api_key"] = "sk"; });
@@ -239,6 +242,7 @@ private Q_SLOTS:
         row("launch unplug plug", launched + taken + ", note []");
         const QString kept = ", note [Your text stays on the clipboard: No keys.]";
         row("launch forbid", launched + kept);
+        row("launch updated", launched + ", note [Updated.]");
         row("launch press release text kept press release text pasted",
             launched + ", " + text + kept + ", " + text + ", note []", 2);
 

@@ -4,7 +4,9 @@ usage: test_dictation.py TAVRIK TAVRIK-MOCK-SERVER PORT
 """
 
 import array
+import os
 import pathlib
+import shutil
 import sys
 import tempfile
 import time
@@ -104,6 +106,22 @@ class Dictation(desk.Suite):
         desk.wait_for("the panel to go", lambda: not self.tavrik.panel())
         self.assertEqual(self.dictations(), 1)
         self.dictate()
+
+    def test_an_update_while_it_runs(self):
+        """What it did not load yet is gone."""
+        self.tavrik.stop()
+        installed = pathlib.Path(self.program).parents[1]
+        copy = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(dir=installed.parent)))
+        shutil.copytree(installed, copy, copy_function=os.link, dirs_exist_ok=True)
+        self.program = copy / pathlib.Path(self.program).relative_to(installed)
+        self.launch()
+        views, = copy.glob("**/libtavrik-views-*")
+        views.unlink()
+        self.dictate()
+        updated = "Tavrik was updated. Quit it and start it again."
+        self.assertRegex(desk.run(self.program, "status"), rf"panel: +not working [^\n]*: {updated}\n")
+        desk.run(self.program, "tavrik:")
+        self.assertIn(updated, desk.Alert(self.tavrik).texts())
 
     def test_the_icon(self):
         def is_lit():
