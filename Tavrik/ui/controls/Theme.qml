@@ -66,7 +66,9 @@ QtObject {
     readonly property real cardRadius: 14
     readonly property real sheetRadius: 16
 
-    readonly property real hairline: 1
+    // A whole number of pixels on the first screen.
+    readonly property real pixelRatio: Application.screens[0]?.devicePixelRatio ?? 1
+    readonly property real hairline: Math.max(1, Math.floor(pixelRatio)) / pixelRatio
     readonly property real focusWidth: 2
 
     readonly property real sidebarWidth: 208

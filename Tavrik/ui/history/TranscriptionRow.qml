@@ -78,7 +78,7 @@ Item {
             height: parent.height - y + (row.lastOfDay ? 0 : radius)
             radius: 10
             color: pointer.hovered ? Qt.alpha(Theme.hover, 0.5) : "transparent"
-            border.width: 1
+            border.width: Theme.hairline
             border.color: Theme.border
         }
 
