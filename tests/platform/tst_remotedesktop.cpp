@@ -4,7 +4,6 @@
 #include "support/FakePortal.h"
 
 #include <QDBusPendingCall>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 #include <QTimer>
@@ -113,19 +112,6 @@ private Q_SLOTS:
         QCOMPARE(PortalGrants(m_portal->grantsPath()).pasteToken(), u"three"_s);
     }
 
-    void asksAgainOnlyWhenTheUserWants() {
-        m_portal->responses.insert(u"Start"_s, {1});
-        QCOMPARE(m_program->request(PermissionRequest::once), 1);
-        launch();
-        QCOMPARE(m_program->request(PermissionRequest::once), 1);
-        QVERIFY(!m_program->keys.status().works);
-        QCOMPARE(m_program->paste(), m_program->keys.status().reason);
-        QCOMPARE(m_portal->calls, QStringList());
-        give(u"one"_s);
-        QCOMPARE(m_program->request(PermissionRequest::byUser), 1);
-        QVERIFY(m_program->keys.status().works);
-    }
-
     void neverShowsADialogAtAPaste() {
         m_program->request(PermissionRequest::once);
         // A desktop that does not say whether it knows the token, and would ask.
@@ -145,18 +131,6 @@ private Q_SLOTS:
         QCOMPARE(m_program->request(PermissionRequest::once), 1);
         QVERIFY(m_program->keys.status().reason.contains(u"no longer"_s));
         QCOMPARE(m_portal->calls, QStringList{u"Lookup"_s});
-    }
-
-    void waitsForTheModifiersOfTheShortcut() {
-        m_program->request(PermissionRequest::once);
-        FakePortal::offer(u"org.gnome.Mutter.IdleMonitor"_s, true);
-        m_portal->replies.insert(u"GetIdletime"_s, 60'000ULL);
-        FakePortal::sendShortcutSignal(u"Deactivated"_s, u"dictate-2048-49"_s);
-        QTest::qWait(30);
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(m_program->paste(), QString());
-        QVERIFY(timer.elapsed() > 900);
     }
 
     void outlivesThePortal() {

@@ -6,6 +6,13 @@ namespace tavrik {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+/// How long a hold goes on of which nothing is told.
+constexpr auto longestLoss = 3s;
+
+} // namespace
+
 void HoldTracker::setRepeat(const std::optional<KeyRepeat::Settings>& repeat) {
     m_repeat = repeat;
 }
@@ -32,6 +39,14 @@ HoldTracker::Event HoldTracker::deactivated() {
     return m_isHeld ? release() : Event::none;
 }
 
+HoldTracker::Event HoldTracker::lost(TimePoint now) {
+    if (!m_isHeld || !m_repeat || !m_repeat->enabled)
+        return deactivated();
+    m_lastSign = now;
+    m_doubt = Doubt::lost;
+    return Event::none;
+}
+
 HoldTracker::Event HoldTracker::release() {
     m_isHeld = false;
     return Event::released;
@@ -42,6 +57,8 @@ std::optional<HoldTracker::TimePoint> HoldTracker::deadline() const {
         return std::nullopt;
     if (m_doubt == Doubt::answered)
         return m_lastSign + m_repeat->interval + 30ms; // for what is still on its way
+    if (m_doubt == Doubt::lost)
+        return m_lastSign + longestLoss;
     if (m_isRepeating)
         return m_lastSign + 3 * m_repeat->interval + 40ms;
     return m_lastSign + m_repeat->delay + 120ms;
@@ -51,7 +68,7 @@ HoldTracker::Event HoldTracker::timePassed(TimePoint now) {
     const auto end = deadline();
     if (!end || now < *end)
         return Event::none;
-    if (m_doubt == Doubt::answered)
+    if (m_doubt != Doubt::none)
         return release();
     m_doubt = Doubt::asked;
     return Event::doubted;

@@ -37,6 +37,9 @@ public:
 
     Event activated(TimePoint now);
     Event deactivated();
+    /// The desktop tells nothing more until the shortcut has been bound anew. Its repeats show then that the
+    /// hold goes on.
+    Event lost(TimePoint now);
     Event answered(TimePoint now);
 
     /// When timePassed() is to be called, if nothing happens before.
@@ -44,7 +47,7 @@ public:
     Event timePassed(TimePoint now);
 
 private:
-    enum class Doubt { none, asked, answered };
+    enum class Doubt { none, asked, answered, lost };
 
     Event release();
 

@@ -272,9 +272,10 @@ void ShortcutRegistration::implementationVanished() {
 void ShortcutRegistration::lose() {
     m_trigger.clear();
     m_attempt.reset();
-    handle(m_hold.deactivated());
+    const bool revives = m_revivals < mostRevivals;
+    handle(revives ? m_hold.lost(std::chrono::steady_clock::now()) : m_hold.deactivated());
     setStatus(false, u"The desktop portal has ended."_s);
-    if (m_revivals < mostRevivals) {
+    if (revives) {
         ++m_revivals;
         m_revival.start(absence);
     } else {

@@ -4,7 +4,6 @@ usage: test_sway.py TAVRIK TAVRIK-MOCK-SERVER PORT sway FOLDER-FOR-PICTURES [TES
 """
 
 import contextlib
-import json
 import os
 import pathlib
 import shutil
@@ -40,13 +39,6 @@ class Portal(desk.Process):
 
 
 class Sway(test_wayland.Wayland):
-    def sign_in(self):
-        """Only then are there settings."""
-        item = ("service", "io.nordvex.tavrik", "account", "supabase-session")
-        session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 2e9, "email": "sara@example.org"}
-        subprocess.run(["secret-tool", "store", "--label=Tavrik", *item], input=json.dumps(session), text=True, check=True)
-        self.addCleanup(desk.run, "secret-tool", "clear", *item)
-
     @contextlib.contextmanager
     def dictation(self, *holds):
         """Somebody speaks into an editor while the block runs. What `holds` names is held at its beginning and at its end."""
@@ -70,14 +62,6 @@ class Sway(test_wayland.Wayland):
             for key in then:
                 with self.desktop.held(key):
                     pass
-
-    def press(self, name):
-        """A button of the settings."""
-        desk.run(self.program)
-        for wanted in "Settings", name:
-            button = desk.wait_for(wanted, lambda wanted=wanted: desk.find(
-                desk.objects_of(self.tavrik), lambda item: item.get_name() == wanted and desk.is_usable(item)))
-            desk.Atspi.Action.do_action(button, 0)
 
     def sees(self, text):
         return desk.find(desk.objects_of(self.tavrik), lambda item: item.get_name() == text)

@@ -147,7 +147,21 @@ class Wayland(desk.Suite):
         desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
         type(self).granted = True
 
-    def dictate(self, case, window, before):
+    def sign_in(self):
+        """Only then are there settings."""
+        session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 2e9, "email": "sara@example.org"}
+        subprocess.run(["secret-tool", "store", "--label=Tavrik", *desk.SLOT], input=json.dumps(session), text=True, check=True)
+        self.addCleanup(desk.forget_session)
+
+    def press(self, name):
+        """A button of the settings."""
+        desk.run(self.program)
+        for wanted in "Settings", name:
+            button = desk.wait_for(wanted, lambda wanted=wanted: desk.find(
+                desk.objects_of(self.tavrik), lambda item: item.get_name() == wanted and desk.is_usable(item)))
+            desk.Atspi.Action.do_action(button, 0)
+
+    def dictate(self, case, window, before, meanwhile=lambda: None):
         """Once; the text is to be in the window `before` + 1 times."""
         self.backend.script({"path": desk.CHAT, "status": 200,
                              "body": json.dumps({"choices": [{"message": {"content": case.text}}]})})
@@ -159,6 +173,7 @@ class Wayland(desk.Suite):
             with desk.Process("paplay", "--device=vmic", self.sentence) as speaking:
                 self.assert_on_screen(panel)
                 speaking.process.wait(10)
+            meanwhile()
             time.sleep(max(case.seconds + pressed - time.monotonic(), 0))
             released = time.monotonic()
         desk.wait_for("the text", lambda: window.text() == case.text * (before + 1))
@@ -211,15 +226,22 @@ class Wayland(desk.Suite):
 
     @unittest.skipUnless(DESKTOP.dialogs, "no portal is asked for permission there")
     def test_crashes_of_the_portals(self):
+        """Before a dictation, and during one."""
         self.launch()
         bus = desktops.bus_object("org.freedesktop.DBus", "/")
+
+        def crash(portal):
+            os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
+            desk.wait_for("the loss", lambda: not self.tavrik.working() >= NEEDED)
+            desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
+
         with WINDOWS["wayland"]() as window:
             self.desktop.picture(PICTURES / "empty.png")
-            for before, portal in enumerate(("portal.Desktop", "impl.portal.desktop.gnome")):
-                os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
-                desk.wait_for("the loss", lambda: not self.tavrik.working() >= NEEDED)
-                desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
+            for before, portal in (0, "portal.Desktop"), (2, "impl.portal.desktop.gnome"):
+                crash(portal)
                 self.dictate(Case(), window, before)
+                time.sleep(DESKTOP.rest)
+                self.dictate(Case(seconds=5), window, before + 1, lambda portal=portal: crash(portal))
                 time.sleep(DESKTOP.rest)
 
     @unittest.skipUnless(DESKTOP.dialogs, "no portal is asked for permission there")
@@ -233,6 +255,24 @@ class Wayland(desk.Suite):
             if bus.NameHasOwner(f"org.freedesktop.{portal}"):
                 os.kill(bus.GetConnectionUnixProcessID(f"org.freedesktop.{portal}"), signal.SIGKILL)
         self.enterClassContext(self.desktop)
+        self.check(Case())
+
+    @unittest.skipUnless(DESKTOP.dialogs, "no portal is asked for permission there")
+    def test_forgotten_permission(self):
+        """The desktop no longer knows that pasting is allowed, and asks again when the user wants it to."""
+        self.launch()
+        self.tavrik.stop()
+        store = desktops.bus_object("org.freedesktop.impl.portal.PermissionStore", "/org/freedesktop/impl/portal/PermissionStore")
+        for token in store.List("remote-desktop"):
+            store.Delete("remote-desktop", token)
+        self.sign_in()
+        self.start()
+        desk.wait_for("the loss", lambda: NEEDED - self.tavrik.working() == {"paste"})
+        self.press("Ask Again")
+        self.desktop.answer(DESKTOP.dialogs[1], "Share")
+        desk.wait_for("all services", lambda: self.tavrik.working() >= NEEDED)
+        self.tavrik.stop()
+        desk.forget_session()
         self.check(Case())
 
     def test_asking_the_user(self):
