@@ -3,7 +3,7 @@
 
 #include "Frames.h"
 #include "SomeHistory.h"
-#include "ui/WindowDesk.h"
+#include "WindowDesk.h"
 
 #include <QApplication>
 #include <QFile>

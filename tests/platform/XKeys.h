@@ -2,8 +2,7 @@
 
 #include "platform/x11/XcbXkb.h"
 
-#include <QProcess>
-#include <QTest>
+#include <QByteArray>
 
 #include <xcb/xtest.h>
 
@@ -98,14 +97,5 @@ private:
     xcb_window_t m_root = 0;
     quint8 m_inputEvents = 0;
 };
-
-/// Runs a command to its end and returns what it printed.
-inline QString output(const QString& command) {
-    QProcess process;
-    process.startCommand(command);
-    if (!process.waitForFinished() || process.exitCode() != 0)
-        qWarning() << command << process.readAllStandardError();
-    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-}
 
 } // namespace tavrik

@@ -1,8 +1,8 @@
 #include "base/MainQueue.h"
-#include "platform/XKeys.h"
 #include "platform/x11/Struts.h"
 #include "platform/x11/X11PanelHost.h"
 #include "support/AccessibleTree.h"
+#include "support/Command.h"
 #include "ui/hud/RecordingHUD.h"
 #include "ui/shell/ViewEngine.h"
 
@@ -17,6 +17,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace tavrik;
+using namespace tavrik::test;
 
 namespace {
 
@@ -149,7 +150,11 @@ private Q_SLOTS:
         show();
         QVERIFY(QTest::qWaitForWindowExposed(panel()));
         std::optional<MainQueue::Hold> alert(m_queue);
-        test::AccessibleTree(*panel()).press(u"Cancel"_s);
+        // As a screen reader does in place of a click.
+        AccessibleTree(*panel())
+            .find(u"Cancel"_s)
+            ->actionInterface()
+            ->doAction(QAccessibleActionInterface::pressAction());
         QCoreApplication::processEvents();
         QVERIFY(m_pressed.isEmpty());
         alert.reset();

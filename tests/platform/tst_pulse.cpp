@@ -2,6 +2,7 @@
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/PulseMicrophone.h"
 #include "platform/linux/PulseSoundPlayer.h"
+#include "support/Command.h"
 
 #include <QFile>
 #include <QProcess>
@@ -13,16 +14,13 @@
 #include <cstdlib>
 
 using namespace tavrik;
+using namespace tavrik::test;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What pactl prints; nothing if it fails.
 QByteArray pactl(const QString& arguments) {
-    QProcess process;
-    process.startCommand(u"pactl "_s + arguments);
-    process.waitForFinished();
-    return process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
+    return output(u"pactl "_s + arguments);
 }
 
 /// Whether the server answers and has no stream of ours. The kind is as pactl names it.

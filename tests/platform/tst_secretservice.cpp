@@ -1,5 +1,6 @@
 #include "base/MainQueue.h"
 #include "platform/linux/SecretServiceSlot.h"
+#include "support/Command.h"
 
 #include <QDBusMessage>
 #include <QDBusVariant>
@@ -11,21 +12,13 @@
 
 using namespace Qt::StringLiterals;
 using namespace tavrik;
+using namespace tavrik::test;
 
 namespace {
 
-/// Runs a command to its end; its output.
-QByteArray run(const QString& command, const QByteArray& input = {}) {
-    QProcess process;
-    process.startCommand(command);
-    process.write(input);
-    process.closeWriteChannel();
-    process.waitForFinished();
-    return process.readAllStandardOutput();
-}
-
 QByteArray secretTool(const QString& command, const QByteArray& input = {}) {
-    return run(u"secret-tool "_s + command + u" service io.nordvex.tavrik account supabase-session"_s, input);
+    return output(u"secret-tool "_s + command + u" service io.nordvex.tavrik account supabase-session"_s,
+                  input);
 }
 
 /// Finds the window in which the keyring asks for its password.
@@ -124,12 +117,12 @@ private Q_SLOTS:
     }
 
     void aLockedKeyringIsWaitedFor() {
-        run(u"gdbus call --session -d org.freedesktop.secrets -o /org/freedesktop/secrets -m "
-            "org.freedesktop.Secret.Service.Lock ['/org/freedesktop/secrets/collection/login']"_s);
+        output(u"gdbus call --session -d org.freedesktop.secrets -o /org/freedesktop/secrets -m "
+               "org.freedesktop.Secret.Service.Lock ['/org/freedesktop/secrets/collection/login']"_s);
         start();
-        QTRY_VERIFY(!run(question).isEmpty());
+        QTRY_VERIFY(!output(question).isEmpty());
         QVERIFY(m_delivered.isEmpty() && !m_slot->status().works);
-        run(question + u" windowfocus --sync key t e s t Return"_s);
+        output(question + u" windowfocus --sync key t e s t Return"_s);
         QTRY_COMPARE_WITH_TIMEOUT(m_delivered, QByteArrayList{"last words"}, 20000);
         QVERIFY(m_slot->status().works);
         m_slot->remove();

@@ -2,6 +2,7 @@
 #include "platform/linux/KeyCodes.h"
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
+#include "support/Command.h"
 
 #include <QAbstractEventDispatcher>
 #include <QSignalSpy>
@@ -13,6 +14,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace tavrik;
+using namespace tavrik::test;
 
 /// Real keys on a real X server.
 class TestX11HotKey : public QObject {

@@ -5,6 +5,7 @@
 #include "platform/x11/X11HotKeyBackend.h"
 #include "platform/x11/X11Keyboard.h"
 #include "platform/x11/X11PasteKeys.h"
+#include "support/Command.h"
 #include "support/Files.h"
 
 #include <QClipboard>
@@ -47,8 +48,8 @@ class TestX11Paste : public QObject {
     std::unique_ptr<X11PasteKeys> m_pasteKeys;
     std::unique_ptr<Program> m_editor;
 
-    static QString title() { return output(u"xdotool getactivewindow getwindowname"_s); }
-    static bool editorIsModified() { return title().startsWith(u'*'); }
+    static QByteArray title() { return output(u"xdotool getactivewindow getwindowname"_s); }
+    static bool editorIsModified() { return title().startsWith('*'); }
 
     QString paste() {
         const auto text = u"%1. Grüße, \"دنیا\" 👋\n"_s.arg(++m_count);
@@ -76,7 +77,7 @@ private Q_SLOTS:
         m_keys = std::make_unique<XKeys>();
         m_keyboard = std::make_unique<X11Keyboard>();
         m_editor = std::make_unique<Program>(u"mousepad --disable-server "_s + m_file);
-        QVERIFY(QTest::qWaitFor([] { return title().contains(u"text.txt"); }, 20000));
+        QVERIFY(QTest::qWaitFor([] { return title().contains("text.txt"); }, 20000));
     }
 
     void init() {

@@ -3,7 +3,6 @@
 #include <QAccessible>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTest>
 
 #include <algorithm>
 
@@ -33,18 +32,10 @@ public:
         return found;
     }
 
-    bool shows(const QString& name) const { return find(name) != nullptr; }
-
     /// The name of what the keyboard acts on.
     QString focused() const {
         auto* object = QAccessible::queryAccessibleInterface(m_window.focusObject());
         return object ? object->text(QAccessible::Name) : QString();
-    }
-
-    /// What a screen reader does in place of a click.
-    void press(const QString& name) const {
-        QVERIFY2(shows(name), qPrintable(name));
-        find(name)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     }
 
 private:
