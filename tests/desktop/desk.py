@@ -304,8 +304,24 @@ class MockService(Process):
         """The arguments of each call so far."""
         return [list(arguments) for _, arguments in self._mock.GetMethodCalls(method)]
 
+    def add_property(self, name, value):
+        self._mock.AddProperty(self._interface, name, value)
+
     def emit(self, signal, signature, *arguments):
         self._mock.EmitSignal(self._interface, signal, signature, arguments)
+
+
+@contextlib.contextmanager
+def taken(key):
+    """Another program's shortcut, with whatever modifiers."""
+    other = Xlib.display.Display()
+    code = other.keysym_to_keycode(Xlib.XK.string_to_keysym(key))
+    other.screen().root.grab_key(code, Xlib.X.AnyModifier, True, Xlib.X.GrabModeAsync, Xlib.X.GrabModeAsync)
+    other.sync()
+    try:
+        yield
+    finally:
+        other.close()
 
 
 def set_preference(program, key, value):

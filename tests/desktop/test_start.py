@@ -10,9 +10,11 @@ import sys
 import time
 import unittest
 
+import dbus
 import desk
 
 PROGRAM = sys.argv[1]
+DESKTOP = pathlib.Path(os.environ["VDESK"])
 # What each desktop adds to the whole one; None takes a variable away.
 NO_DISPLAY = {"DISPLAY": None, "WAYLAND_DISPLAY": None}
 NO_BUS = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
@@ -65,6 +67,12 @@ class Start(unittest.TestCase):
             self.addCleanup(desk.run, "xdotool", "keyup", key, check=False)
         desk.wait_for("a take", desk.Tavrik.takes)
         return program
+
+    def remove_bar(self):
+        bar = DESKTOP / "pid/06-tint2"
+        if bar.exists():
+            os.kill(int(bar.read_text()), signal.SIGTERM)
+            bar.unlink()
 
     def ends(self, program, status):
         self.assertEqual(program.wait(10), status)
@@ -143,16 +151,31 @@ class Start(unittest.TestCase):
         desk.wait_for("the window", desk.named)
         # Without an icon they would see nothing at all.
         self.doCleanups()
-        desktop = pathlib.Path(os.environ["VDESK"])
-        os.kill(int((desktop / "pid/06-tint2").read_text()), signal.SIGTERM)
+        self.remove_bar()
         program = self.start({"DBUS_STARTER_BUS_TYPE": "session"})
         desk.run(*activate)
         desk.wait_for("the window", desk.named)
         # The icon comes with the bar.
         self.assertRegex(run({}, "status").stdout, "tray: +not working")
-        self.enterContext(desk.Process("tint2", "-c", desktop / "cfg/tint2/tint2rc", log=os.devnull))
+        self.enterContext(desk.Process("tint2", "-c", DESKTOP / "cfg/tint2/tint2rc", log=os.devnull))
         desk.wait_for("the icon and its name", lambda: set(desk.windows("--all", "--pid", program.pid, "--name", "^Tavrik$"))
                       - set(desk.named()))
+
+    def test_status_notifiers(self):
+        """Their bar begins to show icons after the program's start."""
+        self.remove_bar()
+        with desk.taken("space"), desk.MockService("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
+                                                   RegisterStatusNotifierItem=("s", "", "")) as bar:
+            self.start()
+            self.assertRegex(run({}, "status").stdout, "tray: +not working")
+            bar.add_property("IsStatusNotifierHostRegistered", True)
+            bar.emit("StatusNotifierHostRegistered", "")
+            (service,), = desk.wait_for("the icon", lambda: bar.calls("RegisterStatusNotifierItem"))
+            item = dbus.SessionBus().get_object(service, "/StatusNotifierItem").GetAll(
+                "org.kde.StatusNotifierItem", dbus_interface=dbus.PROPERTIES_IFACE)
+            self.assertEqual(item["Status"], "Active")
+            self.assertIn("Another program holds this shortcut.", str(item["ToolTip"]))
+            self.assertTrue(item["Menu"].startswith("/"))
 
     def test_hung(self):
         program = self.start()
@@ -164,7 +187,7 @@ class Start(unittest.TestCase):
 
     def test_when_its_display_dies(self):
         program = self.record()
-        os.kill(int(pathlib.Path(os.environ["VDESK"], "pid", "00-xvfb").read_text()), signal.SIGKILL)
+        os.kill(int((DESKTOP / "pid/00-xvfb").read_text()), signal.SIGKILL)
         self.ends(program, 1)
 
 
