@@ -3,9 +3,9 @@
 
 #include "Measure.h"
 #include "Programs.h"
+#include "TestWav.h"
 #include "account/Account.h"
 #include "base/MainQueue.h"
-#include "mock-server/TestWav.h"
 #include "preferences/Settings.h"
 #include "services/HttpClient.h"
 #include "support/FakePlatform.h"
@@ -131,7 +131,7 @@ QString write(const QString& path, const QByteArray& bytes) {
 /// Medians in one run, taking turns, so that a busy moment meets all of them.
 void measure(Server& server, const QTemporaryDir& folder, int seconds) {
     const auto file = folder.filePath(QStringLiteral("take.wav"));
-    const auto audio = test::wav(seconds);
+    const auto audio = wav(seconds);
     const auto body =
         write(folder.filePath(QStringLiteral("body.json")),
               R"({"model":"m","messages":[{"role":"user","content":[{"type":"text","text":"t"},)"

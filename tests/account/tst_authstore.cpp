@@ -192,17 +192,6 @@ private Q_SLOTS:
         }
     }
 
-    void aFailedRefreshSignsOut() {
-        for (const auto& [status, reply] : {std::pair(400, R"({"msg":"revoked"})"), {200, "{}"}, {0, ""}}) {
-            Fixture fixture(session(-5));
-            fixture.script(status, reply);
-            fixture.store.withValidAccessToken(fixture.note());
-            QCOMPARE(fixture.outcome(), u"! Your session expired — please sign in again."_s);
-            QVERIFY(!fixture.store.isSignedIn());
-            QCOMPARE(fixture.slot.content, std::nullopt);
-        }
-    }
-
     void theUserOvertakesReplies() {
         for (const bool signsIn : {false, true}) {
             Fixture fixture(session(30));

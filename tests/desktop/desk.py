@@ -334,6 +334,12 @@ def kept_session():
     return json.loads(found.stdout) if found.returncode == 0 else None
 
 
+def keep_session():
+    """Somebody is signed in, and stays so."""
+    session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 4e9, "email": "someone@example.org"}
+    subprocess.run(["secret-tool", "store", "--label=Tavrik", *SLOT], input=json.dumps(session), text=True, check=True)
+
+
 def forget_session():
     subprocess.run(["secret-tool", "clear", *SLOT])
     assert kept_session() is None

@@ -76,9 +76,7 @@ class Soak:
         self.memory = collections.deque(maxlen=20)
         # Otherwise the window would open, as at the first launch, while the keyring is locked.
         desk.set_preference(program, "openrouter_api_key", "sk-rehearsal")
-        session = {"accessToken": "a", "refreshToken": "r", "expiresAt": 4e9, "email": "someone@example.org"}
-        subprocess.run(["secret-tool", "store", "--label=Tavrik", *desk.SLOT], input=json.dumps(session), text=True,
-                       check=True)
+        desk.keep_session()
         self.program, self.service = program, (server, port)
         self.backend = desk.Backend(*self.service)
         self.sing()

@@ -21,9 +21,7 @@ NO_BUS = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
 STARTS = {
     "X": {},
     "X, another platform exported": {"QT_QPA_PLATFORM": "wayland"},
-    "offscreen": {"QT_QPA_PLATFORM": "offscreen"},
     "offscreen without a display": {"QT_QPA_PLATFORM": "offscreen", **NO_DISPLAY},
-    "minimal": {"QT_QPA_PLATFORM": "minimal"},
     "no session bus": NO_BUS,
     "no sound server": {"PULSE_SERVER": "unix:/nonexistent"},
     "bare": {"QT_QPA_PLATFORM": "offscreen", "PULSE_SERVER": "unix:/nonexistent", **NO_DISPLAY, **NO_BUS},

@@ -10,7 +10,6 @@ namespace tavrik {
 
 /// X key codes of the keys the tests press.
 enum XKey : quint8 {
-    keyEscape = 9,
     keyControl = 37,
     keyS = 39,
     keyShift = 50,

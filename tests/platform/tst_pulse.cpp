@@ -108,42 +108,33 @@ private Q_SLOTS:
         m_server.reset();
     }
 
-    void serverGoesMidTake() {
-        for (const bool hangs : {false, true}) {
-            if (hangs)
-                init();
-            Heard heard;
-            const auto leftOver = m_client->microphone.start(heard.sink());
-            QVERIFY(leftOver);
-            QCOMPARE(m_client->startError(), QString());
-            QVERIFY(!pactl(u"load-module module-sine sink=vmic"_s).isEmpty());
-            QTRY_VERIFY(m_client->power() > -12); // a sine at half of full scale
-            QVERIFY(!hasNoneOfOurs(u"source-outputs"_s));
-            hangs ? m_server->signal(SIGSTOP) : m_server->end();
-            QTRY_COMPARE(m_client->power(), -160.0F);
-            const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
-            QVERIFY(take.duration > 0 && !take.isSilent);
-            QCOMPARE(take.interruption, hangs ? u"No more sound came from the microphone."_s
-                                              : u"The sound server closed the microphone."_s);
-            QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
-            QCOMPARE(m_client->startError(),
-                     hangs ? u"The sound server does not answer."_s
-                           : u"The sound server cannot be used (Connection refused)."_s);
+    // What happens where it ends, test_dictation.py sees.
+    void serverHangsMidTake() {
+        Heard heard;
+        const auto leftOver = m_client->microphone.start(heard.sink());
+        QVERIFY(leftOver);
+        QCOMPARE(m_client->startError(), QString());
+        QVERIFY(!pactl(u"load-module module-sine sink=vmic"_s).isEmpty());
+        QTRY_VERIFY(m_client->power() > -12); // a sine at half of full scale
+        QVERIFY(!hasNoneOfOurs(u"source-outputs"_s));
+        m_server->signal(SIGSTOP);
+        QTRY_COMPARE(m_client->power(), -160.0F);
+        const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
+        QVERIFY(take.duration > 0 && !take.isSilent);
+        QCOMPARE(take.interruption, u"No more sound came from the microphone."_s);
+        QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
+        QCOMPARE(m_client->startError(), u"The sound server does not answer."_s);
 
-            if (hangs)
-                m_server->signal(SIGCONT);
-            else
-                QVERIFY(m_server->begin());
-            // A server that wakes up does not open the microphone for a start that has failed.
-            QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
-            Heard after;
-            const auto next = m_client->microphone.start(after.sink());
-            QVERIFY(next);
-            QVERIFY(!(*leftOver)->stop()); // from the old connection
-            QTRY_VERIFY(after.samples >= 320);
-            QVERIFY((*next)->stop());
-            QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
-        }
+        m_server->signal(SIGCONT);
+        // A server that wakes up does not open the microphone for a start that has failed.
+        QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
+        Heard after;
+        const auto next = m_client->microphone.start(after.sink());
+        QVERIFY(next);
+        QVERIFY(!(*leftOver)->stop()); // from the old connection
+        QTRY_VERIFY(after.samples >= 320);
+        QVERIFY((*next)->stop());
+        QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
     }
 
     void sourceVanishesMidTake() {

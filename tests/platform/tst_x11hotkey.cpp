@@ -107,21 +107,6 @@ private Q_SLOTS:
         QTRY_COMPARE(m_log, m_once + m_once);
     }
 
-    void aHeldKeyIsOnePressAndOneRelease() {
-        output(u"xset r rate 150 60"_s);
-        const auto registration = add(altSpace);
-        QSignalSpy repeats(m_keyboard.get(), &X11Keyboard::pressed);
-        m_keys->press(keyAlt);
-        m_keys->press(keySpace);
-        QTRY_VERIFY(repeats.size() >= 12);
-        QCOMPARE(m_log.size(), 1);
-        m_keys->release(keyAlt);
-        const auto before = repeats.size();
-        QTRY_VERIFY(repeats.size() >= before + 3);
-        m_keys->release(keySpace);
-        QTRY_COMPARE(m_log, m_once);
-    }
-
     // The last row moves Alt and NumLock to other modifiers: the grab has to follow, and locks still must not
     // matter.
     void locksLayoutsAndMovedModifiersDoNotMatter() {

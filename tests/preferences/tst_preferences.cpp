@@ -11,12 +11,32 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <chrono>
+#include <cstdio>
 
 using namespace tavrik;
 using namespace tavrik::test;
 using namespace std::chrono_literals;
+
+namespace {
+
+/// What another process does: stores the numbers below `count` under keys that begin with the prefix.
+bool writeNumbers(const QString& path, const QString& prefix, int count) {
+    JsonPreferenceStore store(path);
+    std::puts("ready");
+    std::fflush(stdout);
+    for (int i = 0; i < count; ++i) {
+        if (!store.setValue(prefix + QString::number(i), i))
+            return false;
+        // No user writes without a pause, in which the other one gets a chance.
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+} // namespace
 
 /// The file, its typed readers, and the command.
 class PreferencesTest : public QObject {
@@ -97,12 +117,13 @@ private Q_SLOTS:
     }
 
     void sharesTheFileWithOtherProcesses() {
+        const auto program = QCoreApplication::applicationFilePath();
         QProcess first;
-        first.start(PREFERENCE_WRITER, {m_path, "first", "100"});
+        first.start(program, {"write", m_path, "first", "100"});
         JsonPreferenceStore store(m_path);
         for (int kill = 0; kill < 20; ++kill) {
             QProcess killed;
-            killed.start(PREFERENCE_WRITER, {m_path, "killed", "1000000"});
+            killed.start(program, {"write", m_path, "killed", "1000000"});
             QVERIFY(killed.waitForReadyRead());
             QTest::qSleep(kill / 2);
             killed.kill();
@@ -212,5 +233,12 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PreferencesTest)
+int main(int argc, char* argv[]) {
+    const QCoreApplication application(argc, argv);
+    if (const auto arguments = QCoreApplication::arguments(); arguments.value(1) == "write")
+        return writeNumbers(arguments[2], arguments[3], arguments[4].toInt()) ? 0 : 1;
+    PreferencesTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_preferences.moc"

@@ -15,6 +15,8 @@
 
 namespace tavrik::fake {
 
+using namespace Qt::StringLiterals;
+
 using Journal = QStringList;
 
 class Preferences : public PreferenceStore {
@@ -44,7 +46,7 @@ public:
         state = to;
         Q_EMIT this->statusChanged();
     }
-    ServiceStatus state{QStringLiteral("fake"), true};
+    ServiceStatus state{u"fake"_s, true};
 };
 
 class Sounds : public Set<SoundPlayer> {
@@ -62,7 +64,7 @@ public:
     void setImage(const QString& symbol, const QString& text) override { journal << symbol + u' ' + text; }
     void setNote(const QString& text) override {
         if (std::exchange(note, text) != text)
-            journal << QStringLiteral("note [%1]").arg(text);
+            journal << u"note [%1]"_s.arg(text);
     }
     void setMenu(const QList<MenuItem>& menu) override { items = menu; }
     Journal& journal;
@@ -75,7 +77,7 @@ public:
     explicit HotKeys(Journal& log) : journal(log) {}
     std::unique_ptr<Registration> registerHotKey(KeyCombination combination, PermissionRequest,
                                                  Handlers wanted) override {
-        journal << QStringLiteral("register %1 %2").arg(combination.keyCode).arg(combination.modifiers);
+        journal << u"register %1 %2"_s.arg(combination.keyCode).arg(combination.modifiers);
         handlers = std::move(wanted);
         handlers.settled();
         return std::make_unique<Held>(*this);
@@ -86,7 +88,7 @@ public:
             state = owner.state;
             owner.held = this;
         }
-        ~Held() override { owner.journal << QStringLiteral("unregister"); }
+        ~Held() override { owner.journal << u"unregister"_s; }
         HotKeys& owner;
     };
 
@@ -99,9 +101,7 @@ public:
 class SilentMicrophone : public Set<Microphone> {
 public:
     void requestAccess() override { asked = true; }
-    Result<std::unique_ptr<Capture>> start(Sink) override {
-        return std::unexpected(Error{QStringLiteral("silent")});
-    }
+    Result<std::unique_ptr<Capture>> start(Sink) override { return std::unexpected(Error{u"silent"_s}); }
     bool asked = false;
 };
 

@@ -13,6 +13,8 @@
 
 namespace tavrik {
 
+using namespace Qt::StringLiterals;
+
 /// A desktop portal on a bus of its own. Notes what it is asked, and answers as it is told.
 class FakePortal : public QDBusVirtualObject {
 public:
@@ -22,48 +24,42 @@ public:
     };
 
     FakePortal() {
-        m_daemon.start(
-            QStringLiteral("dbus-daemon"),
-            {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         m_daemon.waitForReadyRead();
         m_address = QString::fromLatin1(m_daemon.readLine().trimmed());
-        auto bus = QDBusConnection::connectToBus(m_address, QStringLiteral("portal"));
-        bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
+        auto bus = QDBusConnection::connectToBus(m_address, u"portal"_s);
+        bus.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath);
         offer(service(), true);
-        offer(QStringLiteral("org.freedesktop.impl.portal.PermissionStore"), true);
+        offer(u"org.freedesktop.impl.portal.PermissionStore"_s, true);
     }
 
     ~FakePortal() override {
-        QDBusConnection::disconnectFromBus(QStringLiteral("client"));
-        QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
+        QDBusConnection::disconnectFromBus(u"client"_s);
+        QDBusConnection::disconnectFromBus(u"portal"_s);
         m_daemon.terminate();
         m_daemon.waitForFinished();
     }
 
     /// The tested program's connection.
-    QDBusConnection client() const {
-        return QDBusConnection::connectToBus(m_address, QStringLiteral("client"));
-    }
+    QDBusConnection client() const { return QDBusConnection::connectToBus(m_address, u"client"_s); }
 
     /// What the program remembers of the portal, as long as that lasts.
-    QString grantsPath() const { return m_folder.filePath(QStringLiteral("grants/portals.json")); }
+    QString grantsPath() const { return m_folder.filePath(u"grants/portals.json"_s); }
 
-    static QString service() { return QStringLiteral("org.freedesktop.portal.Desktop"); }
+    static QString service() { return u"org.freedesktop.portal.Desktop"_s; }
 
     /// Whether a service of that name is on the bus.
     static void offer(const QString& service, bool offered) {
-        QDBusConnection bus(QStringLiteral("portal"));
+        QDBusConnection bus(u"portal"_s);
         offered ? bus.registerService(service) : bus.unregisterService(service);
     }
 
     /// Sends a signal about a shortcut of the session "/session".
     static void sendShortcutSignal(const QString& name, const QString& shortcut, qulonglong time = 0) {
-        auto signal =
-            QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
-                                       QStringLiteral("org.freedesktop.portal.GlobalShortcuts"), name);
-        signal << QVariant::fromValue(QDBusObjectPath(QStringLiteral("/session"))) << shortcut << time
-               << QVariantMap();
-        QDBusConnection(QStringLiteral("portal")).send(signal);
+        auto signal = QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
+                                                 u"org.freedesktop.portal.GlobalShortcuts"_s, name);
+        signal << QVariant::fromValue(QDBusObjectPath(u"/session"_s)) << shortcut << time << QVariantMap();
+        QDBusConnection(u"portal"_s).send(signal);
     }
 
     /// Methods in the order of their calls, without those that ask for versions and names.
@@ -73,7 +69,7 @@ public:
     /// By the interface's last word.
     QHash<QString, uint> versions;
     /// What methods with a Request respond. One that is not here never does.
-    QHash<QString, Response> responses;
+    QHash<QString, Response> responses{{u"CreateSession"_s, {0, {{u"session_handle"_s, u"/session"_s}}}}};
     /// What methods without a Request reply.
     QHash<QString, QVariant> replies;
     /// The errors of methods that fail.
@@ -84,8 +80,8 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
         const auto method = message.member();
         auto values = message.arguments();
-        if (method == QStringLiteral("Get")) {
-            const auto version = versions.value(values.at(0).toString().section(QLatin1Char('.'), -1));
+        if (method == u"Get"_s) {
+            const auto version = versions.value(values.at(0).toString().section(u'.', -1));
             return bus.send(version ? message.createReply(QVariant::fromValue(QDBusVariant(version)))
                                     : message.createErrorReply(QDBusError::InvalidArgs, QString()));
         }
@@ -93,25 +89,22 @@ public:
             if (value.canConvert<QDBusArgument>() &&
                 value.value<QDBusArgument>().currentType() == QDBusArgument::MapType)
                 value = qdbus_cast<QVariantMap>(value);
-        if (method != QStringLiteral("Register") && method != QStringLiteral("Ping"))
+        if (method != u"Register"_s && method != u"Ping"_s)
             calls += method;
         arguments.insert(method, values);
         if (errors.contains(method))
             return bus.send(message.createErrorReply(errors.value(method), QString()));
-        const auto token = values.isEmpty()
-                               ? QString()
-                               : values.last().toMap().value(QStringLiteral("handle_token")).toString();
+        const auto token =
+            values.isEmpty() ? QString() : values.last().toMap().value(u"handle_token"_s).toString();
         if (token.isEmpty())
             return bus.send(replies.contains(method) ? message.createReply(replies.value(method))
                                                      : message.createReply());
-        const auto path =
-            QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
-                .arg(message.service().mid(1).replace(QLatin1Char('.'), QLatin1Char('_')), token);
+        const auto path = u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(
+            message.service().mid(1).replace(u'.', u'_'), token);
         bus.send(message.createReply(QVariant::fromValue(QDBusObjectPath(path))));
         if (responses.contains(method)) {
             const auto& [code, results] = responses[method];
-            bus.send(QDBusMessage::createSignal(path, QStringLiteral("org.freedesktop.portal.Request"),
-                                                QStringLiteral("Response"))
+            bus.send(QDBusMessage::createSignal(path, u"org.freedesktop.portal.Request"_s, u"Response"_s)
                      << code << results);
         }
         return true;

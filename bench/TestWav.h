@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QtEndian>
 
-namespace tavrik::test {
+namespace tavrik::bench {
 
 /// A recording in Tavrik's own format: 16 kHz, mono, 16 bit, every sample at `amplitude` or its negative.
 inline QByteArray wav(double seconds, qint16 amplitude = 1000) {
@@ -21,4 +21,4 @@ inline QByteArray wav(double seconds, qint16 amplitude = 1000) {
            samples;
 }
 
-} // namespace tavrik::test
+} // namespace tavrik::bench
