@@ -103,7 +103,6 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
 
     HistoryStore& openHistory() { return history; }
     void openWindow(const QByteArray& token) { journal << "window" + token; }
-    void quit() { journal << "quit"; }
 
     std::unique_ptr<AppDelegate> app = std::make_unique<AppDelegate>(AppDelegate::Dependencies{
         .queue = queue,
@@ -127,7 +126,7 @@ struct Desk : AbstractRecorder, AbstractRecordingHUD, AbstractTranslator, Abstra
         .openMainWindow = std::bind_front(&Desk::openWindow, this),
         .busyChanged = [](bool) {},
         .checkForUpdates = {},
-        .quit = std::bind_front(&Desk::quit, this),
+        .quit = [] {},
     });
 
     /// What a test's script may say.
@@ -306,8 +305,6 @@ private Q_SLOTS:
             menu << item.title + (item.action ? u'+' : u'-') + item.keyEquivalent;
         QCOMPARE(menu, (QStringList{"Hold ⌥ F6 and speak Persian-", "-", "Open Tavrik+o",
                                     "Check for Updates…-", "-", "Quit Tavrik+q"}));
-        desk.status.items.last().action();
-        QCOMPARE(desk.journal.last(), "quit");
     }
 };
 
