@@ -10,8 +10,8 @@ namespace tavrik {
 
 enum class Delivery { taken, noneRuns, notAnswered };
 
-/// Gives the running program a command of its hot key, with this moment's time. Waits a second at most, even if
-/// that program hangs.
+/// Gives the running program a command of its hot key, with this moment's time. Waits a second at most, even
+/// if that program hangs.
 Delivery sendHotKeyCommand(HotKeyCommand::Kind kind);
 
 /// A function that a library of the program exports; takes what main() does and returns the exit status.
