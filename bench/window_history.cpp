@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 using namespace tavrik;
 using namespace tavrik::bench;
@@ -101,9 +102,10 @@ int main(int argc, char* argv[]) {
     std::printf("%d records\n", count);
     std::printf("models made in %.1f ms\n",
                 timed([&] { pages = std::make_unique<HistoryPages>(desk.dependencies(days)); }));
-    std::unique_ptr<PageView> view;
+    std::optional<ViewEngine> engine;
+    std::optional<PageView> view;
     std::printf("page opened and on the screen in %.1f ms\n", timed([&] {
-                    view = std::make_unique<PageView>(QStringLiteral("history/HistoryView"), *pages);
+                    view.emplace(engine.emplace(), QStringLiteral("history/HistoryView"), *pages);
                     view->show();
                     untilShown(*view, [] {});
                 }));

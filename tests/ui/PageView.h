@@ -8,12 +8,12 @@
 
 namespace tavrik::test {
 
-/// One view of the main window, in a window of its own. Made after the application.
+/// One view of the main window, in a window of its own.
 class PageView : public QQuickView {
 public:
-    PageView(const QString& name, HistoryPages& pages, QSize size = {720, 640})
-        : QQuickView(new ViewEngine, nullptr) {
-        engine()->setParent(this);
+    /// The engine is to be the process's only one: in a second one Qt 6.8 takes no item for what it is.
+    PageView(ViewEngine& engine, const QString& name, HistoryPages& pages, QSize size = {720, 640})
+        : QQuickView(&engine, nullptr) {
         setResizeMode(SizeRootObjectToView);
         resize(size);
         setInitialProperties({{QStringLiteral("pages"), QVariant::fromValue(&pages)}});

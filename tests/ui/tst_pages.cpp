@@ -161,7 +161,7 @@ private:
     void openWith(const QByteArrayList& texts) {
         for (const auto& text : texts)
             desk->dictate(text, desk->now);
-        view = std::make_unique<PageView>("history/HistoryView", desk->pages);
+        view = std::make_unique<PageView>(engine, "history/HistoryView", desk->pages);
         view->show();
         view->requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(view.get()));
@@ -198,6 +198,7 @@ private:
 
     const std::unique_ptr<QPointingDevice> finger{QTest::createTouchDevice()};
     std::unique_ptr<HistoryDesk> desk;
+    ViewEngine engine;
     std::unique_ptr<PageView> view;
 };
 
