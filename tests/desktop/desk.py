@@ -129,8 +129,8 @@ def has_state(accessible, state):
 
 
 def is_usable(accessible):
-    """A control, and not a disabled one; a label is focusable too."""
-    return has_state(accessible, Atspi.StateType.FOCUSABLE) and accessible.get_role() != Atspi.Role.LABEL
+    """A control, and not a disabled one; labels and headings are focusable too."""
+    return has_state(accessible, Atspi.StateType.FOCUSABLE) and accessible.get_role() not in (Atspi.Role.LABEL, Atspi.Role.HEADING)
 
 
 def is_field(accessible):
