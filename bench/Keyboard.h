@@ -40,9 +40,15 @@ private:
 /// own, Control+Alt+Space.
 class HotKeyHold {
 public:
-    void press() {
-        for (const int key : keys())
-            m_keyboard.press(key, true);
+    /// When the key itself went down, in milliseconds; its modifiers go first, a finger's time before it.
+    double press() {
+        const auto all = keys();
+        for (const int modifier : all | std::views::take(all.size() - 1))
+            m_keyboard.press(modifier, true);
+        QTest::qWait(20);
+        const double at = now();
+        m_keyboard.press(all.back(), true);
+        return at;
     }
 
     /// As the preferences store it.
