@@ -5,12 +5,10 @@
 #include "support/Command.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 
 using namespace tavrik;
@@ -28,32 +26,9 @@ bool hasNoneOfOurs(const QString& kind) {
     return pactl(u"info"_s).contains("Server Name") && !pactl(u"list "_s + kind).contains("\"Tavrik\"");
 }
 
-/// A sound server that the test may kill or stop. Libpulse finds it by PULSE_SERVER.
-struct SoundServer : QProcess {
-    ~SoundServer() override { end(); }
-
-    bool begin() {
-        const auto socket = m_folder.filePath(u"native"_s);
-        qputenv("PULSE_SERVER", "unix:" + QFile::encodeName(socket));
-        // The desktop's own server has the name on its bus. What is played into the sink "vmic" can be
-        // recorded from the source "mic". norewinds: a null sink would otherwise render two seconds ahead.
-        startCommand(
-            u"env DBUS_SESSION_BUS_ADDRESS=unix:path=/dev/null pulseaudio -n --daemonize=no "
-            "--use-pid-file=no --exit-idle-time=-1 --disable-shm=yes --realtime=no --high-priority=no "
-            "\"-Lmodule-native-protocol-unix auth-anonymous=1 socket=%1\" "
-            "\"-Lmodule-null-sink sink_name=vmic norewinds=1\" "
-            "\"-Lmodule-remap-source source_name=mic master=vmic.monitor channels=1 "
-            "master_channel_map=front-left remix=no\""_s.arg(socket));
-        return QTest::qWaitFor([] { return !pactl(u"info"_s).isEmpty(); }, 10000);
-    }
-    void end() {
-        kill();
-        waitForFinished();
-    }
-    void signal(int number) const { ::kill(static_cast<pid_t>(processId()), number); }
-
-    const QTemporaryDir m_folder;
-};
+void signalServer(const QString& name) {
+    output(u"sh -c \"kill -%1 $(cat $VDESK/pid/03-pulse)\""_s.arg(name));
+}
 
 /// Counts what a capture delivers on its own thread.
 struct Heard {
@@ -93,20 +68,16 @@ struct Client {
 class TestPulse : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<SoundServer> m_server;
     std::unique_ptr<Client> m_client;
 
 private Q_SLOTS:
     void init() {
-        m_server = std::make_unique<SoundServer>();
-        QVERIFY(m_server->begin());
+        // The desktop is this test's own.
+        output(u"vdesk restart 03-pulse"_s);
         m_client = std::make_unique<Client>();
         QVERIFY(m_client->connects());
     }
-    void cleanup() {
-        m_client.reset();
-        m_server.reset();
-    }
+    void cleanup() { m_client.reset(); }
 
     // What happens where it ends, test_dictation.py sees.
     void serverHangsMidTake() {
@@ -117,7 +88,7 @@ private Q_SLOTS:
         QVERIFY(!pactl(u"load-module module-sine sink=vmic"_s).isEmpty());
         QTRY_VERIFY(m_client->power() > -12); // a sine at half of full scale
         QVERIFY(!hasNoneOfOurs(u"source-outputs"_s));
-        m_server->signal(SIGSTOP);
+        signalServer(u"STOP"_s);
         QTRY_COMPARE(m_client->power(), -160.0F);
         const auto take = m_client->recorder.stop().value_or(AbstractRecorder::Take{});
         QVERIFY(take.duration > 0 && !take.isSilent);
@@ -125,7 +96,7 @@ private Q_SLOTS:
         QCOMPARE(static_cast<double>(QFile(take.file).size() - 44) / 32000, take.duration);
         QCOMPARE(m_client->startError(), u"The sound server does not answer."_s);
 
-        m_server->signal(SIGCONT);
+        signalServer(u"CONT"_s);
         // A server that wakes up does not open the microphone for a start that has failed.
         QTRY_VERIFY(hasNoneOfOurs(u"source-outputs"_s));
         Heard after;
@@ -150,13 +121,13 @@ private Q_SLOTS:
     }
 
     void soundsAreHeard() {
-        m_server->end();
+        const auto server = qgetenv("PULSE_SERVER");
+        qputenv("PULSE_SERVER", "unix:/nonexistent");
         PulseSoundPlayer player(std::make_shared<PulseConnection>());
         player.play(Sound::basso); // in vain
+        qputenv("PULSE_SERVER", server);
         for (int run = 0; run < 2; ++run) {
-            QVERIFY(m_server->begin());
-            m_client = std::make_unique<Client>();
-            QVERIFY(m_client->connects());
+            init();
             for (const auto sound : {Sound::pop, Sound::glass, Sound::basso}) {
                 Heard heard;
                 const auto capture = m_client->microphone.start(heard.sink());
@@ -168,7 +139,6 @@ private Q_SLOTS:
                 QTRY_VERIFY(hasNoneOfOurs(u"sink-inputs"_s));
                 QVERIFY((*capture)->stop());
             }
-            m_server->end();
         }
     }
 };
