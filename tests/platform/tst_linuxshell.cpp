@@ -1,18 +1,41 @@
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/DBusApplicationInstance.h"
+#include "platform/linux/LinuxDayWatcher.h"
 #include "platform/linux/LinuxTexts.h"
+#include "platform/linux/PortalAppearance.h"
 #include "platform/linux/UserName.h"
 #include "support/Files.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QProcess>
+#include <QProxyStyle>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <future>
+#include <random>
 
 using namespace tavrik;
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What a desktop's theme is to Qt.
+class DesktopTheme : public QProxyStyle {
+public:
+    explicit DesktopTheme(bool dark) : m_palette(dark ? Qt::black : Qt::white) {}
+    using QProxyStyle::polish;
+    void polish(QPalette& palette) override { palette = m_palette; }
+
+private:
+    const QPalette m_palette;
+};
+
+} // namespace
 
 class LinuxShellTest : public QObject {
     Q_OBJECT
@@ -45,6 +68,26 @@ private Q_SLOTS:
             QCOMPARE(QProcess::execute("gio", {"launch", entry}), 0);
             QTRY_VERIFY2(QFile::exists(folder.filePath(name + u"/mark"_s)), name);
         }
+    }
+
+    // As desktops change it.
+    void seesTheTimeZoneChange() {
+        const QTemporaryDir folder;
+        const auto file = folder.filePath("localtime").toLocal8Bit();
+        const auto next = folder.filePath("next").toLocal8Bit();
+        QCOMPARE(::symlink("/usr/share/zoneinfo/UTC", file.constData()), 0);
+        int calls = 0;
+        LinuxDayWatcher watcher(QString::fromLocal8Bit(file));
+        watcher.watch([&calls] { ++calls; });
+        for (const char* zone : {"/usr/share/zoneinfo/Asia/Tehran", "/usr/share/zoneinfo/Europe/Rome", ""}) {
+            QVERIFY(*zone ? ::symlink(zone, next.constData()) == 0 : test::writeFile(next, "zone"));
+            calls = 0;
+            QCOMPARE(std::rename(next.constData(), file.constData()), 0);
+            QTRY_VERIFY(calls > 0);
+        }
+        calls = 0;
+        QVERIFY(test::writeFile(file, "in place"));
+        QTRY_VERIFY(calls > 0);
     }
 
     void handsUrlsToTheRunningProgram() {
@@ -88,7 +131,34 @@ private Q_SLOTS:
                  "Ctrl + Alt + Shift + Super + Backspace on this keyboard");
         QCOMPARE(texts.shortcutNote(u"Alt+Space"_s), "");
     }
+
+    // Without a portal. The desktop turns [l]ight or [d]ark; the user chooses [S]ystem, [L]ight or [D]ark.
+    void looksAsChosenWhateverTheDesktopTurnsTo() {
+        std::mt19937 random(5);
+        QByteArray taken;
+        char desktop = 'l';
+        char choice = 'S';
+        QApplication::setStyle(new DesktopTheme(false));
+        PortalAppearance appearance;
+        for (int step = 0; step < 500; ++step) {
+            const char next = "ldSLD"[random() % 5];
+            taken += next;
+            if (next == 'l' || next == 'd') {
+                desktop = next;
+                QApplication::setStyle(new DesktopTheme(next == 'd'));
+            } else {
+                choice = next;
+                appearance.apply(next == 'S'   ? AppearanceChoice::system
+                                 : next == 'L' ? AppearanceChoice::light
+                                               : AppearanceChoice::dark);
+            }
+            QCoreApplication::processEvents();
+            const bool dark = choice == 'D' || (choice == 'S' && desktop == 'd');
+            QVERIFY2((QApplication::palette().color(QPalette::Window).lightness() < 128) == dark,
+                     taken.right(8).constData());
+        }
+    }
 };
 
-QTEST_GUILESS_MAIN(LinuxShellTest)
+QTEST_MAIN(LinuxShellTest)
 #include "tst_linuxshell.moc"

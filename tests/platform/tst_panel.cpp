@@ -159,11 +159,7 @@ private Q_SLOTS:
         QVERIFY(m_pressed.isEmpty());
         alert.reset();
         QTRY_COMPARE(m_pressed, QStringList(u"cancel"_s));
-    }
 
-    void noToolTipOutlivesThePanel() {
-        show();
-        QVERIFY(QTest::qWaitForWindowExposed(panel()));
         output(u"xdotool mousemove %1 697"_s.arg(pill.right() - 17));
         QTRY_VERIFY(QToolTip::isVisible());
         m_hud.hide();

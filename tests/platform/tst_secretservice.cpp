@@ -1,12 +1,11 @@
 #include "base/MainQueue.h"
 #include "platform/linux/SecretServiceSlot.h"
 #include "support/Command.h"
+#include "support/FakeService.h"
 
-#include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QDBusVariant>
-#include <QDBusVirtualObject>
 #include <QDeadlineTimer>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -35,23 +34,10 @@ QVariant wrapped(const QVariant& value) {
 const auto none = QVariant::fromValue(QList<QDBusObjectPath>());
 const auto one = QVariant::fromValue(QList{QDBusObjectPath(u"/one"_s)});
 
-/// A keyring on a bus of its own, with whatever is wrong with it.
-struct FakeKeyring : QDBusVirtualObject {
-    FakeKeyring() {
-        daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-        daemon.waitForReadyRead();
-        address = QString::fromLatin1(daemon.readLine().trimmed());
-        auto bus = QDBusConnection::connectToBus(address, u"keyring"_s);
-        bus.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath);
-        bus.registerService(u"org.freedesktop.secrets"_s);
-    }
-    ~FakeKeyring() override {
-        QDBusConnection::disconnectFromBus(u"keyring"_s);
-        daemon.terminate();
-        daemon.waitForFinished();
-    }
+/// A keyring with whatever is wrong with it.
+struct FakeKeyring : FakeService {
+    FakeKeyring() : FakeService(u"org.freedesktop.secrets"_s) {}
 
-    QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
         const auto method =
             message.member() == u"Get" ? message.arguments().at(1).toString() : message.member();
@@ -65,9 +51,6 @@ struct FakeKeyring : QDBusVirtualObject {
         return replies.value(method).isEmpty() || bus.send(message.createReply(replies.value(method)));
     }
 
-    QProcess daemon;
-    QString address;
-    QStringList calls;
     bool deletes = false;
     /// Without one a method never answers.
     QHash<QString, QVariantList> replies{{u"OpenSession"_s, {wrapped(u""_s), path(u"/session"_s)}},
@@ -88,10 +71,8 @@ class SecretServiceTest : public QObject {
     std::unique_ptr<SecretServiceSlot> m_slot;
     QByteArrayList m_delivered;
 
-    void start(const QString& address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS")) {
-        QDBusConnection::disconnectFromBus(u"slot"_s);
-        m_slot = std::make_unique<SecretServiceSlot>(m_queue, m_mark,
-                                                     QDBusConnection::connectToBus(address, u"slot"_s));
+    void start(const QDBusConnection& bus = QDBusConnection::sessionBus()) {
+        m_slot = std::make_unique<SecretServiceSlot>(m_queue, m_mark, bus);
         read();
     }
     void read() {
@@ -133,7 +114,7 @@ private Q_SLOTS:
     void whatALockedCollectionHidesIsWaitedFor() {
         FakeKeyring keyring;
         keyring.replies.insert({{u"SearchItems"_s, {none, none}}, {u"Locked"_s, {wrapped(true)}}});
-        start(keyring.address);
+        start(keyring.client());
         QTRY_VERIFY(keyring.calls.contains(u"Locked"_s));
         keyring.replies.insert({{u"SearchItems"_s, {one, none}}, {u"GetSecret"_s, {none}}});
         QTRY_COMPARE(m_delivered, QByteArrayList{"nothing"});
@@ -146,7 +127,7 @@ private Q_SLOTS:
             for (const auto& reply : {QVariantList(), {none, one}, {path(u"/"_s)}, {path(u"/prompt"_s)}}) {
                 FakeKeyring keyring;
                 keyring.replies.insert(method, reply);
-                start(keyring.address);
+                start(keyring.client());
                 m_slot->remove();
                 QTRY_VERIFY(keyring.calls.contains(method));
                 QTest::qWait(50);
@@ -158,7 +139,7 @@ private Q_SLOTS:
                 keyring.deletes = true;
                 keyring.replies.insert(
                     {{u"SearchItems"_s, {one, none}}, {u"Delete"_s, {path(u"/prompt"_s)}}});
-                start(keyring.address);
+                start(keyring.client());
                 QTRY_COMPARE(m_delivered, QByteArrayList{"nothing"});
                 QTRY_VERIFY(!QFile::exists(m_mark));
             }

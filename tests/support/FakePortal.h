@@ -1,69 +1,41 @@
 #pragma once
 
+#include "support/FakeService.h"
+
 #include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
-#include <QDBusVirtualObject>
 #include <QHash>
-#include <QProcess>
-#include <QStringList>
 #include <QTemporaryDir>
 
 namespace tavrik {
 
-using namespace Qt::StringLiterals;
-
-/// A desktop portal on a bus of its own. Notes what it is asked, and answers as it is told.
-class FakePortal : public QDBusVirtualObject {
+/// A desktop portal. Notes what it is asked, and answers as it is told.
+class FakePortal : public FakeService {
 public:
     struct Response {
         uint code = 0;
         QVariantMap results = {};
     };
 
-    FakePortal() {
-        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-        m_daemon.waitForReadyRead();
-        m_address = QString::fromLatin1(m_daemon.readLine().trimmed());
-        auto bus = QDBusConnection::connectToBus(m_address, u"portal"_s);
-        bus.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath);
-        offer(service(), true);
-        offer(u"org.freedesktop.impl.portal.PermissionStore"_s, true);
+    FakePortal() : FakeService(service()) {
+        bus().registerService(u"org.freedesktop.impl.portal.PermissionStore"_s);
     }
-
-    ~FakePortal() override {
-        QDBusConnection::disconnectFromBus(u"client"_s);
-        QDBusConnection::disconnectFromBus(u"portal"_s);
-        m_daemon.terminate();
-        m_daemon.waitForFinished();
-    }
-
-    /// The tested program's connection.
-    QDBusConnection client() const { return QDBusConnection::connectToBus(m_address, u"client"_s); }
 
     /// What the program remembers of the portal, as long as that lasts.
     QString grantsPath() const { return m_folder.filePath(u"grants/portals.json"_s); }
 
     static QString service() { return u"org.freedesktop.portal.Desktop"_s; }
 
-    /// Whether a service of that name is on the bus.
-    static void offer(const QString& service, bool offered) {
-        QDBusConnection bus(u"portal"_s);
-        offered ? bus.registerService(service) : bus.unregisterService(service);
-    }
-
     /// Sends a signal about a shortcut of the session "/session".
-    static void sendShortcutSignal(const QString& name, const QString& shortcut, qulonglong time = 0) {
+    static void sendShortcutSignal(const QString& name, const QString& shortcut = u"dictate-2048-49"_s,
+                                   qulonglong time = 0) {
         auto signal = QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
                                                  u"org.freedesktop.portal.GlobalShortcuts"_s, name);
         signal << QVariant::fromValue(QDBusObjectPath(u"/session"_s)) << shortcut << time << QVariantMap();
-        QDBusConnection(u"portal"_s).send(signal);
+        bus().send(signal);
     }
 
-    /// Methods in the order of their calls, without those that ask for versions and names.
-    QStringList calls;
     /// The arguments of the latest call of each.
     QHash<QString, QVariantList> arguments;
     /// By the interface's last word.
@@ -74,8 +46,6 @@ public:
     QHash<QString, QVariant> replies;
     /// The errors of methods that fail.
     QHash<QString, QString> errors;
-
-    QString introspect(const QString&) const override { return {}; }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
         const auto method = message.member();
@@ -112,8 +82,6 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    QProcess m_daemon;
-    QString m_address;
 };
 
 } // namespace tavrik
