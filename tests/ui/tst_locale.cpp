@@ -1,6 +1,7 @@
-// Numbers and days as a locale writes them, which locale that is, and shortcuts.
+// What is up to the locale: numbers, days, shortcuts and what a search finds; and which locale that is.
 
 #include "platform/KeyReader.h"
+#include "ui/history/SearchIndex.h"
 #include "ui/history/UserFormats.h"
 #include "ui/settings/ShortcutText.h"
 
@@ -8,7 +9,7 @@
 
 using namespace tavrik;
 
-class UserFormatsTest : public QObject {
+class LocaleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -33,6 +34,43 @@ private Q_SLOTS:
         for (const auto& [locale, day, caption] : rows) {
             const UserFormats formats({.texts = locale, .numbers = locale, .dates = locale});
             QCOMPARE(formats.caption(formats.dayTitle(day, QDate(2025, 3, 7))), caption);
+        }
+    }
+
+    void searches() {
+        struct Row {
+            const char* text;
+            const char* query;
+            bool found = true;
+            const char* locale = "en_US";
+        };
+        const Row rows[]{{"HELLO there", "hello T"},
+                         {"hello  there", "hello there", false},
+                         {"Straße", "STRASSE"},
+                         {"cafe\u0301 au lait", "CAFÉ"},
+                         {"résumé", "resume", false},
+                         {"ﬁnally", "final"},
+                         {"ΟΔΟΣ", "οδος"},
+                         {"می‌خواهم ببینی", "ببيني"},
+                         {"على كتاب", "علی کتاب"},
+                         {"می‌خواهم", "میخواهم"},
+                         {"ISTANBUL", "istanbul"},
+                         {"ISPARTA", "ısparta", true, "tr_TR"},
+                         {"ISPARTA", "isparta", false, "tr_TR"},
+                         {"İstanbul", "istanbul", true, "az_AZ"},
+                         {"one", "eand", false}};
+        for (const auto& row : rows) {
+            SearchIndex index(row.locale);
+            index.insert(0, "and one after");
+            index.insert(0, row.text);
+            index.insert(0, "removed");
+            index.insert(0, row.text);
+            index.remove(1);
+            const auto positions = index.find(row.query);
+            QVERIFY2(positions == (row.found ? std::vector<quint32>{0, 1} : std::vector<quint32>()),
+                     row.text);
+            QCOMPARE(index.find(row.query, 1).size(), row.found ? 1 : 0);
+            QCOMPARE(index.find("\u200c").size(), 3);
         }
     }
 
@@ -61,5 +99,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(UserFormatsTest)
-#include "tst_userformats.moc"
+QTEST_GUILESS_MAIN(LocaleTest)
+#include "tst_locale.moc"
