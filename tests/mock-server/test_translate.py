@@ -1,4 +1,5 @@
-"""Sends the requests of translate.json to the translate function: the mock server's, or the deployed one.
+"""Sends the requests of translate.json to the translate function: the mock server's, or the deployed one. And what else
+the mock server answers.
 
 usage: test_translate.py TAVRIK-MOCK-SERVER PUBLIC-KEY [DENO FUNCTION-FOLDER]
 """
@@ -32,10 +33,10 @@ def ask(url, method="GET", headers={}, body=None):
     request = urllib.request.Request(url, method=method, headers={"Content-Type": "", **headers}, data=body)
     try:
         with desk.opener.open(request, timeout=60) as reply:
-            return reply.status, reply.read()
+            return [reply.status, json.load(reply)]
     except urllib.error.HTTPError as error:
         with error:
-            return error.code, error.read()
+            return [error.code, json.load(error)]
 
 
 def silence(seconds, rate):
@@ -68,10 +69,8 @@ class Suite(unittest.TestCase):
         cls.function = f"{cls.project.url}/functions/v1/translate"
         if DENO:
             cls.function = cls.enterClassContext(Deno(cls.project.url, cls.models.url)).url
-        status, session = ask(f"{cls.project.url}/auth/v1/signup", "POST", {"apikey": PUBLIC_KEY, **desk.JSON},
-                              b'{"email": "someone@example.org", "password": "correct horse"}')
-        assert status == 200, session
-        cls.session = json.loads(session)
+        _, cls.session = ask(f"{cls.project.url}/auth/v1/signup", "POST", {"apikey": PUBLIC_KEY, **desk.JSON},
+                             b'{"email": "someone@example.org", "password": "correct horse"}')
 
     def setUp(self):
         self.models.forget()
@@ -86,12 +85,11 @@ class Suite(unittest.TestCase):
             row = {**row, "audio": silence(*row["silence"])}
         members = {name: row.get(name, default) for name, default in DEFAULTS.items() if row.get(name, default)}
         body = row.get("body", json.dumps(members))
-        status, answer = ask(self.function, row.get("method", "POST"), self.headers(row), body and body.encode())
-        return [status, json.loads(answer)]
+        return ask(self.function, row.get("method", "POST"), self.headers(row), body and body.encode())
 
-    def asked(self):
-        """What the model was asked last."""
-        return json.loads(ask(f"{self.models.url}/control/body")[1])
+    def asked(self, service):
+        """The body of what a service was asked last."""
+        return ask(f"{service.url}/control/body")[1]
 
 
 class Translate(Suite):
@@ -113,12 +111,59 @@ class Translate(Suite):
                 request, = self.models.requests()
                 self.assertEqual(request["headers"]["authorization"], "Bearer sk-owner")
                 self.assertNotIn("apikey", request["headers"])
-                asked = self.asked()
+                asked = self.asked(self.models)
                 if "silence" in row:
                     self.assertEqual(asked["max_tokens"], row["max_tokens"])
                 else:
                     expected = json.dumps(TABLE["asked"]).replace("German", row.get("language", "German"))
                     self.assertEqual(asked, json.loads(expected))
+
+
+class MockServer(Suite):
+    """What else it answers, as documented for the hosted project."""
+
+    def test_strangers(self):
+        uncontrolled = self.enterContext(desk.Process(MOCK_SERVER, "--port", "0")).process.stdout.readline().strip()
+        for status, server, path, header in (
+                (421, self.project.url, "auth/v1/user", {"Host": "mock-server.example"}),
+                (401, self.project.url, "auth/v1/signup", {"apikey": "eyJ"}),
+                # What a browser lets any web page send.
+                (415, self.project.url, "control/replies", {"Content-Type": "text/plain"}),
+                (404, uncontrolled, "control/replies", {})):
+            self.assertEqual(ask(f"{server}/{path}", "POST", self.headers({"headers": header}), b"[]")[0], status)
+
+    def test_accounts(self):
+        def post(path, **body):
+            return ask(f"{server.url}/auth/v1/{path}", "POST", self.headers(), json.dumps(body).encode())
+
+        def user(token):
+            return ask(f"{server.url}/auth/v1/user", headers=self.headers({"token": token}))
+
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()), "deep/data")
+        server = self.enterContext(desk.Backend(MOCK_SERVER, 0, "--data", folder))
+        account = {"email": "e@example.org", "password": "correct horse"}
+        _, session = post("signup", **account)
+        refresh = {"refresh_token": session["refresh_token"]}
+        _, session = post("token?grant_type=refresh_token", **refresh)
+        self.assertEqual(user(session["access_token"]), [200, session["user"]])
+        for (status, answer), expected, code in (
+                (post("signup", **account), 422, "user_already_exists"),
+                (post("signup", email="f@example.org", password="short"), 422, "weak_password"),
+                (post("signup", email="nobody", password="correct horse"), 400, "validation_failed"),
+                (post("token?grant_type=password", **account | {"password": "wrong"}), 400, "invalid_credentials"),
+                (post("token?grant_type=refresh_token", **refresh), 400, "refresh_token_not_found"),
+                (user(session["access_token"] + "A"), 403, "bad_jwt")):
+            self.assertEqual((status, answer["code"], answer["error_code"]), (expected, expected, code))
+            self.assertTrue(answer["msg"])
+
+        # Kept without their secrets, and only for the user.
+        stored = folder / "accounts.json"
+        self.assertEqual([path.stat().st_mode & 0o777 for path in (folder, stored)], [0o700, 0o600])
+        for secret in account["password"], session["refresh_token"]:
+            self.assertNotIn(secret, stored.read_text())
+        server.stop()
+        server = self.enterContext(desk.Backend(MOCK_SERVER, 0, "--data", folder))
+        self.assertEqual(post("token?grant_type=password", **account)[1]["user"], session["user"])
 
 
 class Deployed(Suite):
@@ -150,14 +195,14 @@ class Deployed(Suite):
                 self.assertEqual(self.translate({}), row.get("answer", TABLE["unavailable"]))
                 self.assertEqual(self.project.requests()[-1]["path"], row["project"]["path"])
         self.assertEqual(len(self.models.requests()), 1)
-        self.assertEqual(self.asked()["provider"], {"data_collection": "allow"})
+        self.assertEqual(self.asked(self.models)["provider"], {"data_collection": "allow"})
 
         self.project.script({"path": "/rest/v1/rpc/count_speech", "body": False})
         self.translate({})
         request = self.project.requests()[-1]
         self.assertEqual((request["headers"]["apikey"], request["headers"]["authorization"]),
                          ("sb_secret", "Bearer sb_secret"))
-        self.assertEqual(json.loads(ask(f"{self.project.url}/control/body")[1]),
+        self.assertEqual(self.asked(self.project),
                          dict(zip(TABLE["counted"], (self.session["user"]["id"], 0.0005, 60))))
 
 
@@ -167,4 +212,4 @@ if __name__ == "__main__":
         sys.exit(77)
     if DENO:
         subprocess.run([DENO, "check", "--no-lock", f"{FUNCTION}/index.ts"], check=True)
-    desk.main("Translate", *["Deployed"] * bool(DENO))
+    desk.main("Translate", "Deployed" if DENO else "MockServer")
