@@ -1,26 +1,19 @@
 """The hosted project's daily limit, in a PostgreSQL of the test's own.
 
-usage: test_daily_limit.py MIGRATIONS-FOLDER
+usage: pg_virtualenv test_daily_limit.py MIGRATIONS-FOLDER
 """
 
 import json
-import os
 import pathlib
-import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "desktop"))
 import desk  # noqa: E402
 
 MIGRATIONS = sorted(pathlib.Path(sys.argv[1]).glob("*.sql"))
-PROGRAMS = max(pathlib.Path("/usr/lib/postgresql").glob("*/bin"))
 PARAMETERS = json.loads(pathlib.Path(__file__).with_name("translate.json").read_text())["counted"]
-IS_ROOT = os.geteuid() == 0
-# PostgreSQL does not run as root.
-AS_USER = ["setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups"] if IS_ROOT else []
 SOMEBODY, ANOTHER = "00000000-0000-0000-0000-000000000001", "00000000-0000-0000-0000-000000000002"
 # What a project has before its first migration: whatever is made in `public` belongs to everybody.
 PROJECT = f"""
@@ -37,55 +30,46 @@ def count(speaker, seconds):
     return f"select count_speech({', '.join(f'{name} => {value}' for name, value in values)});"
 
 
+def psql(role, *arguments):
+    return ["psql", "-XqAt", "-v", "ON_ERROR_STOP=1", "-c", f"set role {role}", *arguments]
+
+
+def run_as(role, *commands):
+    return subprocess.run(psql(role, *(f"-c{command}" for command in commands)), text=True, capture_output=True)
+
+
 class DailyLimit(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = cls.enterClassContext(tempfile.TemporaryDirectory())
-        if IS_ROOT:
-            shutil.chown(cls.folder, "postgres")
-        subprocess.run([*AS_USER, PROGRAMS / "initdb", "--no-sync", "--auth=trust", "--username=postgres",
-                        "--locale=C.UTF-8", f"{cls.folder}/data"], cwd=cls.folder, check=True, stdout=subprocess.PIPE)
-        cls.enterClassContext(desk.Process(
-            *AS_USER, PROGRAMS / "postgres", "-D", f"{cls.folder}/data", "-k", cls.folder, "-c", "listen_addresses=",
-            "-c", "fsync=off", log=f"{cls.folder}/log"))
-        desk.wait_for("the database", lambda: not subprocess.run([*cls.psql(), "-c", ""], capture_output=True).returncode)
         for script in (PROJECT, *(migration.read_text() for migration in MIGRATIONS)):
-            subprocess.run([*cls.psql(), "-f", "-"], input=script, text=True, check=True)
-
-    @classmethod
-    def psql(cls, role="postgres"):
-        return ["psql", "-XqAt", "-v", "ON_ERROR_STOP=1", "-h", cls.folder, "-U", "postgres", "-c", f"set role {role}"]
-
-    def run_as(self, role, *commands):
-        return subprocess.run([*self.psql(role), *(f"-c{command}" for command in commands)], text=True,
-                              capture_output=True)
+            subprocess.run(psql("none", "-f", "-"), input=script, text=True, check=True)
 
     def counts(self, *rows):
         for speaker, seconds, expected in rows:
-            self.assertEqual(self.run_as("service_role", count(speaker, seconds)).stdout, f"{expected}\n")
+            self.assertEqual(run_as("service_role", count(speaker, seconds)).stdout, f"{expected}\n")
 
     def setUp(self):
-        self.run_as("postgres", "truncate public.speech").check_returncode()
+        run_as("none", "truncate public.speech").check_returncode()
 
     def test_counts_up_to_the_limit_of_a_day(self):
         self.counts((SOMEBODY, 61, "f"), (SOMEBODY, 30, "t"), (SOMEBODY, 31, "f"), (SOMEBODY, 30, "t"), (SOMEBODY, 0.1, "f"),
                     (ANOTHER, -1, "f"), (ANOTHER, 60, "t"))
-        self.run_as("service_role", "update public.speech set day = day - 1").check_returncode()
+        run_as("service_role", "update public.speech set day = day - 1").check_returncode()
         self.counts((SOMEBODY, 59, "t"), (SOMEBODY, 1, "t"), (SOMEBODY, 1, "f"))
 
     def test_two_at_the_same_time(self):
         for before in ((), ((SOMEBODY, 10, "t"),)):
             self.setUp()
             self.counts(*before)
-            with subprocess.Popen([*self.psql("service_role"), "-f", "-"], text=True, stdin=subprocess.PIPE,
+            with subprocess.Popen(psql("service_role", "-f", "-"), text=True, stdin=subprocess.PIPE,
                                   stdout=subprocess.PIPE) as first:
                 first.stdin.write(f"begin; {count(SOMEBODY, 40)}\n")
                 first.stdin.flush()
                 self.assertEqual(first.stdout.readline(), "t\n")
-                with subprocess.Popen([*self.psql("service_role"), "-c", count(SOMEBODY, 40)], text=True,
+                with subprocess.Popen(psql("service_role", "-c", count(SOMEBODY, 40)), text=True,
                                       stdout=subprocess.PIPE) as second:
-                    desk.wait_for("the second to wait", lambda: self.run_as(
-                        "postgres", "select 1 from pg_stat_activity where wait_event_type = 'Lock'").stdout)
+                    desk.wait_for("the second to wait", lambda: run_as(
+                        "none", "select 1 from pg_stat_activity where wait_event_type = 'Lock'").stdout)
                     first.communicate("commit;\n")
                     self.assertEqual(second.stdout.read(), "f\n")
 
@@ -93,10 +77,10 @@ class DailyLimit(unittest.TestCase):
         self.counts((SOMEBODY, 60, "t"))
         for role in ("anon", "authenticated"):
             for what, command in (("function", count(SOMEBODY, 1)), ("table", "select from public.speech")):
-                self.assertIn(f"permission denied for {what}", self.run_as(role, command).stderr)
+                self.assertIn(f"permission denied for {what}", run_as(role, command).stderr)
             # Nor once somebody grants them all there is.
-            self.run_as("postgres", f"grant all on public.speech to {role}").check_returncode()
-            self.assertEqual(self.run_as(role, "update public.speech set seconds = 0 returning true").stdout, "")
+            run_as("none", f"grant all on public.speech to {role}").check_returncode()
+            self.assertEqual(run_as(role, "update public.speech set seconds = 0 returning true").stdout, "")
 
 
 desk.main()
