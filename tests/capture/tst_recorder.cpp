@@ -11,15 +11,12 @@
 #include <QTest>
 #include <QtEndian>
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <numeric>
 #include <thread>
 
 using namespace tavrik;
 using namespace Qt::StringLiterals;
-using tavrik::test::contentOf;
+using namespace tavrik::test;
 
 namespace {
 
@@ -67,21 +64,6 @@ struct FakeMicrophone final : Microphone {
     Result<void> outcome;
 };
 
-/// While this lives no file of the process grows beyond `size`: the kernel cuts writes short as on a full
-/// disk.
-struct SmallDisk {
-    explicit SmallDisk(rlim_t size) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        limit(size);
-    }
-    ~SmallDisk() { limit(RLIM_INFINITY); }
-
-    static void limit(rlim_t size) {
-        const rlimit limits{.rlim_cur = size, .rlim_max = RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &limits);
-    }
-};
-
 } // namespace
 
 class TestRecorder : public QObject {
@@ -95,10 +77,10 @@ private Q_SLOTS:
     void failedStartLeavesNothing() {
         Recorder nowhere(m_microphone, m_folder.filePath(u"missing"_s));
         QCOMPARE(startError(nowhere), u"No such file or directory"_s);
-        {
-            const SmallDisk noRoomForTheHeader(10);
-            QCOMPARE(startError(m_recorder), u"File too large"_s);
-        }
+        limitFileSizes(10); // no room for the header
+        const auto error = startError(m_recorder);
+        limitFileSizes(RLIM_INFINITY);
+        QCOMPARE(error, u"File too large"_s);
         m_microphone.isMissing = true;
         QCOMPARE(startError(m_recorder), u"No microphone was found."_s);
         m_microphone.isMissing = false;
@@ -139,11 +121,11 @@ private Q_SLOTS:
     void fullDiskKeepsWholeSamples() {
         for (const int room : {640, 701}) {
             QVERIFY(m_recorder.start());
-            std::optional<SmallDisk> disk(static_cast<rlim_t>(44 + room));
+            limitFileSizes(static_cast<rlim_t>(44 + room));
             for (int i = 0; i < 25; ++i)
                 m_microphone.deliver(ramp(320));
             const auto take = m_recorder.stop().value_or(AbstractRecorder::Take{});
-            disk.reset();
+            limitFileSizes(RLIM_INFINITY);
             QCOMPARE(take.duration, 0.5);
             QCOMPARE(take.interruption, u"File too large."_s);
             const auto wav = contentOf(take.file);

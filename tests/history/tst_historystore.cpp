@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
@@ -17,12 +16,10 @@
 #include <linux/seccomp.h>
 #include <sys/file.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <algorithm>
-#include <csignal>
 #include <ctime>
 #include <string_view>
 #include <thread>
@@ -88,38 +85,29 @@ private Q_SLOTS:
             records[copy].id = records[0].id;
         write(records);
         HistoryStore store(m_folder);
-        QSignalSpy removed(&store, &HistoryStore::removed);
         store.remove(records[0].id);
-        QCOMPARE(removed.size(), 3);
-        QCOMPARE(removed.first(), (QVariantList{qsizetype{6}, qsizetype{7}}));
         store.insertFirst(dictation("two words"));
         QCOMPARE(store.totalWords(), 5);
         QCOMPARE(store.items(), (QList{store.items().at(0), records[1], records[4], records[5]}));
     }
 
-    // Where the file really is, if a symbolic link leads to it.
     void keepsAsideWhatItCannotDecode() {
-        const QTemporaryDir synced;
-        const auto target = synced.filePath("history.json");
-        QVERIFY(QDir().mkpath(m_folder) && QFile::link(target, m_file));
+        QVERIFY(QDir().mkpath(m_folder));
         // One after the other, most likely within one second: none must take the other's name.
         const QByteArrayList broken{encodeHistory(numberedRecords(200)).replace("\"150\"", "150"), ""};
         for (const auto& content : broken) {
-            QVERIFY(writeFile(target, content));
+            QVERIFY(writeFile(m_file, content));
             HistoryStore store(m_folder);
             QCOMPARE(store.items().size(), 0);
-            QCOMPARE(contentOf(target), content);
+            QCOMPARE(contentOf(m_file), content);
             store.insertFirst(dictation("new"));
-            QTRY_COMPARE(contentOf(target), encodeHistory(store.items()));
+            store.waitUntilSaved();
+            QCOMPARE(contentOf(m_file), encodeHistory(store.items()));
         }
-        const QDir::SortFlags largestFirst(QDir::Size);
-        const auto aside =
-            QDir(synced.path()).entryList({"history (unreadable *"}, QDir::Files, largestFirst);
-        QCOMPARE(aside.size(), 2);
-        for (int i = 0; i < 2; ++i) {
-            QCOMPARE(contentOf(synced.filePath(aside[i])), broken[i]);
-            QCOMPARE(modeOf(synced.filePath(aside[i])), mode_t{0600});
-        }
+        QByteArrayList aside;
+        for (const auto& name : othersIn(m_folder).filter("history (unreadable "))
+            aside << contentOf(m_folder + '/' + name);
+        QVERIFY(aside.size() == 2 && aside.contains(broken[0]) && aside.contains(broken[1]));
     }
 
     void keepsAsideWhatSomebodyElseWrote() {
@@ -156,25 +144,18 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(m_file).isDir() && store.saveError());
     }
 
-    // A limit on the size of files stands for the full disk: root can fill neither quota nor reserve
-    // reliably.
     void leavesTheOldFileWhenTheDiskIsFull() {
         const auto records = numberedRecords(10);
         write(records);
-        rlimit before{};
-        ::getrlimit(RLIMIT_FSIZE, &before);
-        const auto unlimited = qScopeGuard([&before] { ::setrlimit(RLIMIT_FSIZE, &before); });
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit tight{rlim_t{300} * 1024, before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &tight);
+        limitFileSizes(rlim_t{300} * 1024);
         HistoryStore store(m_folder);
         store.insertFirst(dictation(QByteArray(qsizetype{400} * 1024, 'x')));
         store.waitUntilSaved();
+        limitFileSizes(RLIM_INFINITY);
         QCOMPARE(contentOf(m_file), encodeHistory(records));
         QVERIFY(othersIn(m_folder).isEmpty());
         QCOMPARE(store.saveError().value_or(Error{}).description, "File too large");
         // The next change writes all.
-        ::setrlimit(RLIMIT_FSIZE, &before);
         store.insertFirst(dictation("two"));
         store.waitUntilSaved();
         QCOMPARE(contentOf(m_file), encodeHistory(store.items()));
