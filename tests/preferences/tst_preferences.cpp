@@ -8,35 +8,18 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
+#include <sys/wait.h>
+
 #include <chrono>
-#include <cstdio>
+#include <csignal>
 
 using namespace tavrik;
 using namespace tavrik::test;
 using namespace std::chrono_literals;
-
-namespace {
-
-/// What another process does: stores the numbers below `count` under keys that begin with the prefix.
-bool writeNumbers(const QString& path, const QString& prefix, int count) {
-    JsonPreferenceStore store(path);
-    std::puts("ready");
-    std::fflush(stdout);
-    for (int i = 0; i < count; ++i) {
-        if (!store.setValue(prefix + QString::number(i), i))
-            return false;
-        // No user writes without a pause, in which the other one gets a chance.
-        QThread::msleep(1);
-    }
-    return true;
-}
-
-} // namespace
 
 /// The file, its typed readers, and the command.
 class PreferencesTest : public QObject {
@@ -113,24 +96,31 @@ private Q_SLOTS:
             const auto aside = QDir(m_temporary->path()).entryList({"preferences (unreadable *).json"});
             QCOMPARE(aside.size(), 1);
             QCOMPARE(contentOf(m_temporary->filePath(aside.first())), content);
+            QCOMPARE(modeOf(m_temporary->filePath(aside.first())), mode_t{0600});
         }
     }
 
     void sharesTheFileWithOtherProcesses() {
-        const auto program = QCoreApplication::applicationFilePath();
-        QProcess first;
-        first.start(program, {"write", m_path, "first", "100"});
+        const auto startWriter = [this](const QString& prefix, int count) {
+            const pid_t writer = ::fork();
+            if (writer != 0)
+                return writer;
+            JsonPreferenceStore store(m_path);
+            // No user writes without a pause, in which the other one gets a chance.
+            for (int i = 0; i < count && store.setValue(prefix + QString::number(i), i); ++i)
+                QThread::msleep(1);
+            ::_exit(0);
+        };
+        const pid_t first = startWriter("first", 100);
         JsonPreferenceStore store(m_path);
         for (int kill = 0; kill < 20; ++kill) {
-            QProcess killed;
-            killed.start(program, {"write", m_path, "killed", "1000000"});
-            QVERIFY(killed.waitForReadyRead());
-            QTest::qSleep(kill / 2);
-            killed.kill();
-            QVERIFY(killed.waitForFinished());
+            const pid_t killed = startWriter("killed", 1'000'000);
+            QTest::qSleep(5 + kill / 2);
+            ::kill(killed, SIGKILL);
+            QCOMPARE(::waitpid(killed, nullptr, 0), killed);
             QVERIFY(store.setValue("own", kill));
         }
-        QVERIFY(first.waitForFinished() && first.exitCode() == 0);
+        QCOMPARE(::waitpid(first, nullptr, 0), first);
         QCOMPARE(store.keys().filter("first").size(), 100);
         QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden),
                  (QStringList{".preferences.lock", "preferences.json"}));
@@ -233,12 +223,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char* argv[]) {
-    const QCoreApplication application(argc, argv);
-    if (const auto arguments = QCoreApplication::arguments(); arguments.value(1) == "write")
-        return writeNumbers(arguments[2], arguments[3], arguments[4].toInt()) ? 0 : 1;
-    PreferencesTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(PreferencesTest)
 #include "tst_preferences.moc"
