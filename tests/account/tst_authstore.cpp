@@ -95,10 +95,8 @@ class AuthStoreTest : public QObject {
 
 private Q_SLOTS:
     void storedForm() {
-        const auto expected = *AuthSession::fromJson(storedJson);
-        QCOMPARE(expected.toJson(), storedJson);
         // The reference date is 2001-01-01.
-        QVERIFY(expected ==
+        QVERIFY(AuthSession::fromJson(storedJson) ==
                 AuthSession(u"access"_s, u"r"_s, AuthSession::Time(1778307200.5s), u"ر@example.org"_s));
         const auto object = QJsonDocument::fromJson(storedJson).object();
         for (const auto& member : object.keys()) {
@@ -106,8 +104,6 @@ private Q_SLOTS:
             changed.insert(member, true);
             QVERIFY2(!AuthSession::fromJson(QJsonDocument(changed).toJson()), qPrintable(member));
         }
-        QVERIFY(expected.isFresh(expected.expiresAt - AuthSession::Seconds(60.5)));
-        QVERIFY(!expected.isFresh(expected.expiresAt - AuthSession::Seconds(60)));
     }
 
     void signInsAndSignUps() {
@@ -174,8 +170,8 @@ private Q_SLOTS:
     void refreshes() {
         for (const auto& [members, lifetime, email] :
              {std::tuple(R"("expires_in":"7200","user":{"email":1})"_ba, 3600.0, u"old@example.org"_s),
-              {R"("expires_in":500.5,"user":{"email":"é@example.org"})", 500.5, u"é@example.org"_s}}) {
-            Fixture fixture(session(30));
+              {R"("expires_in":65.5,"user":{"email":"é@example.org"})", 65.5, u"é@example.org"_s}}) {
+            Fixture fixture(session(60));
             fixture.script(200, tokens("new", members));
             for (int round = 0; round < 2; ++round) {
                 fixture.store.withValidAccessToken(fixture.note());
@@ -219,27 +215,21 @@ private Q_SLOTS:
     }
 
     void theStoredSession() {
-        Fixture fixture(session(3600), false);
-        fixture.store.whenSessionLoaded(fixture.look());
-        fixture.settle();
-        QVERIFY(fixture.outcomes.isEmpty());
-        fixture.slot.finishReading();
-        fixture.settle();
-        fixture.store.whenSessionLoaded(fixture.look());
-        QCOMPARE(fixture.outcome(), u"access old|access old"_s);
-        QCOMPARE(fixture.slot.writes, 0);
-    }
-
-    void aSlowSlot() {
-        for (const bool signsOut : {false, true}) {
+        enum { prompt, slow, overtaken };
+        for (const auto reading : {prompt, slow, overtaken}) {
             Fixture fixture(session(3600), false);
             fixture.store.whenSessionLoaded(fixture.look());
-            if (signsOut)
+            fixture.settle();
+            QVERIFY(fixture.outcomes.isEmpty());
+            if (reading == prompt)
+                fixture.slot.finishReading();
+            else if (reading == overtaken)
                 fixture.store.signOut();
-            QCOMPARE(fixture.outcome(), u"nobody"_s);
-            QCOMPARE(fixture.slot.reading == nullptr, signsOut);
+            QCOMPARE(fixture.outcome(), reading == prompt ? u"access old"_s : u"nobody"_s);
+            QCOMPARE(bool(fixture.slot.reading), reading == slow);
             fixture.slot.finishReading();
-            QCOMPARE(fixture.published(), signsOut ? u"nobody"_s : u"access old"_s);
+            QCOMPARE(fixture.published(), reading == overtaken ? u"nobody"_s : u"access old"_s);
+            QCOMPARE(fixture.slot.writes, reading == overtaken ? 1 : 0);
         }
     }
 
