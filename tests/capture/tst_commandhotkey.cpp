@@ -13,23 +13,20 @@ class CommandHotKeyTest : public QObject {
 private Q_SLOTS:
     void holds_data() {
         QTest::addColumn<QString>("marks");
-        const auto row = [](const char* commands, const char* marks) {
-            QTest::newRow(commands) << marks;
-        };
-        row("p0 r1 p20 r70", "[ ] [ ]");
-        row("p0 p600 p640 p680 r700 p900 r5000", "[ ] [ ]");
+        QTest::newRow("p0 r1 p20 r70") << "[ ] [ ]";
+        QTest::newRow("p0 p600 p640 p680 r700 p900 r5000") << "[ ] [ ]";
         // The release is lost.
-        row("p0 p5000 p8000", "[ ] [");
-        row("p0 p600 p640 p1400 p2200 p2201", "[ ]");
-        row("t0 t600 t1300 t2100 t2800 t3600", "( ] (");
+        QTest::newRow("p0 p5000 p8000") << "[ ] [";
+        QTest::newRow("p0 p600 p640 p1400 p2200 p2201") << "[ ]";
+        QTest::newRow("t0 t600 t1300 t2100 t2800 t3600") << "( ] (";
         // Ended by hand.
-        row("p0 p600 end p640 r700 p900", "[ ] ] [");
-        row("t0 end t5000", "( ] (");
-        row("p0 p3 end p5000", "[ ] [");
+        QTest::newRow("p0 p600 end p640 r700 p900") << "[ ] ] [";
+        QTest::newRow("t0 end t5000") << "( ] (";
+        QTest::newRow("p0 p3 end p5000") << "[ ] [";
         // Overtaken on the way here.
-        row("r10 p3", "]");
-        row("p0 p600 r641 p640 p680 p800", "[ ] [");
-        row("p0 p640 p600 p1430 r2000", "[ ]");
+        QTest::newRow("r10 p3") << "]";
+        QTest::newRow("p0 p600 r641 p640 p680 p800") << "[ ] [";
+        QTest::newRow("p0 p640 p600 p1430 r2000") << "[ ]";
     }
 
     void holds() {

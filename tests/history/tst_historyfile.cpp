@@ -2,8 +2,6 @@
 #include "history/HistoryTestData.h"
 #include "history/WordCount.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QTest>
 #include <QTimeZone>
 
@@ -54,9 +52,6 @@ private Q_SLOTS:
                                  QByteArray("äbc\"\t").repeated(200'000)}) {
             const QList records{record(text), record("after")};
             QCOMPARE(decodeHistory(encodeHistory(records)), records);
-            // Another JSON reader agrees.
-            const auto first = QJsonDocument::fromJson(encodeHistory(records)).array().at(0);
-            QCOMPARE(first["text"].toString().toUtf8(), text);
         }
     }
 
@@ -76,31 +71,27 @@ private Q_SLOTS:
     }
 
     void oneBadRecordSpoilsAll() {
-        struct Row {
-            QByteArray part;
-            QByteArray replacement;
-            /// Null if the record is bad.
-            QByteArray text = {};
-        };
-        const Row rows[]{{"1B4E28BA-2FA1", "1b4e28ba-2fa1", "b"},
-                         {R"("text")", R"("te\u0078t")", "b"},
-                         {R"("date")", R"("text":"a","date")", "b"},
-                         {R"("text")", R"("x":{"date":[1,"2",null,{"a":{}}],"y":true},"":"","text")", "b"},
-                         {R"(:"b")", " : \"\\ud83d\\uDE00\\u0001\\/\\\"\" ", "😀\u0001/\""},
-                         {R"("date":"2025-03-01T14:05:09Z",)", ""},
-                         {R"(,"text":"b")", ""},
-                         {"09Z", "09Zx"},
-                         {"03-01", "02-29"},
-                         {"05:09", "05:60"},
-                         {"03-01T14", "-3-01T-4"},
-                         {"427", "42"},
-                         {"427", "42G"},
-                         {R"("b")", "null"},
-                         {R"("b")", R"("\x")"},
-                         {R"("b")", "\"\n\""},
-                         {R"("b")", "\"\xc0\xaf\""},
-                         {R"("text")", R"("x":[{"y":[1,-]}],"text")"},
-                         {R"("text")", R"("x":"y":[1],"text")"}};
+        // Part of a good record, its replacement, and the text then read; none if the record is bad.
+        const std::tuple<QByteArray, QByteArray, QByteArray> rows[]{
+            {"1B4E28BA-2FA1", "1b4e28ba-2fa1", "b"},
+            {R"("text")", R"("te\u0078t")", "b"},
+            {R"("date")", R"("text":"a","date")", "b"},
+            {R"("text")", R"("x":{"date":[1,"2",null,{"a":{}}],"y":true},"":"","text")", "b"},
+            {R"(:"b")", " : \"\\ud83d\\uDE00\\u0001\\/\\\"\" ", "😀\u0001/\""},
+            {R"("date":"2025-03-01T14:05:09Z",)", "", {}},
+            {R"(,"text":"b")", "", {}},
+            {"09Z", "09Zx", {}},
+            {"03-01", "02-29", {}},
+            {"05:09", "05:60", {}},
+            {"03-01T14", "-3-01T-4", {}},
+            {"427", "42", {}},
+            {"427", "42G", {}},
+            {R"("b")", "null", {}},
+            {R"("b")", R"("\x")", {}},
+            {R"("b")", "\"\n\"", {}},
+            {R"("b")", "\"\xc0\xaf\"", {}},
+            {R"("text")", R"("x":[{"y":[1,-]}],"text")", {}},
+            {R"("text")", R"("x":"y":[1],"text")", {}}};
         const QByteArray good =
             R"("date":"2025-03-01T14:05:09Z","duration":2.5,"id":"1B4E28BA-2FA1-11D2-883F-0016D3CCA427","text":"b")";
         for (const auto& [part, replacement, text] : rows) {
