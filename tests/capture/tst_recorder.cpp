@@ -121,7 +121,7 @@ private Q_SLOTS:
     void fullDiskKeepsWholeSamples() {
         for (const int room : {640, 701}) {
             QVERIFY(m_recorder.start());
-            limitFileSizes(static_cast<rlim_t>(44 + room));
+            limitFileSizes(44 + static_cast<rlim_t>(room));
             for (int i = 0; i < 25; ++i)
                 m_microphone.deliver(ramp(320));
             const auto take = m_recorder.stop().value_or(AbstractRecorder::Take{});

@@ -150,7 +150,7 @@ class MockServer(Suite):
                 (post("signup", **account), 422, "user_already_exists"),
                 (post("signup", email="f@example.org", password="short"), 422, "weak_password"),
                 (post("signup", email="nobody", password="correct horse"), 400, "validation_failed"),
-                (post("token?grant_type=password", **account | {"password": "wrong"}), 400, "invalid_credentials"),
+                (post("token?grant_type=password", **account | {"password": "wrong horse"}), 400, "invalid_credentials"),
                 (post("token?grant_type=refresh_token", **refresh), 400, "refresh_token_not_found"),
                 (user(session["access_token"] + "A"), 403, "bad_jwt")):
             self.assertEqual((status, answer["code"], answer["error_code"]), (expected, expected, code))
