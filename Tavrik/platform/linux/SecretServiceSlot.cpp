@@ -6,7 +6,6 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusError>
-#include <QDBusPendingReply>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -152,6 +151,13 @@ void SecretServiceSlot::finish() {
     startNext();
 }
 
+/// Ends a request that cannot be carried out.
+void SecretServiceSlot::giveUp() {
+    if (m_requests.front().action == Action::read)
+        deliver(std::nullopt);
+    finish();
+}
+
 void SecretServiceSlot::deliver(const std::optional<QByteArray>& secret) {
     m_queue.post([completion = std::weak_ptr(m_completion), secret] {
         if (const auto wanted = completion.lock())
@@ -184,7 +190,7 @@ void SecretServiceSlot::setHealth(Health health) {
         QMetaObject::invokeMethod(this, &Service::statusChanged, Qt::QueuedConnection);
 }
 
-/// Secrets travel in plain: whoever can listen on the user's own bus can also ask the keyring.
+/// Secrets are not encrypted in transit: whoever can listen on the user's own bus can also ask the keyring.
 void SecretServiceSlot::openSession() {
     m_service.call(serviceCall(u"OpenSession"_s, {u"plain"_s, QVariant::fromValue(QDBusVariant(u""_s))}),
                    [this](const QDBusPendingReply<QDBusVariant, QDBusObjectPath>& reply) {
@@ -192,9 +198,7 @@ void SecretServiceSlot::openSession() {
                            m_session = reply.argumentAt<1>().path();
                            return perform();
                        }
-                       if (m_requests.front().action == Action::read)
-                           deliver(std::nullopt);
-                       finish();
+                       giveUp();
                    });
 }
 
@@ -203,9 +207,7 @@ void SecretServiceSlot::search(std::function<void(const Items&, const Items&)> f
                    [this, found = std::move(found)](const QDBusPendingReply<Items, Items>& reply) {
                        if (!failed(reply.error()))
                            return found(reply.argumentAt<0>(), reply.argumentAt<1>());
-                       if (m_requests.front().action == Action::read)
-                           deliver(std::nullopt);
-                       finish();
+                       giveUp();
                    });
 }
 
@@ -232,7 +234,7 @@ void SecretServiceSlot::readSecret(const QDBusObjectPath& item) {
 void SecretServiceSlot::removeItems() {
     search([this](const Items& unlocked, const Items& locked) {
         if (!unlocked.isEmpty()) {
-            // A service that still has what it said to have deleted is not asked for ever.
+            // Some services keep what they claim to have deleted: do not ask them forever.
             if (m_deleted.contains(unlocked.first()))
                 return finish();
             return removeItem(unlocked.first(), [this] { removeItems(); });
@@ -277,20 +279,10 @@ void SecretServiceSlot::saveItem() {
 
 void SecretServiceSlot::createCollection() {
     const QVariantMap properties{{collectionInterface + u".Label"_s, u"Default keyring"_s}};
-    m_service.call(serviceCall(u"CreateCollection"_s, {properties, u"default"_s}),
-                   [this](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
-                       if (failed(reply.error()))
-                           return finish();
-                       if (!isNull(reply.argumentAt<0>()))
-                           return createItem(reply.argumentAt<0>());
-                       m_service.prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
-                           const auto collection = result.value_or(QVariant()).value<QDBusObjectPath>();
-                           if (isNull(collection))
-                               finish();
-                           else
-                               createItem(collection);
-                       });
-                   });
+    m_service.call(
+        serviceCall(u"CreateCollection"_s, {properties, u"default"_s}), [this](const Creation& reply) {
+            finishCreation(reply, [this](const QDBusObjectPath& collection) { createItem(collection); });
+        });
 }
 
 void SecretServiceSlot::createItem(const QDBusObjectPath& collection) {
@@ -298,21 +290,27 @@ void SecretServiceSlot::createItem(const QDBusObjectPath& collection) {
     constexpr bool replace = true;
     m_service.call(
         collectionCall(collection, u"CreateItem"_s, {itemProperties(), QVariant::fromValue(secret), replace}),
-        [this, collection](const QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>& reply) {
+        [this, collection](const Creation& reply) {
             if (reply.error().name() == isLockedError)
                 return unlock(collection);
-            if (failed(reply.error()))
-                return finish();
-            if (!isNull(reply.argumentAt<0>()))
-                return itemSaved(reply.argumentAt<0>());
-            m_service.prompt(reply.argumentAt<1>(), [this](const std::optional<QVariant>& result) {
-                const auto item = result.value_or(QVariant()).value<QDBusObjectPath>();
-                if (isNull(item))
-                    finish();
-                else
-                    itemSaved(item);
-            });
+            finishCreation(reply, [this](const QDBusObjectPath& item) { itemSaved(item); });
         });
+}
+
+/// The object exists already, or once the user has answered a prompt.
+void SecretServiceSlot::finishCreation(const Creation& reply,
+                                       const std::function<void(const QDBusObjectPath&)>& created) {
+    if (failed(reply.error()))
+        return finish();
+    if (!isNull(reply.argumentAt<0>()))
+        return created(reply.argumentAt<0>());
+    m_service.prompt(reply.argumentAt<1>(), [this, created](const std::optional<QVariant>& result) {
+        const auto object = result.value_or(QVariant()).value<QDBusObjectPath>();
+        if (isNull(object))
+            finish();
+        else
+            created(object);
+    });
 }
 
 void SecretServiceSlot::itemSaved(const QDBusObjectPath& item) {
@@ -340,9 +338,7 @@ void SecretServiceSlot::nothingFound() {
                    [this](const QDBusPendingReply<QDBusVariant>& reply) {
                        if (!failed(reply.error()))
                            return lookForLocked(paths(reply.value()));
-                       if (m_requests.front().action == Action::read)
-                           deliver(std::nullopt);
-                       finish();
+                       giveUp();
                    });
 }
 

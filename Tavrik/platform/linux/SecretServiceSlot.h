@@ -6,6 +6,7 @@
 #include "platform/linux/SecretServiceMessages.h"
 
 #include <QDBusConnection>
+#include <QDBusPendingReply>
 
 #include <deque>
 #include <functional>
@@ -55,14 +56,17 @@ private:
     };
 
     using Items = secretservice::Items;
+    /// The path of what was created, or that of a prompt that has to be shown first.
+    using Creation = QDBusPendingReply<QDBusObjectPath, QDBusObjectPath>;
 
     void enqueueWrite(Request request);
     void startNext();
     void perform();
     void finish();
+    void giveUp();
     void deliver(const std::optional<QByteArray>& secret);
 
-    /// Takes note of an error. False if there is none.
+    /// Updates the status. False if there is no error.
     bool failed(const QDBusError& error);
     void setHealth(Health health);
 
@@ -75,6 +79,7 @@ private:
     void saveItem();
     void createCollection();
     void createItem(const QDBusObjectPath& collection);
+    void finishCreation(const Creation& reply, const std::function<void(const QDBusObjectPath&)>& created);
     void itemSaved(const QDBusObjectPath& item);
     void removeOthers(const QDBusObjectPath& saved);
 
