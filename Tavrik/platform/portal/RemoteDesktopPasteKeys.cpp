@@ -22,15 +22,15 @@ namespace {
 
 constexpr uint firstVersionThatRemembers = 2;
 
-// A paste takes some 20 ms. One that takes so much longer may be about to show a dialog.
+// A paste takes some 20 ms. One that takes this long may be about to show a dialog.
 constexpr auto patience = 1s;
-// Of one that has to be started first, having crashed.
+// For a portal that has ended and must be started first.
 constexpr auto patienceWithStart = 5s;
 
 const auto beingAsked = u"The desktop is asking whether Tavrik may paste."_s;
 
-// By their codes, since a keysym is only found if the active layout has it: "v" is not in a Persian one.
-// Shift and Insert are where they are in every layout, and paste in terminals too.
+// Key codes, since a keysym is only found if the active layout has it: a Persian one has no "v". Shift and
+// Insert are in the same place in every layout, and paste in terminals too.
 constexpr std::array pasteKeys{
     RemoteDesktopSession::KeyEvent{KEY_LEFTSHIFT, true},
     RemoteDesktopSession::KeyEvent{KEY_INSERT, true},
@@ -49,6 +49,7 @@ RemoteDesktopPasteKeys::RemoteDesktopPasteKeys(PortalConnection& portal, PortalG
             [this] { breakOffPaste(Error{u"The desktop did not paste in time."_s}); });
     const auto mustStart = [this] {
         m_mustStart = true;
+        m_modifiers.portalVanished();
     };
     connect(&portal, &PortalConnection::vanished, this, mustStart);
     connect(&portal, &PortalConnection::implementationVanished, this, mustStart);
@@ -163,7 +164,12 @@ void RemoteDesktopPasteKeys::sendPaste(Completion<void> completion) {
         return;
     m_offerSelection();
     m_session = std::make_unique<RemoteDesktopSession>(m_portal, this);
-    m_modifiers.whenUp(*m_session, [this] { openSession(); });
+    m_modifiers.whenUp(*m_session, [this](bool areUp) {
+        if (areUp)
+            openSession();
+        else
+            endPaste(std::unexpected(Error{u"The keys of the shortcut were not let go."_s}));
+    });
 }
 
 void RemoteDesktopPasteKeys::openSession() {
@@ -188,7 +194,7 @@ void RemoteDesktopPasteKeys::opened(const Result<RemoteDesktopSession::Opening>&
     m_session->send(pasteKeys, [this](const Result<void>& outcome) { endPaste(outcome); });
 }
 
-/// With calls of the session still out.
+/// Ends a paste while calls of its session are pending.
 void RemoteDesktopPasteKeys::breakOffPaste(const Error& reason) {
     m_session.reset();
     endPaste(std::unexpected(reason));
@@ -196,7 +202,7 @@ void RemoteDesktopPasteKeys::breakOffPaste(const Error& reason) {
 
 void RemoteDesktopPasteKeys::endPaste(const Result<void>& outcome) {
     m_bound.stop();
-    // Perhaps within the last of its own calls.
+    // This may be a callback of the session itself.
     if (m_session)
         m_session.release()->deleteLater();
     for (const auto& completion : std::exchange(m_pasting, {}))

@@ -16,11 +16,11 @@ class PortalConnection;
 class PortalGrants;
 
 /// Pastes through the RemoteDesktop portal. The user allows it once, in a dialog of the desktop; the token
-/// that the desktop gives then opens a session for each paste without one. No session stays open, since the
-/// desktop shows as long that somebody controls the computer.
+/// that the desktop gives then opens a session for each paste without one. No session stays open, since
+/// while one is the desktop shows that somebody controls the computer.
 ///
-/// Modifiers that the user holds are neither seen nor lifted through this portal, and with one of them down
-/// nothing is pasted: it waits until those of the shortcut seem to be up.
+/// This portal neither reports nor lifts modifiers that the user holds, and with one of them down nothing is
+/// pasted: a paste waits until those of the shortcut seem to be up.
 class RemoteDesktopPasteKeys final : public PasteKeys {
     Q_OBJECT
 
@@ -61,9 +61,9 @@ private:
     bool m_isAsking = false;
     bool m_isAskedByUser = false;
     std::vector<std::function<void()>> m_answered;
-    /// Of the dialog, or of a paste: never both.
+    /// That of the dialog or of a paste: never both.
     std::unique_ptr<RemoteDesktopSession> m_session;
-    /// Those that the next keys will serve.
+    /// The pastes that wait for the keys; they are sent once for all.
     std::vector<Completion<void>> m_pasting;
     QTimer m_bound;
 };

@@ -17,7 +17,7 @@ class RemoteDesktopSession final : public QObject {
     Q_OBJECT
 
 public:
-    /// How an opening ended that the desktop has decided about.
+    /// The desktop's decision on opening a session.
     struct Opening {
         bool allowed = false;
         /// Opens the next session without a question; empty if the desktop gives none.
