@@ -76,8 +76,8 @@ protected:
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
-    /// Short, because the manager sends it together with the headers, and a server reads a TLS record only
-    /// when it is complete: a full one takes an idle connection more than one round trip.
+    /// Short: the manager sends it together with the headers, and a server cannot read a TLS record before it
+    /// is complete. A full one takes an idle connection more than one round trip.
     static constexpr qint64 firstPiece = 64;
 
     const QByteArray m_bytes;
@@ -252,7 +252,7 @@ public:
     }
 
     bool exceeds(std::chrono::milliseconds bound) const {
-        // The one stands still during sleep, the other can be set back.
+        // The monotonic clock stops during sleep; the wall clock can be set back.
         return !m_awake.isValid() || m_awake.hasExpired(bound.count()) ||
                m_wall.msecsTo(QDateTime::currentDateTimeUtc()) > bound.count();
     }
@@ -268,10 +268,10 @@ bool isHeaderValue(const QByteArray& value) {
     return std::ranges::none_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
 
-/// What lives on the client's thread.
+/// The part of the client that lives on its thread.
 class HttpClient::Network : public QObject {
 public:
-    /// What other threads want of this one.
+    /// Work that other threads have for this one.
     MainQueue jobs{this};
 
     Network(MainQueue& queue, std::chrono::milliseconds maximumIdle)
@@ -287,7 +287,7 @@ public:
     void openConnection(const QUrl& url) {
         auto& manager = freshManager(m_maximumIdle / 3);
         if (url.scheme() == u"https") {
-            // With another list than the request's, the request would open another connection.
+            // The request has the same list; otherwise it would open another connection.
             auto configuration = QSslConfiguration::defaultConfiguration();
             configuration.setAllowedNextProtocols(
                 {QSslConfiguration::ALPNProtocolHTTP2, QSslConfiguration::NextProtocolHttp1_1});

@@ -72,7 +72,7 @@ private:
     class Network;
 
     MainQueue& m_queue;
-    /// Given up if a name server keeps it from ending.
+    /// Leaked if a name lookup keeps it from ending.
     std::unique_ptr<QThread> m_thread;
     Network* m_network;
 };

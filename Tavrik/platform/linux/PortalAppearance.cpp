@@ -108,7 +108,8 @@ void PortalAppearance::update() {
     const bool dark = wanted == Scheme::dark;
     if (!follows && isDark(QApplication::palette()) == dark)
         return;
-    // What the desktop's theme already is, it is better at; which that is, is only seen once it is in use.
+    // The desktop's own palette is preferred where it is light or dark as wanted, which shows only while it
+    // is in use.
     if (m_isOwnPalette)
         QApplication::setPalette(QPalette());
     m_isOwnPalette = !follows && isDark(QApplication::palette()) != dark;
@@ -123,13 +124,13 @@ bool PortalAppearance::eventFilter(QObject*, QEvent* event) {
     return false;
 }
 
-/// By now Qt has changed the tooltips' palette, too.
+/// Qt has changed the tooltips' palette by now, too.
 void PortalAppearance::desktopPaletteChanged() {
     if (m_isOwnPalette)
         QToolTip::setPalette(QApplication::palette());
     else
         m_desktopToolTips = QToolTip::palette();
-    // The portal tells by itself how the desktop looks.
+    // What the desktop wants comes from the portal.
     if (m_choice != AppearanceChoice::system)
         update();
 }

@@ -3,7 +3,8 @@ pragma Singleton
 import QtQuick
 
 // Colours, text sizes, radii and distances of every view. Light or dark follows the application's palette, and with it
-// the desktop and the user's choice. Sizes are device-independent pixels, durations milliseconds.
+// the desktop and the user's choice. Menus and alerts have the same colours: platform/linux/PortalAppearance.cpp lists
+// theirs. Sizes are device-independent pixels, durations milliseconds.
 QtObject {
     readonly property SystemPalette application: SystemPalette {}
     readonly property bool applicationIsDark: application.window.hslLightness < application.windowText.hslLightness
