@@ -3,6 +3,7 @@
 #include "platform/PanelHost.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QLibrary>
 
 #include <utility>
@@ -11,13 +12,24 @@ using namespace Qt::StringLiterals;
 
 namespace tavrik {
 
-LazyViews::LazyViews(AbstractViews::Dependencies dependencies) : m_dependencies(std::move(dependencies)) {}
+namespace {
+
+/// In UTC, as a local time would change with the time zone.
+QDateTime modificationTime(const QString& path) {
+    return QFileInfo(path).lastModified().toUTC();
+}
+
+} // namespace
+
+LazyViews::LazyViews(AbstractViews::Dependencies dependencies)
+    : m_dependencies(std::move(dependencies)),
+      m_path(QCoreApplication::applicationDirPath() + u'/' + QStringLiteral(TAVRIK_VIEWS_LIBRARY)),
+      m_modified(modificationTime(m_path)) {}
 
 LazyViews::~LazyViews() = default;
 
 ServiceStatus LazyViews::status() const {
-    return {u"Qt Quick"_s, !m_failed,
-            m_failed ? u"Tavrik was updated. Quit it and start it again."_s : QString()};
+    return {u"Qt Quick"_s, m_failure.isEmpty(), m_failure};
 }
 
 void LazyViews::setHint(const QString& hint) {
@@ -60,14 +72,24 @@ bool LazyViews::loadForPanel() {
 bool LazyViews::load() {
     if (m_views)
         return true;
-    QLibrary library(QCoreApplication::applicationDirPath() + u'/' + QStringLiteral(TAVRIK_VIEWS_LIBRARY));
+    const auto failure = tryToLoad();
+    if (std::exchange(m_failure, failure) != failure)
+        Q_EMIT statusChanged();
+    return m_failure.isEmpty();
+}
+
+/// Returns the reason of a failure.
+QString LazyViews::tryToLoad() {
+    if (modificationTime(m_path) != m_modified)
+        return u"Tavrik was updated. Quit it and start it again."_s;
+    QLibrary library(m_path);
     // Qt would unload it at exit, in the midst of cleaning up what it registered.
     library.setLoadHints(QLibrary::PreventUnloadHint);
-    if (const auto makeViews = reinterpret_cast<ViewsFactory>(library.resolve("tavrikViews")))
-        m_views.reset(makeViews(m_dependencies));
-    if (std::exchange(m_failed, !m_views) != m_failed)
-        Q_EMIT statusChanged();
-    return !m_failed;
+    const auto makeViews = reinterpret_cast<ViewsFactory>(library.resolve("tavrikViews"));
+    if (makeViews == nullptr)
+        return u"Tavrik cannot show its windows. Install it again. (%1)"_s.arg(library.errorString());
+    m_views.reset(makeViews(m_dependencies));
+    return {};
 }
 
 } // namespace tavrik

@@ -4,18 +4,21 @@
 #include "platform/Service.h"
 #include "ui/shell/AbstractViews.h"
 
+#include <QDateTime>
+#include <QString>
+
 #include <memory>
 
 namespace tavrik {
 
-/// The views, whose library is loaded when the first of them is to be shown. It is that of the program's own
-/// version: once the program was replaced on disk it is gone, and the status says so. Main thread only.
+/// The views, whose library is loaded when the first of them is to be shown. A library that was replaced or
+/// removed since the program started is not loaded, as it would not fit the rest. Main thread only.
 class LazyViews final : public Service, public AbstractRecordingHUD {
 public:
     explicit LazyViews(AbstractViews::Dependencies dependencies);
     ~LazyViews() override;
 
-    /// Of the library; works until it could not be loaded.
+    /// Works until the library could not be loaded; the reason then says why.
     ServiceStatus status() const override;
 
     void setHint(const QString& hint) override;
@@ -30,11 +33,15 @@ public:
 
 private:
     bool load();
+    QString tryToLoad();
     bool loadForPanel();
 
     AbstractViews::Dependencies m_dependencies;
+    const QString m_path;
+    /// When the program started; invalid if there was no such file.
+    const QDateTime m_modified;
     std::unique_ptr<AbstractViews> m_views;
-    bool m_failed = false;
+    QString m_failure;
 };
 
 } // namespace tavrik
