@@ -81,7 +81,6 @@ class Dictation(desk.Suite):
         alert = desk.wait_for("the end of the wait", self.tavrik.alerts, 90) and desk.Alert(self.tavrik)
         self.assertAlmostEqual(time.monotonic() - asked, 60, delta=5)
         self.assertEqual(self.dictations(), 1, "two dictations at once")
-        self.assertEqual(self.tavrik.takes(), [])
         alert.dismiss()
         self.dictate()
 
@@ -98,7 +97,6 @@ class Dictation(desk.Suite):
             desk.objects_of(self.tavrik), lambda item: item.get_name() == "The recording ended early"))
         self.assertTrue(self.tavrik.panel() and self.editor.has_focus())
         desk.wait_for("the panel to go", lambda: not self.tavrik.panel())
-        self.assertEqual(self.dictations(), 1)
         self.dictate()
 
     def test_views_that_cannot_be_loaded(self):

@@ -124,7 +124,6 @@ private Q_SLOTS:
             {{.ending = Ending::close}, false},
             {{.bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 999}, false},
             {{.reply = {500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500}, false},
-            {{.reply = {404}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500}, false},
             {{.ending = Ending::stall, .afterRequestBytes = 100'000}, true},
             {{.bodySize = ScriptedReply::endless, .chunked = true, .byteInterval = 10ms}, true}};
         // Larger than the sockets' buffers, so that the upload can be interrupted.
