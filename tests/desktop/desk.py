@@ -23,7 +23,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 SHORTCUT = ("Alt_L", "space")
-CHAT = "/api/v1/chat/completions"
+CHAT, TRANSLATE = "/api/v1/chat/completions", "/functions/v1/translate"
 JSON = {"Content-Type": "application/json"}
 # The panel's buttons, and how far above the lower edge of the status menu its items are.
 CANCEL, CONFIRM = "Cancel", "Finish and paste"
@@ -436,11 +436,7 @@ class Window:
         return find(self._showing(), lambda item: item.get_role() == Atspi.Role.HEADING and item.get_name() == name)
 
     def tab_to(self, name):
-        """The names of the stops on the way."""
-        stops = [self.tab()]
-        while stops[-1] != name and len(stops) < 40:
-            stops.append(self.tab())
-        return stops
+        wait_for(f"the focus on {name!r}", lambda: self.tab() == name)
 
     def middle(self, name, within=None):
         """Where it has come to rest on the screen."""

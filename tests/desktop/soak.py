@@ -13,7 +13,6 @@ import pathlib
 import random
 import re
 import signal
-import subprocess
 import sys
 import tempfile
 import time
@@ -23,13 +22,11 @@ import Xlib.ext.res
 
 import desk
 
-VDESK = pathlib.Path(__file__).with_name("vdesk")
 # How much more there may be at the end than once warmed up: room for what comes and goes (a tooltip has 7 X resources) or
 # is first needed late.
 LIMITS = {"kB private dirty": 2048, "descriptors": 3, "threads": 3, "X resources": 10}
 FILES = {"history.json", "preferences.json", ".preferences.lock"}
 HISTORY = pathlib.Path(os.environ["XDG_DATA_HOME"], "Tavrik", "history.json")
-TRANSLATE = "/functions/v1/translate"
 PROCESSING = 1.5  # seconds that a reply takes during which something else is to happen
 # A busy machine's sound server may miss the time that a recording has to start; more than this many in a hundred is a fault.
 REFUSED = 2
@@ -106,7 +103,7 @@ class Soak:
         assert (self.tavrik.process.wait(10), self.tavrik.takes()) == (0, []), "not ended in order"
 
     def asked(self):
-        return len(self.backend.requests(TRANSLATE))
+        return len(self.backend.requests(desk.TRANSLATE))
 
     def is_calm(self):
         return not self.tavrik.panel() and not self.tavrik.takes()
@@ -117,7 +114,7 @@ class Soak:
 
     def restart(self, process):
         self.happened[f"{process} restarts"] += 1
-        subprocess.run([VDESK, "restart", process], check=True)
+        desk.run("vdesk", "restart", process)
         if process == "03-pulse":
             self.sing()
 
@@ -186,7 +183,7 @@ class Soak:
             if finish == "signal":
                 self.end()
             else:
-                self.backend.script({"path": TRANSLATE, **self.script})
+                self.backend.script({"path": desk.TRANSLATE, **self.script})
             if finish == "check mark":
                 self.happened["finished by the check mark"] += 1
                 self.tavrik.click_panel(desk.CONFIRM)

@@ -13,7 +13,6 @@ import desk
 
 PUBLIC_KEY, CASES, *OPTIONS = sys.argv[4:]
 REFERENCE_DATE = 978307200
-TRANSLATE = "/functions/v1/translate"
 OWN_KEY = [(desk.CHAT, "Bearer sk-mine")]
 
 
@@ -66,20 +65,19 @@ class Keyring(Accounts):
         bearer = f"Bearer {self.session['access_token']}"
         request, = self.dictate()
         self.assertEqual((request["path"], request["headers"]["authorization"], request["headers"]["apikey"]),
-                         (TRANSLATE, bearer, PUBLIC_KEY))
+                         (desk.TRANSLATE, bearer, PUBLIC_KEY))
 
         # Nothing of this is a sign-in, and the session stays.
         for url in ("tavrik://auth-callback#error=access_denied", "tavrik://auth-callback?access_token=a", "mailto:a@b"):
             self.forward(url)
         program.stop()
         self.launch()
-        self.assertEqual(self.dictated(), [(TRANSLATE, bearer)])
+        self.assertEqual(self.dictated(), [(desk.TRANSLATE, bearer)])
         self.assertEqual(desk.named(), [], "a window that nobody asked for")
 
     def test_a_stale_token_is_refreshed_and_a_refusal_ends_the_session(self):
         self.open("--token-lifetime", "30")
-        program = self.launch()
-        self.forward(callback(self.session))
+        program = self.launch(callback(self.session))
         desk.wait_for("the session in the keyring", desk.kept_session)
 
         refresh, translate = self.dictate()
@@ -97,13 +95,6 @@ class Keyring(Accounts):
         self.assertIsNone(desk.kept_session())
         alert.dismiss()
         self.assertEqual(self.dictated(), OWN_KEY)
-
-    def test_a_callback_starts_the_program(self):
-        self.open()
-        self.launch(callback(self.session))
-        kept = desk.wait_for("the session in the keyring", desk.kept_session)
-        self.assertEqual(kept["accessToken"], self.session["access_token"])
-        self.assertEqual(self.dictated(), [(TRANSLATE, f"Bearer {self.session['access_token']}")])
 
     def test_two_launches_at_once_leave_one_program(self):
         self.open()
@@ -127,7 +118,7 @@ class NoKeyring(Accounts):
         self.assertEqual(self.dictated(), OWN_KEY)
         self.forward(callback(self.session))
         desk.wait_for("the question who it is", lambda: self.backend.requests("/auth/v1/user"))
-        self.assertEqual(self.dictated(), [(TRANSLATE, f"Bearer {self.session['access_token']}")])
+        self.assertEqual(self.dictated(), [(desk.TRANSLATE, f"Bearer {self.session['access_token']}")])
         program.stop()
         self.launch()
         self.assertEqual(self.dictated(), OWN_KEY)

@@ -92,7 +92,7 @@ class Dictation(desk.Suite):
         self.editor.focus()
         with desk.held(*desk.SHORTCUT):
             desk.speak(self.sentence)
-            desk.run(pathlib.Path(__file__).with_name("vdesk"), "restart", "03-pulse")
+            desk.run("vdesk", "restart", "03-pulse")
         desk.wait_for("the note", lambda: self.editor.text() and desk.find(
             desk.objects_of(self.tavrik), lambda item: item.get_name() == "The recording ended early"))
         self.assertTrue(self.tavrik.panel() and self.editor.has_focus())

@@ -26,7 +26,7 @@ AUTOSTART = CONFIG / "autostart" / "io.nordvex.tavrik.desktop"
 NOTES = pathlib.Path(os.environ["HOME"])
 USER = pwd.getpwuid(os.getuid())
 GREETING = "Welcome back, " + (USER.pw_gecos.split(",")[0] or USER.pw_name).split()[0]
-TOKEN, TRANSLATE = "/auth/v1/token", "/functions/v1/translate"
+TOKEN = "/auth/v1/token"
 EMAIL, PASSWORD = "sara@example.org", "correct horse"
 RECORDING, DEFAULT_SHORTCUT = "Shortcut: Press keys…", "Shortcut: ⌥ Space"
 SOUNDS = "Recording and notification sounds"
@@ -89,7 +89,7 @@ class MainWindow(desk.Suite):
 
     def dictate(self, text, *shortcut):
         """Says something that comes out as `text`."""
-        self.backend.script({"path": TRANSLATE, "status": 200, "body": json.dumps({"text": text})})
+        self.backend.script({"path": desk.TRANSLATE, "status": 200, "body": json.dumps({"text": text})})
         return super().dictate(text, *shortcut)
 
     def is_dark(self, dark=True):
@@ -122,7 +122,7 @@ class MainWindow(desk.Suite):
 
         before = list(reader.spoken())
         self.editor.focus()
-        self.backend.script({"path": TRANSLATE, "status": 200, "body": json.dumps({"text": "The bus leaves at nine."})})
+        self.backend.script({"path": desk.TRANSLATE, "status": 200, "body": json.dumps({"text": "The bus leaves at nine."})})
         with desk.held(*desk.SHORTCUT):
             desk.speak(self.sentence)
             # The microphone would hear it.
@@ -318,9 +318,9 @@ class MainWindow(desk.Suite):
         subprocess.run([PROGRAM], check=True, timeout=10)
         window.misses("Another program holds this shortcut. Choose another one.")
         self.dictate("The new shortcut works.", "Control_L", "Shift_L", "F6")
-        before = len(self.backend.requests(TRANSLATE))
+        before = len(self.backend.requests(desk.TRANSLATE))
         self.speak()
-        self.assertEqual((self.tavrik.takes(), len(self.backend.requests(TRANSLATE))), ([], before))
+        self.assertEqual((self.tavrik.takes(), len(self.backend.requests(desk.TRANSLATE))), ([], before))
 
     def walk(self):
         """Once round by the keyboard, which reaches whatever can be used; each of those has a name and does something."""

@@ -6,11 +6,9 @@ import itertools
 import json
 import os
 import pathlib
-import re
 import shutil
 import socket
 import struct
-import subprocess
 import time
 
 import dbus

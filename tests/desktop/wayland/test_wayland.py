@@ -160,13 +160,14 @@ class Wayland(desk.Suite):
                 desk.objects_of(self.tavrik), lambda item: item.get_name() == wanted and desk.is_usable(item)))
             desk.Atspi.Action.do_action(button, 0)
 
-    def dictate(self, case, window, before, meanwhile=lambda: None):
-        """Once; the text is to be in the window `before` + 1 times."""
+    def dictate(self, case, window, before, meanwhile=lambda: None, holding=None):
+        """Once; the text is to be in the window `before` + 1 times. The hot key is held as the case says, or by `holding`."""
         self.backend.script({"path": desk.CHAT, "status": 200,
-                             "body": json.dumps({"choices": [{"message": {"content": case.text}}]})})
+                             "body": json.dumps({"choices": [{"message": {"content": case.text}}]})},
+                            {"path": desk.TRANSLATE, "status": 200, "body": json.dumps({"text": case.text})})
         records = len(self.tavrik.history())
-        with self.desktop.dictating(case.modifier_first, case.pauses):
-            pressed = time.monotonic()
+        pressed = time.monotonic()
+        with holding or self.desktop.dictating(case.modifier_first, case.pauses):
             panel = desk.wait_for("the panel", self.tavrik.panel).pop()
             shown = time.monotonic()
             with desk.Process("paplay", "--device=vmic", self.sentence) as speaking:
@@ -292,8 +293,13 @@ for name, case in CASES.items():
     test = unittest.skipIf(name in DESKTOP.lacks, DESKTOP.lacks.get(name))(lambda self, case=case: self.check(case))
     setattr(Wayland, f"test_{name}", test)
 
-if __name__ == "__main__":
+
+def main():
     try:
         desk.main(*sys.argv[6:])
     finally:
-        shutil.copytree(desktops.LOGS, PICTURES / "log")
+        shutil.copytree(desktops.LOGS, PICTURES / "log", dirs_exist_ok=True)
+
+
+if __name__ == "__main__":
+    main()
