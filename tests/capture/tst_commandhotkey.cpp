@@ -25,7 +25,7 @@ private Q_SLOTS:
         QTest::newRow("p0 p3 end p5000") << "[ ] [";
         // Overtaken on the way here.
         QTest::newRow("r10 p3") << "]";
-        QTest::newRow("p0 p600 r641 p640 p680 p800") << "[ ] [";
+        QTest::newRow("p0 p600 r641 p640 p680") << "[ ]";
         QTest::newRow("p0 p640 p600 p1430 r2000") << "[ ]";
     }
 
