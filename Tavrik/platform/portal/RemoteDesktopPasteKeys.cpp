@@ -166,9 +166,9 @@ void RemoteDesktopPasteKeys::sendPaste(Completion<void> completion) {
     m_session = std::make_unique<RemoteDesktopSession>(m_portal, this);
     m_modifiers.whenUp(*m_session, [this](bool areUp) {
         if (areUp)
-            openSession();
-        else
-            endPaste(std::unexpected(Error{u"The keys of the shortcut were not let go."_s}));
+            return openSession();
+        endPaste(std::unexpected(Error{u"The keys of the shortcut were not let go."_s}));
+        askVersion(); // starts the portal again, as a session would
     });
 }
 
