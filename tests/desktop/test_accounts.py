@@ -73,7 +73,6 @@ class Keyring(Accounts):
         program.stop()
         self.launch()
         self.assertEqual(self.dictated(), [(desk.TRANSLATE, bearer)])
-        self.assertEqual(desk.named(), [], "a window that nobody asked for")
 
     def test_a_stale_token_is_refreshed_and_a_refusal_ends_the_session(self):
         self.open("--token-lifetime", "30")

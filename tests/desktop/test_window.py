@@ -174,6 +174,8 @@ class MainWindow(desk.Suite):
         desk.wait_for("the preference", lambda: preference("sidebar_collapsed"))
         self.tavrik.stop()
         self.launch()
+        time.sleep(1)
+        self.assertEqual(desk.named(), [], "a window that nobody asked for")
         self.open_again()
         desk.wait_for("a narrow sidebar", lambda: desk.place(self.window.find("History")).width == 36)
         self.window.click("Home")
