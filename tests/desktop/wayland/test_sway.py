@@ -59,11 +59,11 @@ class Sway(test_wayland.Wayland):
                     pass
 
     @contextlib.contextmanager
-    def held_twice(self, seconds=0.1, then=()):
-        """The first begins the dictation, and the second ends it."""
+    def held_twice(self, seconds, then=()):
+        """The first begins the dictation, and the second ends it, long before it ends itself."""
         self.hold(seconds, then)
         yield
-        self.hold(seconds)
+        self.hold(2)
 
     def sees(self, text):
         return desk.find(desk.objects_of(self.tavrik), lambda item: item.get_name() == text)
@@ -72,7 +72,7 @@ class Sway(test_wayland.Wayland):
         """sway forgets the release when another key goes down meanwhile; the next press is taken for it."""
         self.desktop.bind(False)
         self.launch()
-        self.dictate_once(self.held_twice(then=[F5]))
+        self.dictate_once(self.held_twice(0.1, [F5]))
 
     def test_toggle(self):
         """Its binding repeats; the first hold does not end what it has begun, the second begins nothing new."""
