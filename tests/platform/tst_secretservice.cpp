@@ -42,16 +42,16 @@ struct FakeKeyring : FakeService {
         const auto method =
             message.member() == u"Get" ? message.arguments().at(1).toString() : message.member();
         calls += method;
-        if (method == u"Delete" && deletes)
+        if (method == u"Delete" && agrees)
             replies.insert(u"SearchItems"_s, {none, none});
         if (method == u"Prompt") {
             bus.send(QDBusMessage::createSignal(message.path(), message.interface(), u"Completed"_s)
-                     << !deletes << wrapped(path(u"/one"_s)));
+                     << !agrees << wrapped(path(u"/one"_s)));
         }
         return replies.value(method).isEmpty() || bus.send(message.createReply(replies.value(method)));
     }
 
-    bool deletes = false;
+    bool agrees = false;
     /// Without one a method never answers.
     QHash<QString, QVariantList> replies{{u"OpenSession"_s, {wrapped(u""_s), path(u"/session"_s)}},
                                          {u"SearchItems"_s, {one, none}},
@@ -121,6 +121,17 @@ private Q_SLOTS:
         QVERIFY(keyring.calls.contains(u"GetSecret"_s) && !keyring.calls.contains(u"Unlock"_s));
     }
 
+    void createsAKeyringOnceTheUserAgrees() {
+        FakeKeyring keyring;
+        keyring.agrees = true;
+        keyring.replies.insert({{u"SearchItems"_s, {none, none}}, {u"ReadAlias"_s, {path(u"/"_s)}}});
+        for (const auto& method : {u"CreateCollection"_s, u"CreateItem"_s})
+            keyring.replies.insert(method, {path(u"/"_s), path(u"/prompt"_s)});
+        start(keyring.client());
+        m_slot->save("one");
+        QTRY_COMPARE(keyring.calls.count(u"SearchItems"_s), 2); // by the read, and for others after the save
+    }
+
     // One that hangs, is locked, answers something senseless, asks the user, or only says that it is done.
     void aSignOutHoldsUntilItIsSeen() {
         for (const auto& method : {u"SearchItems"_s, u"Delete"_s}) {
@@ -136,7 +147,7 @@ private Q_SLOTS:
                 QVERIFY(!limit.hasExpired() && keyring.calls.count(u"Delete"_s) < 2 &&
                         QFile::exists(m_mark) && m_delivered.isEmpty());
 
-                keyring.deletes = true;
+                keyring.agrees = true;
                 keyring.replies.insert(
                     {{u"SearchItems"_s, {one, none}}, {u"Delete"_s, {path(u"/prompt"_s)}}});
                 start(keyring.client());

@@ -120,7 +120,6 @@ private Q_SLOTS:
     void incompleteResponseIsAnError() {
         const std::pair<ScriptedReply, bool> rows[]{
             {{.ending = Ending::reset, .afterRequestBytes = 100'000}, false},
-            {{.ending = Ending::reset}, false},
             {{.ending = Ending::close}, false},
             {{.bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 999}, false},
             {{.reply = {500}, .bodySize = 1000, .ending = Ending::close, .afterReplyBytes = 500}, false},
