@@ -32,6 +32,7 @@
 #include "platform/qt/QtWindowActivator.h"
 #include "platform/wayland/DataControlClipboard.h"
 #include "platform/wayland/FakeInputPasteKeys.h"
+#include "platform/wayland/TypingOutput.h"
 #include "platform/wayland/VirtualKeyboardPasteKeys.h"
 #include "platform/wayland/WaylandConnection.h"
 #include "platform/wayland/WaylandKeyboard.h"
@@ -50,7 +51,9 @@
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 
+#include <functional>
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -110,6 +113,7 @@ struct Platform::Foundation {
     XEmbedTray embeddingTray;
     WaylandConnection wayland;
     WaylandKeyboard waylandKeyboard{wayland};
+    TypingOutput typingOutput{wayland, QDBusConnection::sessionBus()};
     std::shared_ptr<PulseConnection> sound = std::make_shared<PulseConnection>();
 };
 
@@ -205,7 +209,10 @@ void Platform::choosePasteKeys(const std::function<void()>& offerSelection) {
 /// What Qt's own connection to the display decides.
 void Platform::chooseWindows() {
     if (applicationConnection()) {
-        panels = std::make_unique<X11PanelHost>();
+        X11PanelHost::AskTypingOutput askTypingOutput;
+        if (m_foundation->portals)
+            askTypingOutput = std::bind_front(&TypingOutput::ask, &m_foundation->typingOutput);
+        panels = std::make_unique<X11PanelHost>(std::move(askTypingOutput));
         windowActivator = std::make_unique<X11WindowActivator>();
     } else {
         panels = std::make_unique<NullPanelHost>(hasScreen() ? panelNeedsX : noScreen);

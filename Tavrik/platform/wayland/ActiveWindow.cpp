@@ -25,7 +25,7 @@ public:
     /// How many times the compositor must be waited for.
     int roundTrips = 1;
 
-    virtual QByteArrayList names() const = 0;
+    virtual Answer answer() const = 0;
 };
 
 namespace {
@@ -36,7 +36,7 @@ struct Window {
     explicit Window(Handle* object) : handle(object) {}
 
     WaylandPointer<Handle> handle;
-    QByteArrayList names;
+    ActiveWindow::Answer answer;
     bool isActive = false;
 };
 
@@ -44,17 +44,41 @@ template<class Handle>
 using Windows = std::vector<std::unique_ptr<Window<Handle>>>;
 
 template<class Handle>
-QByteArrayList activeNames(const Windows<Handle>& windows) {
+ActiveWindow::Answer activeOf(const Windows<Handle>& windows) {
     const auto active = std::ranges::find_if(windows, [](const auto& window) { return window->isActive; });
-    return active == windows.end() ? QByteArrayList() : (*active)->names;
+    return active == windows.end() ? ActiveWindow::Answer() : (*active)->answer;
 }
+
+/// Knows its name once the compositor has told it.
+struct Output {
+    explicit Output(WaylandPointer<wl_output> object) : handle(std::move(object)) {
+        static constexpr wl_output_listener listener{
+            .geometry = [](void*, wl_output*, int32_t, int32_t, int32_t, int32_t, int32_t, const char*,
+                           const char*, int32_t) {},
+            .mode = [](void*, wl_output*, uint32_t, int32_t, int32_t, int32_t) {},
+            .done = [](void*, wl_output*) {},
+            .scale = [](void*, wl_output*, int32_t) {},
+            .name = [](void* self, wl_output*,
+                       const char* text) { static_cast<Output*>(self)->name = QString::fromUtf8(text); },
+            .description = [](void*, wl_output*, const char*) {},
+        };
+        wl_output_add_listener(handle.get(), &listener, this);
+    }
+
+    WaylandPointer<wl_output> handle;
+    QString name;
+};
 
 class WlrootsQuery : public ActiveWindow::Query {
     using Manager = zwlr_foreign_toplevel_manager_v1;
     using Handle = zwlr_foreign_toplevel_handle_v1;
 
 public:
-    explicit WlrootsQuery(WaylandPointer<Manager> manager) : m_manager(std::move(manager)) {
+    explicit WlrootsQuery(const WaylandConnection& connection) {
+        // Before the windows, which tell only of outputs that are bound.
+        for (auto& output : connection.bindOutputs())
+            m_outputs.push_back(std::make_unique<Output>(std::move(output)));
+        m_manager = connection.bind<Manager>(zwlr_foreign_toplevel_manager_v1_interface, 1);
         static constexpr zwlr_foreign_toplevel_manager_v1_listener listener{
             .toplevel = [](void* self, Manager*,
                            Handle* handle) { static_cast<WlrootsQuery*>(self)->add(handle); },
@@ -64,15 +88,19 @@ public:
     }
     ~WlrootsQuery() override { zwlr_foreign_toplevel_manager_v1_stop(m_manager.get()); }
 
-    QByteArrayList names() const override { return activeNames(m_windows); }
+    ActiveWindow::Answer answer() const override { return activeOf(m_windows); }
 
 private:
     void add(Handle* handle) {
         static constexpr zwlr_foreign_toplevel_handle_v1_listener listener{
             .title = [](void*, Handle*, const char*) {},
             .app_id = [](void* window, Handle*,
-                         const char* id) { static_cast<Window<Handle>*>(window)->names = {id}; },
-            .output_enter = [](void*, Handle*, wl_output*) {},
+                         const char* id) { static_cast<Window<Handle>*>(window)->answer.names = {id}; },
+            .output_enter =
+                [](void* window, Handle*, wl_output* output) {
+                    static_cast<Window<Handle>*>(window)->answer.output =
+                        static_cast<Output*>(wl_output_get_user_data(output))->name;
+                },
             .output_leave = [](void*, Handle*, wl_output*) {},
             .state =
                 [](void* window, Handle*, wl_array* array) {
@@ -88,7 +116,8 @@ private:
         zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, m_windows.back().get());
     }
 
-    const WaylandPointer<Manager> m_manager;
+    std::vector<std::unique_ptr<Output>> m_outputs;
+    WaylandPointer<Manager> m_manager;
     Windows<Handle> m_windows;
 };
 
@@ -111,7 +140,7 @@ public:
         org_kde_plasma_window_management_add_listener(m_manager.get(), &listener, this);
     }
 
-    QByteArrayList names() const override { return activeNames(m_windows); }
+    ActiveWindow::Answer answer() const override { return activeOf(m_windows); }
 
 private:
     void add(const char* uuid) {
@@ -119,7 +148,7 @@ private:
             .title_changed = [](void*, Handle*, const char*) {},
             .app_id_changed =
                 [](void* window, Handle*, const char* applicationId) {
-                    static_cast<Window<Handle>*>(window)->names << applicationId;
+                    static_cast<Window<Handle>*>(window)->answer.names << applicationId;
                 },
             .state_changed =
                 [](void* window, Handle*, uint32_t flags) {
@@ -142,7 +171,7 @@ private:
             // Of X programs; their application id is the name of a desktop file.
             .resource_name_changed =
                 [](void* window, Handle*, const char* name) {
-                    static_cast<Window<Handle>*>(window)->names << name;
+                    static_cast<Window<Handle>*>(window)->answer.names << name;
                 },
         };
         m_windows.push_back(std::make_unique<Window<Handle>>(
@@ -158,9 +187,8 @@ private:
 } // namespace
 
 std::unique_ptr<ActiveWindow::Query> ActiveWindow::Query::begin(const WaylandConnection& connection) {
-    if (auto manager =
-            connection.bind<zwlr_foreign_toplevel_manager_v1>(zwlr_foreign_toplevel_manager_v1_interface, 1))
-        return std::make_unique<WlrootsQuery>(std::move(manager));
+    if (connection.version(zwlr_foreign_toplevel_manager_v1_interface) > 0)
+        return std::make_unique<WlrootsQuery>(connection);
     // The oldest that Plasma itself still uses: KWin crashes when a window is asked for in the way of the
     // first ones.
     constexpr quint32 plasmaVersion = 16;
@@ -174,7 +202,7 @@ ActiveWindow::ActiveWindow(WaylandConnection& connection) : m_connection(connect
 
 ActiveWindow::~ActiveWindow() = default;
 
-void ActiveWindow::ask(std::function<void(const QByteArrayList&)> answered) {
+void ActiveWindow::ask(std::function<void(const Answer&)> answered) {
     if (!m_query) {
         m_query = Query::begin(m_connection);
         if (!m_query)
@@ -187,10 +215,10 @@ void ActiveWindow::ask(std::function<void(const QByteArrayList&)> answered) {
 void ActiveWindow::advance() {
     if (m_connection.isConnected() && --m_query->roundTrips > 0)
         return m_connection.afterRequests(this, [this] { advance(); });
-    const auto names = m_query->names();
+    const auto window = m_query->answer();
     m_query.reset();
     for (const auto& answered : std::exchange(m_waiting, {}))
-        answered(names);
+        answered(window);
 }
 
 } // namespace tavrik

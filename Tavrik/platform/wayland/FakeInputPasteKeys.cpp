@@ -127,8 +127,8 @@ void FakeInputPasteKeys::sendPaste(Completion<void> completion) {
     m_input->unanswered += 3;
     m_dependencies.connection.afterRequests(this, answered);
     m_input->connection.afterRequests(this, answered);
-    m_input->activeWindow.ask([this, answered](const QByteArrayList& program) {
-        m_input->toTerminal = isTerminal(program);
+    m_input->activeWindow.ask([this, answered](const ActiveWindow::Answer& window) {
+        m_input->toTerminal = isTerminal(window.names);
         answered();
     });
 }

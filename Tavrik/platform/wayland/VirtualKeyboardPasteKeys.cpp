@@ -100,10 +100,10 @@ ServiceStatus VirtualKeyboardPasteKeys::status() const {
 void VirtualKeyboardPasteKeys::sendPaste(Completion<void> completion) {
     if (const auto can = status(); !can.works)
         return completion(std::unexpected(Error{can.reason}));
-    m_activeWindow.ask([this, completion = std::move(completion)](const QByteArrayList& program) {
+    m_activeWindow.ask([this, completion = std::move(completion)](const ActiveWindow::Answer& window) {
         if (const auto can = status(); !can.works)
             return completion(std::unexpected(Error{can.reason}));
-        if (isTerminal(program)) {
+        if (isTerminal(window.names)) {
             m_offerSelection();
             type(shiftMask, KEY_LEFTSHIFT, KEY_INSERT);
         } else {

@@ -40,6 +40,8 @@ WaylandConnection::WaylandConnection() {
         .global =
             [](void* self, wl_registry*, uint32_t global, const char* interface, uint32_t offered) {
                 auto& connection = *static_cast<WaylandConnection*>(self);
+                if (qstrcmp(interface, wl_output_interface.name) == 0)
+                    connection.m_outputs.push_back({global, offered});
                 if (!connection.m_globals.contains(interface))
                     connection.m_globals.insert(interface, {global, offered});
                 if (connection.m_connected)
@@ -48,6 +50,8 @@ WaylandConnection::WaylandConnection() {
         .global_remove =
             [](void* self, wl_registry*, uint32_t global) {
                 auto& connection = *static_cast<WaylandConnection*>(self);
+                std::erase_if(connection.m_outputs,
+                              [global](const Global& output) { return output.name == global; });
                 const auto removed = connection.m_globals.removeIf(
                     [global](const auto& entry) { return entry.value().name == global; });
                 if (removed > 0)
@@ -93,6 +97,16 @@ void* WaylandConnection::bindGlobal(const wl_interface& interface, quint32 highe
         return nullptr;
     return wl_registry_bind(m_registry.get(), m_globals.value(interface.name).name, &interface,
                             std::min(offered, highestVersion));
+}
+
+std::vector<WaylandPointer<wl_output>> WaylandConnection::bindOutputs() const {
+    // The first version that tells the name.
+    constexpr quint32 outputVersion = 4;
+    std::vector<WaylandPointer<wl_output>> outputs;
+    for (const auto& [name, offered] : m_connected ? m_outputs : std::vector<Global>())
+        outputs.emplace_back(static_cast<wl_output*>(wl_registry_bind(
+            m_registry.get(), name, &wl_output_interface, std::min(offered, outputVersion))));
+    return outputs;
 }
 
 void WaylandConnection::flush() {

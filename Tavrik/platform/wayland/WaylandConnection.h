@@ -46,6 +46,9 @@ public:
         return WaylandPointer<T>(static_cast<T*>(bindGlobal(interface, highestVersion)));
     }
 
+    /// All the outputs.
+    std::vector<WaylandPointer<wl_output>> bindOutputs() const;
+
     /// Sends what was requested. Never waits.
     void flush();
 
@@ -81,6 +84,7 @@ private:
     WaylandPointer<wl_registry> m_registry;
     /// The first of each interface.
     QHash<QByteArray, Global> m_globals;
+    std::vector<Global> m_outputs;
     bool m_connected = false;
     std::vector<std::unique_ptr<Sync>> m_syncs;
     QSocketNotifier* m_readable = nullptr;

@@ -52,6 +52,13 @@ void WaylandDestroy::operator()(wl_keyboard* object) const {
     wl_keyboard_release(object);
 }
 
+void WaylandDestroy::operator()(wl_output* object) const {
+    if (wl_output_get_version(object) >= WL_OUTPUT_RELEASE_SINCE_VERSION)
+        wl_output_release(object);
+    else
+        wl_output_destroy(object);
+}
+
 void WaylandDestroy::operator()(wl_registry* object) const {
     wl_registry_destroy(object);
 }

@@ -12,6 +12,7 @@ struct org_kde_plasma_window;
 struct org_kde_plasma_window_management;
 struct wl_callback;
 struct wl_keyboard;
+struct wl_output;
 struct wl_registry;
 struct wl_seat;
 struct zwlr_data_control_device_v1;
@@ -37,6 +38,7 @@ struct WaylandDestroy {
     void operator()(org_kde_plasma_window_management* object) const;
     void operator()(wl_callback* object) const;
     void operator()(wl_keyboard* object) const;
+    void operator()(wl_output* object) const;
     void operator()(wl_registry* object) const;
     void operator()(wl_seat* object) const;
     void operator()(zwlr_data_control_device_v1* object) const;

@@ -5,6 +5,7 @@
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QRegion>
 #include <QScreen>
 #include <QWindow>
@@ -12,6 +13,7 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -53,8 +55,8 @@ QRect nativeGeometry(const QScreen& screen) {
 
 } // namespace
 
-X11PanelHost::X11PanelHost()
-    : m_connection(applicationConnection()),
+X11PanelHost::X11PanelHost(AskTypingOutput askTypingOutput)
+    : m_askTypingOutput(std::move(askTypingOutput)), m_connection(applicationConnection()),
       m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
       m_compositor(xcbAtom(m_connection, "_NET_WM_CM_S0")),
       m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
@@ -74,24 +76,33 @@ void X11PanelHost::adopt(QWindow& window) {
 }
 
 void X11PanelHost::present(QWindow& window, const QRect& panel, int distance) {
-    if (const auto frame = visibleFrame()) {
-        const QPoint centre(frame->x() + frame->width() / 2,
-                            frame->y() + frame->height() - distance - panel.height() / 2);
-        window.setPosition(centre - QPoint(panel.x() + panel.width() / 2, panel.y() + panel.height() / 2));
-    }
+    if (const auto* screen = typingScreen())
+        place(window, panel, distance, *screen);
     window.show();
     window.raise();
+    if (!m_askTypingOutput || QGuiApplication::screens().size() < 2)
+        return;
+    // Nobody waits for the answer; usually it comes before the panel is drawn.
+    m_askTypingOutput([this, window = QPointer(&window), panel, distance](const QString& name) {
+        const auto screens = QGuiApplication::screens();
+        const auto found = std::ranges::find(screens, name, &QScreen::name);
+        if (window && found != screens.end())
+            place(*window, panel, distance, **found);
+    });
 }
 
-/// The part of the screen that bars and docks leave free, on the screen where the user types, in
-/// device-independent pixels.
-std::optional<QRect> X11PanelHost::visibleFrame() const {
-    const auto* screen = typingScreen();
-    if (!screen)
-        return std::nullopt;
-    const auto native = withoutBars(*screen);
-    const double scale = screen->devicePixelRatio();
-    const auto origin = screen->geometry().topLeft();
+void X11PanelHost::place(QWindow& window, const QRect& panel, int distance, const QScreen& screen) const {
+    const auto frame = visibleFrame(screen);
+    const QPoint centre(frame.x() + frame.width() / 2,
+                        frame.y() + frame.height() - distance - panel.height() / 2);
+    window.setPosition(centre - QPoint(panel.x() + panel.width() / 2, panel.y() + panel.height() / 2));
+}
+
+/// The part of the screen that bars and docks leave free, in device-independent pixels.
+QRect X11PanelHost::visibleFrame(const QScreen& screen) const {
+    const auto native = withoutBars(screen);
+    const double scale = screen.devicePixelRatio();
+    const auto origin = screen.geometry().topLeft();
     return QRectF(origin + QPointF(native.topLeft() - origin) / scale, QSizeF(native.size()) / scale)
         .toRect();
 }

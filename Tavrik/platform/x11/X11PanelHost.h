@@ -7,7 +7,7 @@
 
 #include <xcb/xcb.h>
 
-#include <optional>
+#include <functional>
 #include <vector>
 
 class QScreen;
@@ -18,7 +18,11 @@ namespace tavrik {
 /// must be to an X server.
 class X11PanelHost : public PanelHost {
 public:
-    X11PanelHost();
+    /// Asks on which output the user types, for its name; an empty one if that is not known.
+    using AskTypingOutput = std::function<void(std::function<void(const QString& name)> answered)>;
+
+    /// Without `askTypingOutput` the X server is believed, which does not know of others' windows.
+    explicit X11PanelHost(AskTypingOutput askTypingOutput = {});
 
     ServiceStatus status() const override;
     void adopt(QWindow& window) override;
@@ -27,12 +31,14 @@ public:
     bool isTranslucent() const override;
 
 private:
-    std::optional<QRect> visibleFrame() const;
+    void place(QWindow& window, const QRect& panel, int distance, const QScreen& screen) const;
+    QRect visibleFrame(const QScreen& screen) const;
     QScreen* typingScreen() const;
     QRect withoutBars(const QScreen& screen) const;
     std::vector<Strut> struts() const;
     QRect workArea(const QScreen& screen, bool hasDocks) const;
 
+    AskTypingOutput m_askTypingOutput;
     xcb_connection_t* m_connection;
     xcb_window_t m_root;
     xcb_atom_t m_compositor;

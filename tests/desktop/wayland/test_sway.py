@@ -7,10 +7,12 @@ import contextlib
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
 import time
+import unittest
 import unittest.mock
 
 import desk
@@ -91,6 +93,26 @@ class Sway(test_wayland.Wayland):
         desk.run("swaymsg", "; ".join(lines))
         self.addCleanup(desk.run, "swaymsg", "; ".join(f"un{line.split(' exec ')[0]}" for line in lines))
         self.dictate_once()
+
+    @unittest.skipIf(b"Version 22." in subprocess.run(["Xwayland", "-version"], capture_output=True).stderr,
+                     "this XWayland does not name its screens as the compositor does")
+    def test_typing_screen(self):
+        self.desktop.bind(False)
+        self.launch()
+        desk.run("swaymsg", "create_output")
+        self.addCleanup(desk.run, "swaymsg", "output HEADLESS-2 disable")
+        desk.run("swaymsg", "output HEADLESS-1 position 0 0; output HEADLESS-2 resolution 1280x800 position 1280 0")
+        seen = []
+
+        def look():
+            panel, = self.tavrik.panel()
+            left = re.search(r"X=(\d+)", desk.run("xdotool", "getwindowgeometry", "--shell", panel))[1]
+            seen.append("HEADLESS-1" if int(left) < 1280 else "HEADLESS-2")
+
+        for screen in "HEADLESS-2", "HEADLESS-1":
+            desk.run("swaymsg", "focus", "output", screen)
+            self.dictate_once(meanwhile=look)
+        self.assertEqual(seen, ["HEADLESS-2", "HEADLESS-1"])
 
     def test_without_a_program(self):
         for command in "press", "release", "toggle":
