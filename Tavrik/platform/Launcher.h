@@ -17,8 +17,8 @@ Delivery sendHotKeyCommand(HotKeyCommand::Kind kind);
 /// A function that a library of the program exports; takes what main() does and returns the exit status.
 using Entry = int (*)(int argc, char** argv);
 
-/// Loads a library of the program and finds the function of that name in it. `library` may begin with
-/// $ORIGIN, the folder of the file that asks. The error is the dynamic linker's sentence.
+/// Loads a library of the program and finds the function of that name in it. `library` is a path from the
+/// folder of the process's executable. The error is the dynamic linker's sentence.
 std::expected<Entry, const char*> loadEntry(const char* library, const char* name);
 
 } // namespace tavrik

@@ -3,7 +3,13 @@
 
 #include <dbus/dbus.h>
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <memory>
 
@@ -59,7 +65,14 @@ Delivery sendHotKeyCommand(HotKeyCommand::Kind kind) {
 }
 
 std::expected<Entry, const char*> loadEntry(const char* library, const char* name) {
-    auto* loaded = ::dlopen(library, RTLD_LAZY);
+    // The linker's $ORIGIN would be a sanitizer's folder where that calls the linker in our place.
+    std::array<char, PATH_MAX> path{};
+    if (::readlink("/proc/self/exe", path.data(), path.size() - 1) < 0)
+        return std::unexpected(std::strerror(errno));
+    auto* folderEnd = std::strrchr(path.data(), '/') + 1;
+    const auto room = static_cast<std::size_t>(path.end() - folderEnd);
+    std::snprintf(folderEnd, room, "%s", library);
+    auto* loaded = ::dlopen(path.data(), RTLD_LAZY);
     auto* found = loaded ? ::dlsym(loaded, name) : nullptr;
     if (!found)
         return std::unexpected(::dlerror());
