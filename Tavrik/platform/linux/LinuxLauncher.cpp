@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <memory>
@@ -66,13 +67,15 @@ Delivery sendHotKeyCommand(HotKeyCommand::Kind kind) {
 
 std::expected<Entry, const char*> loadEntry(const char* library, const char* name) {
     // The linker's $ORIGIN would be a sanitizer's folder where that calls the linker in our place.
-    std::array<char, PATH_MAX> path{};
-    if (::readlink("/proc/self/exe", path.data(), path.size() - 1) < 0)
+    std::array<char, PATH_MAX> program{};
+    if (::readlink("/proc/self/exe", program.data(), program.size() - 1) < 0)
         return std::unexpected(std::strerror(errno));
-    auto* folderEnd = std::strrchr(path.data(), '/') + 1;
-    const auto room = static_cast<std::size_t>(path.end() - folderEnd);
-    std::snprintf(folderEnd, room, "%s", library);
-    auto* loaded = ::dlopen(path.data(), RTLD_LAZY);
+    *std::strrchr(program.data(), '/') = '\0';
+    char* path = nullptr;
+    if (::asprintf(&path, "%s/%s", program.data(), library) < 0)
+        return std::unexpected(std::strerror(ENOMEM));
+    auto* loaded = ::dlopen(path, RTLD_LAZY);
+    std::free(path);
     auto* found = loaded ? ::dlsym(loaded, name) : nullptr;
     if (!found)
         return std::unexpected(::dlerror());
