@@ -2,6 +2,7 @@
 
 // Nothing of the parser may throw.
 #define SIMDJSON_EXCEPTIONS 0
+#include <QByteArrayView>
 #include <QtEndian>
 
 #include <simdjson.h>
@@ -123,7 +124,13 @@ enum Member : unsigned { hasDate = 1, hasDuration = 2, hasId = 4, hasText = 8, h
 bool decodeMember(std::string_view name, json::value value, Transcription& record, unsigned& seen) {
     if (name == "duration") {
         seen |= hasDuration;
-        return value.get_double().get(record.duration) == simdjson::SUCCESS;
+        const QByteArrayView number(value.raw_json_token());
+        if (value.get_double().get(record.duration) != simdjson::SUCCESS)
+            return false;
+        // simdjson 3.0, Debian 12's, misreads fractions of more digits.
+        if (number.size() > 20)
+            record.duration = number.trimmed().toDouble();
+        return true;
     }
     if (name == "date") {
         seen |= hasDate;
