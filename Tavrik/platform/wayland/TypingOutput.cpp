@@ -11,15 +11,14 @@ using namespace Qt::StringLiterals;
 namespace tavrik {
 
 TypingOutput::TypingOutput(WaylandConnection& connection, const QDBusConnection& bus)
-    : m_activeWindow(connection), m_bus(bus) {}
+    : m_connection(connection), m_activeWindow(connection), m_bus(bus) {}
 
 void TypingOutput::ask(std::function<void(const QString&)> answered) {
-    m_activeWindow.ask([this, answered = std::move(answered)](const ActiveWindow::Answer& window) {
-        if (window.output.isEmpty())
-            askKWin(answered);
-        else
-            answered(window.output);
-    });
+    // KWin lists windows too, but without their outputs.
+    if (m_connection.version("zwlr_foreign_toplevel_manager_v1") == 0)
+        return askKWin(std::move(answered));
+    m_activeWindow.ask(
+        [answered = std::move(answered)](const ActiveWindow::Answer& window) { answered(window.output); });
 }
 
 void TypingOutput::askKWin(std::function<void(const QString&)> answered) {

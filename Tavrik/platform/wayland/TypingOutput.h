@@ -23,6 +23,7 @@ public:
 private:
     void askKWin(std::function<void(const QString& name)> answered);
 
+    WaylandConnection& m_connection;
     ActiveWindow m_activeWindow;
     QDBusConnection m_bus;
 };
