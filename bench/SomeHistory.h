@@ -18,9 +18,9 @@ inline QList<Transcription> someHistory(int count) {
     std::mt19937 random(1);
     QList<Transcription> records;
     records.reserve(count);
-    auto date = QDateTime(QDate(2026, 7, 1), QTime(12, 0), QTimeZone::utc());
+    auto date = toTimestamp(QDateTime(QDate(2026, 7, 1), QTime(12, 0), QTimeZone::utc()));
     for (int i = 0; i < count; ++i) {
-        date = date.addSecs(-60 - qint64(random() % 5000));
+        date -= std::chrono::seconds(60 + random() % 5000);
         QByteArray text;
         for (auto left = 8 + random() % 48; left > 0; --left)
             text.append(words[random() % std::size(words)]).append(left > 1 ? " " : ".");

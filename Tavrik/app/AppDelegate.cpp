@@ -151,7 +151,7 @@ void AppDelegate::finish(Result<QString> result, double duration, const QString&
                                         self->m_dependencies.hud.showNote(u"The recording ended early"_s);
                                 });
     m_dependencies.history().insertFirst(
-        {QUuid::createUuid(), QDateTime::currentDateTimeUtc(), result->toUtf8(), duration});
+        {QUuid::createUuid(), toTimestamp(QDateTime::currentDateTimeUtc()), result->toUtf8(), duration});
     if (m_dependencies.settings.soundsEnabled())
         m_dependencies.sounds.play(Sound::glass);
 }

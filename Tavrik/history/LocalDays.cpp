@@ -7,21 +7,31 @@ namespace tavrik {
 
 LocalDays::LocalDays(const QTimeZone& zone) : m_zone(zone) {}
 
-qint64 LocalDays::dayOf(qint64 msecsSinceEpoch) {
-    if (msecsSinceEpoch < m_start || msecsSinceEpoch >= m_end) {
-        const auto day = QDateTime::fromMSecsSinceEpoch(msecsSinceEpoch, m_zone).date();
-        m_day = day.toJulianDay();
-        m_start = day.startOfDay(m_zone).toMSecsSinceEpoch();
-        m_end = day.addDays(1).startOfDay(m_zone).toMSecsSinceEpoch();
-    }
-    return m_day;
+qint64 LocalDays::dayOf(Timestamp moment) {
+    constexpr qint64 julianDayOfEpoch = 2'440'588;
+    if (moment < m_start || moment >= m_end)
+        findPeriod(moment);
+    return julianDayOfEpoch +
+           std::chrono::floor<std::chrono::days>(moment + m_offset).time_since_epoch().count();
+}
+
+void LocalDays::findPeriod(Timestamp moment) {
+    const auto date = QDateTime::fromMSecsSinceEpoch(moment.time_since_epoch().count()).toUTC();
+    const auto previous = m_zone.previousTransition(date.addMSecs(1)).atUtc;
+    auto next = m_zone.nextTransition(date).atUtc;
+    // At the very moment of the last change in its table, Qt 6.4 overlooks those that follow by rule.
+    if (!next.isValid())
+        next = m_zone.nextTransition(date.addMSecs(1)).atUtc;
+    m_offset = std::chrono::seconds(m_zone.offsetFromUtc(date));
+    m_start = previous.isValid() ? toTimestamp(previous) : Timestamp::min();
+    m_end = next.isValid() ? toTimestamp(next) : Timestamp::max();
 }
 
 qint64 distinctDays(const QList<Transcription>& records, const QTimeZone& zone) {
     LocalDays days(zone);
     std::vector<qint64> seen;
     for (const auto& record : records) {
-        const auto day = days.dayOf(record.date.toMSecsSinceEpoch());
+        const auto day = days.dayOf(record.date);
         // Neighbours are mostly of the same day.
         if (seen.empty() || seen.back() != day)
             seen.push_back(day);

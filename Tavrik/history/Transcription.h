@@ -4,12 +4,22 @@
 #include <QDateTime>
 #include <QUuid>
 
+#include <chrono>
+
 namespace tavrik {
+
+/// A moment, in UTC.
+using Timestamp = std::chrono::sys_time<std::chrono::milliseconds>;
+
+inline Timestamp toTimestamp(const QDateTime& date) {
+    return Timestamp(std::chrono::milliseconds(date.toMSecsSinceEpoch()));
+}
 
 /// One successful dictation.
 struct Transcription {
     QUuid id;
-    QDateTime date;
+    /// When the text arrived.
+    Timestamp date;
     /// UTF-8, as it is kept on disk: a history of any size is written and searched without conversion.
     QByteArray text;
     /// Seconds.

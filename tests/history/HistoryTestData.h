@@ -10,7 +10,7 @@ inline Transcription dictation(const QByteArray& text,
                                const QDateTime& date = QDateTime::fromSecsSinceEpoch(1'750'000'000,
                                                                                      QTimeZone::utc()),
                                double duration = 1) {
-    return {QUuid::createUuid(), date, text, duration};
+    return {QUuid::createUuid(), toTimestamp(date), text, duration};
 }
 
 /// Distinct records, a minute apart, newest first; the text of the last one is "1".

@@ -10,12 +10,13 @@
 
 using namespace tavrik;
 using namespace tavrik::test;
+using namespace std::chrono_literals;
 
 namespace {
 
 Transcription record(const QByteArray& text) {
     return {QUuid::fromString(QStringLiteral("1B4E28BA-2FA1-11D2-883F-0016D3CCA427")),
-            QDateTime(QDate(2025, 3, 1), QTime(14, 5, 9), QTimeZone::utc()), text, 2.5};
+            toTimestamp(QDateTime(QDate(2025, 3, 1), QTime(14, 5, 9), QTimeZone::utc())), text, 2.5};
 }
 
 // A whole history that begins with a record of the given members.
@@ -31,7 +32,7 @@ class TestHistoryFile : public QObject {
 private Q_SLOTS:
     void writesTheFormat() {
         auto dictation = record("one \"two\"\\ three\n\x01 für");
-        dictation.date = dictation.date.addMSecs(750);
+        dictation.date += 750ms;
         QCOMPARE(encodeHistory({dictation}),
                  QByteArray("[\n"
                             "  {\n"
@@ -57,13 +58,14 @@ private Q_SLOTS:
 
     void datesAndDurationsAreReadAgain() {
         using Limits = std::numeric_limits<double>;
-        const QDateTime epoch = QDateTime::fromSecsSinceEpoch(0, QTimeZone::utc());
-        const std::tuple<QDateTime, QDateTime, double> rows[]{
-            {epoch.addMSecs(999), epoch, 0.1 + 0.2},
-            {epoch.addMSecs(-1), epoch.addSecs(-1), Limits::max()},
-            {QDateTime(), epoch, -Limits::denorm_min()},
-            {QDateTime(QDate(2025, 1, 1), QTime(1, 0), QTimeZone(12'600)),
-             QDateTime(QDate(2024, 12, 31), QTime(21, 30), QTimeZone::utc()), Limits::quiet_NaN()}};
+        const Timestamp epoch;
+        const auto leapDay = std::chrono::sys_days(2024y / 2 / 29) + 23h + 59min + 59s;
+        const std::tuple<Timestamp, Timestamp, double> rows[]{{epoch + 999ms, epoch, 0.1 + 0.2},
+                                                              {epoch - 1ms, epoch - 1s, Limits::max()},
+                                                              {leapDay, leapDay, -Limits::denorm_min()},
+                                                              {std::chrono::sys_days(12000y / 1 / 1),
+                                                               std::chrono::sys_days(10000y / 1 / 1) - 1s,
+                                                               Limits::quiet_NaN()}};
         for (const auto& [written, read, duration] : rows) {
             const QList expected{Transcription{{}, read, "", std::isfinite(duration) ? duration : 0}};
             QCOMPARE(decodeHistory(encodeHistory({{{}, written, "", duration}})), expected);

@@ -51,7 +51,7 @@ struct HistoryDesk {
     }
 
     void dictate(const QByteArray& text, const QDateTime& date, double seconds = 1) {
-        store.insertFirst({QUuid::createUuid(), date.toUTC(), text, seconds});
+        store.insertFirst({QUuid::createUuid(), toTimestamp(date), text, seconds});
     }
 };
 

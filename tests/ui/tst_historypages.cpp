@@ -79,7 +79,7 @@ private Q_SLOTS:
         QList<Transcription> records;
         for (int i = 0; i < 60'000; ++i) {
             const auto text = QByteArray("für ").repeated(10) + QByteArray::number(i);
-            records << Transcription{QUuid::createUuid(), desk->now.toUTC(), text, 1};
+            records << Transcription{QUuid::createUuid(), toTimestamp(desk->now), text, 1};
         }
         desk = std::make_unique<HistoryDesk>(records);
         auto& all = *desk->pages.all();

@@ -11,8 +11,8 @@ QDate DayClock::today() const {
     return m_today;
 }
 
-qint64 DayClock::dayOf(qint64 msecsSinceEpoch) const {
-    return m_days.dayOf(msecsSinceEpoch);
+qint64 DayClock::dayOf(Timestamp moment) const {
+    return m_days.dayOf(moment);
 }
 
 void DayClock::refresh() {

@@ -22,7 +22,7 @@ public:
     QDate today() const;
 
     /// Julian day of a moment, in the user's time zone.
-    qint64 dayOf(qint64 msecsSinceEpoch) const;
+    qint64 dayOf(Timestamp moment) const;
 
     /// Reads the clock and the time zone again.
     void refresh();

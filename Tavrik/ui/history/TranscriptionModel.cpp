@@ -107,7 +107,8 @@ QVariant TranscriptionModel::data(const QModelIndex& index, int role) const {
     case textRole:
         return QString::fromUtf8(record->text);
     case timeRole:
-        return UserFormats::time(record->date.toLocalTime().time());
+        return UserFormats::time(
+            QDateTime::fromMSecsSinceEpoch(record->date.time_since_epoch().count()).time());
     case dayTitleRole:
         if (m_scope == Scope::today || !startsDay(row))
             return QString();
@@ -266,8 +267,7 @@ void TranscriptionModel::endCopyConfirmation(const QUuid& id) {
 }
 
 qint32 TranscriptionModel::dayOfRecord(qsizetype record) const {
-    return static_cast<qint32>(
-        m_dependencies.clock.dayOf(m_dependencies.store.items().at(record).date.toMSecsSinceEpoch()));
+    return static_cast<qint32>(m_dependencies.clock.dayOf(m_dependencies.store.items().at(record).date));
 }
 
 bool TranscriptionModel::isShown(quint32 record) const {
