@@ -160,6 +160,8 @@ Program::Program() : m_objects(std::make_unique<Objects>()) {}
 Program::~Program() = default;
 
 void Program::start() {
+    // A thread that waits for more work would wake up once more, 30 s later.
+    QThreadPool::globalInstance()->setExpiryTimeout(0);
     QThreadPool::globalInstance()->start(
         [folder = platformFolders().temporary] { removeLeftoverTakes(folder); });
     m_objects->delegate.applicationDidFinishLaunching();

@@ -2,7 +2,6 @@
 
 #include <QDirIterator>
 #include <QFile>
-#include <QRegularExpression>
 #include <QUuid>
 
 #include <fcntl.h>
@@ -23,18 +22,24 @@ bool isLeftover(int file) {
            ::flock(file, LOCK_EX | LOCK_NB) == 0;
 }
 
+QString takeName(const QUuid& id) {
+    return u"tavrik-"_s + id.toString(QUuid::WithoutBraces).toUpper() + u".wav"_s;
+}
+
+bool isTakeName(const QString& name) {
+    return name == takeName(QUuid::fromString(name.mid(7, 36)));
+}
+
 } // namespace
 
 QString newTakePath(const QString& folder) {
-    return folder + u"/tavrik-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u".wav"_s;
+    return folder + u'/' + takeName(QUuid::createUuid());
 }
 
 void removeLeftoverTakes(const QString& folder) {
-    static const QRegularExpression takeName(
-        QRegularExpression::anchoredPattern(u"tavrik-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.wav"_s));
-    for (QDirIterator entries(folder, {u"tavrik-*.wav"_s}, QDir::Files | QDir::System); entries.hasNext();) {
+    for (QDirIterator entries(folder, QDir::Files | QDir::System); entries.hasNext();) {
         const auto path = QFile::encodeName(entries.next());
-        if (!takeName.match(entries.fileName()).hasMatch())
+        if (!isTakeName(entries.fileName()))
             continue;
         // A link is not followed, and a pipe does not hold this up.
         const int file = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);

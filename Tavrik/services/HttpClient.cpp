@@ -325,10 +325,11 @@ HttpClient::HttpClient(MainQueue& queue, std::chrono::milliseconds maximumIdle)
     m_thread->setObjectName(u"network"_s);
     m_network->moveToThread(m_thread.get());
     connect(m_thread.get(), &QThread::finished, m_network, &QObject::deleteLater);
-    m_thread->start();
 }
 
 HttpClient::~HttpClient() {
+    if (!m_thread->isRunning())
+        delete m_network;
     m_thread->quit();
     if (!m_thread->wait(QDeadlineTimer(500ms)))
         std::ignore = m_thread.release();
@@ -344,14 +345,19 @@ void HttpClient::send(HttpRequest request, Completion<HttpResponse> completion) 
         });
         return;
     }
-    m_network->jobs.post(
-        [network = m_network, request = std::move(request), completion = std::move(completion)]() mutable {
-            network->send(std::move(request), std::move(completion));
-        });
+    post([network = m_network, request = std::move(request), completion = std::move(completion)]() mutable {
+        network->send(std::move(request), std::move(completion));
+    });
 }
 
 void HttpClient::openConnection(const QUrl& url) {
-    m_network->jobs.post([network = m_network, url] { network->openConnection(url); });
+    post([network = m_network, url] { network->openConnection(url); });
+}
+
+void HttpClient::post(std::function<void()> job) {
+    if (!m_thread->isRunning())
+        m_thread->start();
+    m_network->jobs.post(std::move(job));
 }
 
 } // namespace tavrik

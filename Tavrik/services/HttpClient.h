@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -71,8 +72,10 @@ public:
 private:
     class Network;
 
+    void post(std::function<void()> job);
+
     MainQueue& m_queue;
-    /// Leaked if a name lookup keeps it from ending.
+    /// Started by the first request. Leaked if a name lookup keeps it from ending.
     std::unique_ptr<QThread> m_thread;
     Network* m_network;
 };

@@ -4,7 +4,6 @@
 
 #include <QFileInfo>
 #include <QProcessEnvironment>
-#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QStringList>
 
@@ -113,8 +112,10 @@ QString shellCommand(const QString& program) {
     if (QFileInfo(QStandardPaths::findExecutable(file.fileName())).canonicalFilePath() ==
         file.canonicalFilePath())
         return file.fileName();
-    static const QRegularExpression special(u"[^\\w/.+-]"_s);
-    if (!program.contains(special))
+    const auto isPlain = [](QChar c) {
+        return c.isLetterOrNumber() || u"/._+-"_s.contains(c);
+    };
+    if (std::ranges::all_of(program, isPlain))
         return program;
     return u'\'' + QString(program).replace(u"'"_s, u"'\\''"_s) + u'\'';
 }
