@@ -11,6 +11,7 @@ namespace tavrik {
 /// A moment, in UTC.
 using Timestamp = std::chrono::sys_time<std::chrono::milliseconds>;
 
+/// Of a valid date.
 inline Timestamp toTimestamp(const QDateTime& date) {
     return Timestamp(std::chrono::milliseconds(date.toMSecsSinceEpoch()));
 }
