@@ -46,12 +46,16 @@ modifier_map Shift{<LFSH>};
 constexpr quint32 shiftMask = 1;
 constexpr quint32 controlMask = 4;
 
+// With the null character that ends the keymap.
+constexpr auto keymapSize = keymap.size() + 1;
+
+/// -1 when there is no memory for it.
 int keymapFile() {
     const int descriptor = ::memfd_create("keymap", MFD_CLOEXEC);
-    // With the null character that ends it.
-    if (descriptor >= 0 && ::write(descriptor, keymap.data(), keymap.size() + 1) < 0)
-        ::ftruncate(descriptor, 0);
-    return descriptor;
+    if (::write(descriptor, keymap.data(), keymapSize) == static_cast<ssize_t>(keymapSize))
+        return descriptor;
+    ::close(descriptor);
+    return -1;
 }
 
 quint32 now() {
@@ -76,13 +80,16 @@ VirtualKeyboardPasteKeys::VirtualKeyboardPasteKeys(WaylandConnection& connection
 void VirtualKeyboardPasteKeys::openKeyboard() {
     if (m_keyboard || m_connection.version(wl_seat_interface) == 0 || !isOffered(m_connection))
         return;
+    const int descriptor = keymapFile();
+    // A compositor that reads beyond the file's end dies.
+    if (descriptor < 0)
+        return;
     m_seat = m_connection.bind<wl_seat>(wl_seat_interface, 1);
     const auto manager =
         m_connection.bind<zwp_virtual_keyboard_manager_v1>(zwp_virtual_keyboard_manager_v1_interface, 1);
     m_keyboard.reset(zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(manager.get(), m_seat.get()));
-    const int descriptor = keymapFile();
     zwp_virtual_keyboard_v1_keymap(m_keyboard.get(), WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, descriptor,
-                                   static_cast<quint32>(keymap.size() + 1));
+                                   static_cast<quint32>(keymapSize));
     m_connection.flush();
     ::close(descriptor);
     Q_EMIT statusChanged();
