@@ -27,7 +27,7 @@ QString takeName(const QUuid& id) {
 }
 
 bool isTakeName(const QString& name) {
-    return name == takeName(QUuid::fromString(name.mid(7, 36)));
+    return name == takeName(QUuid::fromString(QString(name).remove(u"tavrik-"_s).remove(u".wav"_s)));
 }
 
 } // namespace

@@ -16,7 +16,7 @@ qint64 LocalDays::dayOf(Timestamp moment) {
 }
 
 void LocalDays::findPeriod(Timestamp moment) {
-    const auto date = QDateTime::fromMSecsSinceEpoch(moment.time_since_epoch().count()).toUTC();
+    const auto date = toDateTime(moment).toUTC();
     const auto previous = m_zone.previousTransition(date.addMSecs(1)).atUtc;
     auto next = m_zone.nextTransition(date).atUtc;
     // At the very moment of the last change in its table, Qt 6.4 overlooks those that follow by rule.

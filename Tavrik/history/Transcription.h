@@ -16,6 +16,11 @@ inline Timestamp toTimestamp(const QDateTime& date) {
     return Timestamp(std::chrono::milliseconds(date.toMSecsSinceEpoch()));
 }
 
+/// In local time.
+inline QDateTime toDateTime(Timestamp moment) {
+    return QDateTime::fromMSecsSinceEpoch(moment.time_since_epoch().count());
+}
+
 /// One successful dictation.
 struct Transcription {
     QUuid id;

@@ -107,8 +107,7 @@ QVariant TranscriptionModel::data(const QModelIndex& index, int role) const {
     case textRole:
         return QString::fromUtf8(record->text);
     case timeRole:
-        return UserFormats::time(
-            QDateTime::fromMSecsSinceEpoch(record->date.time_since_epoch().count()).time());
+        return UserFormats::time(toDateTime(record->date).time());
     case dayTitleRole:
         if (m_scope == Scope::today || !startsDay(row))
             return QString();
