@@ -107,7 +107,8 @@ Run measure(Display& display, const QString& program, bool hasHotKey, std::chron
     while (!icon || !hotKey) {
         if (!icon && display.sawIcon())
             icon = milliseconds(Clock::now() - start);
-        if (!hotKey && display.hotKeyIsTaken())
+        // Each trial stops the server for a moment, and a program comes up the later for it.
+        if (icon && !hotKey && display.hotKeyIsTaken())
             hotKey = milliseconds(Clock::now() - start);
         if (Clock::now() - start > 20s)
             qFatal("%s did not come up", qPrintable(program));
