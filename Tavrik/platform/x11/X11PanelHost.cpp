@@ -57,13 +57,14 @@ QRect nativeGeometry(const QScreen& screen) {
 
 X11PanelHost::X11PanelHost(AskTypingOutput askTypingOutput)
     : m_askTypingOutput(std::move(askTypingOutput)), m_connection(applicationConnection()),
-      m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
-      m_compositor(xcbAtom(m_connection, "_NET_WM_CM_S0")),
-      m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
-      m_clientList(xcbAtom(m_connection, "_NET_CLIENT_LIST")),
-      m_strutPartial(xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL")),
-      m_currentDesktop(xcbAtom(m_connection, "_NET_CURRENT_DESKTOP")),
-      m_workArea(xcbAtom(m_connection, "_NET_WORKAREA")) {}
+      m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root) {
+    fetchAtoms(m_connection, {{"_NET_WM_CM_S0", &m_compositor},
+                              {"_NET_ACTIVE_WINDOW", &m_activeWindow},
+                              {"_NET_CLIENT_LIST", &m_clientList},
+                              {"_NET_WM_STRUT_PARTIAL", &m_strutPartial},
+                              {"_NET_CURRENT_DESKTOP", &m_currentDesktop},
+                              {"_NET_WORKAREA", &m_workArea}});
+}
 
 ServiceStatus X11PanelHost::status() const {
     return {u"X11 override-redirect window"_s, true};

@@ -41,12 +41,12 @@ private:
     AskTypingOutput m_askTypingOutput;
     xcb_connection_t* m_connection;
     xcb_window_t m_root;
-    xcb_atom_t m_compositor;
-    xcb_atom_t m_activeWindow;
-    xcb_atom_t m_clientList;
-    xcb_atom_t m_strutPartial;
-    xcb_atom_t m_currentDesktop;
-    xcb_atom_t m_workArea;
+    xcb_atom_t m_compositor = XCB_ATOM_NONE;
+    xcb_atom_t m_activeWindow = XCB_ATOM_NONE;
+    xcb_atom_t m_clientList = XCB_ATOM_NONE;
+    xcb_atom_t m_strutPartial = XCB_ATOM_NONE;
+    xcb_atom_t m_currentDesktop = XCB_ATOM_NONE;
+    xcb_atom_t m_workArea = XCB_ATOM_NONE;
 };
 
 } // namespace tavrik

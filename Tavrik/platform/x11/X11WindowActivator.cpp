@@ -11,10 +11,7 @@ namespace tavrik {
 
 X11WindowActivator::X11WindowActivator()
     : m_connection(applicationConnection()),
-      m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root),
-      m_activeWindow(xcbAtom(m_connection, "_NET_ACTIVE_WINDOW")),
-      m_startupInfoBegin(xcbAtom(m_connection, "_NET_STARTUP_INFO_BEGIN")),
-      m_startupInfo(xcbAtom(m_connection, "_NET_STARTUP_INFO")) {}
+      m_root(xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root) {}
 
 void X11WindowActivator::activate(QWindow& window, const QByteArray& activationToken) {
     constexpr uint32_t sourceIsUser = 2;
@@ -22,7 +19,7 @@ void X11WindowActivator::activate(QWindow& window, const QByteArray& activationT
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = static_cast<xcb_window_t>(window.winId());
-    message.type = m_activeWindow;
+    message.type = xcbAtom(m_connection, "_NET_ACTIVE_WINDOW");
     message.data.data32[0] = sourceIsUser;
     message.data.data32[1] = XCB_CURRENT_TIME;
     xcb_send_event(m_connection, 0, m_root,
@@ -39,6 +36,9 @@ void X11WindowActivator::endStartupNotification(const QByteArray& id) {
     const auto text = "remove: ID=\"" + quoted + '"';
 
     // Split over as many messages as it takes, the closing zero included; only the first is a beginning.
+    xcb_atom_t begin = XCB_ATOM_NONE;
+    xcb_atom_t more = XCB_ATOM_NONE;
+    fetchAtoms(m_connection, {{"_NET_STARTUP_INFO_BEGIN", &begin}, {"_NET_STARTUP_INFO", &more}});
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 8;
@@ -47,7 +47,7 @@ void X11WindowActivator::endStartupNotification(const QByteArray& id) {
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
     constexpr qsizetype most = sizeof message.data.data8;
     for (qsizetype start = 0; start <= text.size(); start += most) {
-        message.type = start == 0 ? m_startupInfoBegin : m_startupInfo;
+        message.type = start == 0 ? begin : more;
         const auto piece = text.sliced(start, std::min(most, text.size() - start));
         std::ranges::fill(message.data.data8, uint8_t{0});
         std::ranges::copy(piece, message.data.data8);

@@ -20,9 +20,6 @@ private:
 
     xcb_connection_t* m_connection;
     xcb_window_t m_root;
-    xcb_atom_t m_activeWindow;
-    xcb_atom_t m_startupInfoBegin;
-    xcb_atom_t m_startupInfo;
 };
 
 } // namespace tavrik

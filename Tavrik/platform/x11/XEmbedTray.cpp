@@ -9,8 +9,7 @@ namespace tavrik {
 XEmbedTray::XEmbedTray() : m_connection(applicationConnection()) {
     if (!m_connection)
         return;
-    m_tray = xcbAtom(m_connection, "_NET_SYSTEM_TRAY_S0");
-    m_manager = xcbAtom(m_connection, "MANAGER");
+    fetchAtoms(m_connection, {{"_NET_SYSTEM_TRAY_S0", &m_tray}, {"MANAGER", &m_manager}});
     QCoreApplication::instance()->installNativeEventFilter(this);
 }
 

@@ -5,6 +5,7 @@
 #include <X11/Xlib.h>
 
 #include <cstring>
+#include <vector>
 
 namespace tavrik {
 
@@ -34,10 +35,23 @@ xcb_connection_t* applicationConnection() {
     return x11 ? x11->connection() : nullptr;
 }
 
+void fetchAtoms(xcb_connection_t* connection,
+                std::initializer_list<std::pair<const char*, xcb_atom_t*>> atoms) {
+    std::vector<xcb_intern_atom_cookie_t> cookies;
+    for (const auto& [name, atom] : atoms)
+        cookies.push_back(xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name));
+    auto cookie = cookies.begin();
+    for (const auto& [name, atom] : atoms) {
+        const XcbPointer<xcb_intern_atom_reply_t> reply(
+            xcb_intern_atom_reply(connection, *cookie++, nullptr));
+        *atom = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    }
+}
+
 xcb_atom_t xcbAtom(xcb_connection_t* connection, const char* name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name);
-    const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    xcb_atom_t atom = XCB_ATOM_NONE;
+    fetchAtoms(connection, {{name, &atom}});
+    return atom;
 }
 
 bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection) {

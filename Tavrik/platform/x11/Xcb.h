@@ -3,7 +3,9 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 namespace tavrik {
 
@@ -20,6 +22,10 @@ void onXServerLost(void (*lost)());
 
 /// The connection the application's own windows use. Null where that is not X11.
 xcb_connection_t* applicationConnection();
+
+/// Finds atoms by their names and writes each where it belongs. Waits for the server once.
+void fetchAtoms(xcb_connection_t* connection,
+                std::initializer_list<std::pair<const char*, xcb_atom_t*>> atoms);
 
 /// The atom of that name.
 xcb_atom_t xcbAtom(xcb_connection_t* connection, const char* name);
