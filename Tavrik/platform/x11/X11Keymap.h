@@ -3,15 +3,15 @@
 #include <QtGlobal>
 
 #include <initializer_list>
-#include <memory>
 #include <optional>
+#include <vector>
 
 struct xcb_connection_t;
-struct xkb_keymap;
 
 namespace tavrik {
 
-/// A snapshot of the server's keymap. Key codes are X's; modifier masks are of X's eight real modifiers.
+/// A snapshot of the server's keymap: what each key gives while no other is down. Key codes are X's; modifier
+/// masks are of X's eight real modifiers.
 class X11Keymap {
 public:
     /// A keymap without keys.
@@ -37,16 +37,15 @@ public:
     quint8 numLock() const;
 
 private:
-    struct Unref {
-        void operator()(xkb_keymap* keymap) const;
+    /// A key in one layout group.
+    struct Meaning {
+        quint8 keycode;
+        quint8 group;
+        quint8 modifiers;
+        quint32 keysym;
     };
 
-    explicit X11Keymap(xkb_keymap* keymap) : m_keymap(keymap) {}
-
-    bool hasKeysym(quint32 keycode, quint32 group, quint32 keysym) const;
-    quint8 modifiersOf(quint32 keycode, quint32 group) const;
-
-    std::unique_ptr<xkb_keymap, Unref> m_keymap;
+    std::vector<Meaning> m_meanings; // by key, then by group
 };
 
 } // namespace tavrik
