@@ -8,6 +8,8 @@
 #include <QCommandLineParser>
 #include <QString>
 
+#include <algorithm>
+
 namespace tavrik {
 
 using namespace Qt::StringLiterals;
@@ -76,12 +78,10 @@ Command runCommandLine(const QByteArrayList& arguments,
         return runPreferencesCommand(words.sliced(1), *makeStore(), streams);
     if (words == QStringList{u"status"_s})
         return ShowStatus{};
-    // As bytes: the parser's texts have lost what is not UTF-8.
-    const auto urls = arguments.last(words.size());
-    for (const auto& url : urls)
-        if (!hasUrlScheme(url.toStdString()))
-            return complain(streams, u"Unknown command '%1'."_s.arg(QString::fromLocal8Bit(url)));
-    return StartProgram{urls};
+    // Not a URL, which may hold tokens; those come after the hyphens only.
+    const auto unknown =
+        std::ranges::find_if_not(words, [](const QString& word) { return hasUrlScheme(word.toStdString()); });
+    return complain(streams, u"Unknown command '%1'."_s.arg(unknown == words.end() ? u"--"_s : *unknown));
 }
 
 } // namespace tavrik

@@ -12,20 +12,10 @@ namespace tavrik {
 
 class PreferenceStore;
 
-/// The program is to start, or the running one to come forward, and open these URLs: raw bytes, as they were
-/// given.
-struct StartProgram {
-    QByteArrayList urls;
-
-    bool operator==(const StartProgram&) const = default;
-};
-
 /// The running program is to tell how the services of the desktop serve it; where none runs, they are probed.
-struct ShowStatus {
-    bool operator==(const ShowStatus&) const = default;
-};
+struct ShowStatus {};
 
-using Command = std::variant<ExitStatus, StartProgram, ShowStatus>;
+using Command = std::variant<ExitStatus, ShowStatus>;
 
 /// Does what the arguments (without the program's name) ask for and returns the exit status, or says what the
 /// program is to do. The commands of the hot key do not come this far. Needs no display. `makeStore` is

@@ -5,6 +5,7 @@
 #include "base/CommandStreams.h"
 #include "base/MainQueue.h"
 #include "platform/CorePlatform.h"
+#include "platform/Launcher.h"
 #include "platform/Microphone.h"
 #include "platform/Platform.h"
 
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <span>
 #include <utility>
 
 using namespace tavrik;
@@ -70,7 +72,7 @@ int withApplication(char* name, QByteArray platformName, const std::function<int
     return main();
 }
 
-int run(const QByteArrayList& urls) {
+int run(std::span<char* const> urls) {
     const auto termination = onTermination(&QCoreApplication::quit);
     std::optional<Program> program;
     const ApplicationInstance::Handlers handlers{
@@ -83,17 +85,17 @@ int run(const QByteArrayList& urls) {
     };
     auto instance = makeApplicationInstance();
     while (!instance->claim(handlers)) {
-        const auto forwarded = instance->forward(urls);
-        if (forwarded != ApplicationInstance::Forwarded::noneRuns)
-            return forwarded == ApplicationInstance::Forwarded::taken ? exitSuccess : exitFailure;
+        const auto delivery = forwardLaunch(urls);
+        if (delivery != Delivery::noneRuns)
+            return delivery == Delivery::taken ? exitSuccess : exitFailure;
     }
 
     program.emplace();
     runningProgram = &*program;
     onDisplayLost(&endWithoutDisplay);
     program->start();
-    if (!urls.isEmpty())
-        program->open(urls, {});
+    if (!urls.empty())
+        program->open(QByteArrayList(urls.begin(), urls.end()), {});
     const int status = QApplication::exec();
     runningProgram = nullptr;
     program->leave();
@@ -124,8 +126,7 @@ extern "C" Q_DECL_EXPORT int tavrikRun(int argc, char** argv) {
         complain(platformName.error().description);
         return exitFailure;
     }
-    return withApplication(argv[0], *platformName,
-                           [&] { return run(QByteArrayList(argv + 1, argv + argc)); });
+    return withApplication(argv[0], *platformName, [&] { return run({argv + 1, argv + argc}); });
 }
 
 /// Prints how the services of this desktop would serve the program; without a display too.

@@ -41,18 +41,12 @@ public:
     ApplicationInstance& operator=(const ApplicationInstance&) = delete;
     virtual ~ApplicationInstance() = default;
 
-    enum class Forwarded { taken, noneRuns, notAnswered };
-
-    /// Hands this launch over to the program that already runs. Waits a second at most, even if that program
-    /// hangs. Needs a core application.
-    virtual Forwarded forward(const QByteArrayList& urls) = 0;
-
     /// What the running program says of its services. Nothing when none runs, or it does not answer within a
     /// second. Needs a core application.
     virtual std::optional<StatusReport> askStatus() = 0;
 
-    /// Becomes the running program. False when another was quicker: forward() to it. A desktop without a
-    /// session bus cannot tell, and answers true.
+    /// Becomes the running program. False when another was quicker. A desktop without a session bus cannot
+    /// tell, and answers true.
     virtual bool claim(Handlers handlers) = 0;
 };
 

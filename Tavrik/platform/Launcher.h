@@ -3,16 +3,20 @@
 #include "platform/HotKeyCommand.h"
 
 #include <expected>
+#include <span>
 
 // What the process entry needs of the platform. Neither Qt nor the C++ library: loading them takes most of
 // the time of a command.
 namespace tavrik {
 
+/// What became of a message to the running program. Each waits a second at most, even if that program hangs.
 enum class Delivery { taken, noneRuns, notAnswered };
 
-/// Gives the running program a command of its hot key, with this moment's time. Waits a second at most, even
-/// if that program hangs.
+/// Gives it a command of its hot key, with this moment's time.
 Delivery sendHotKeyCommand(HotKeyCommand::Kind kind);
+
+/// Hands this launch over to it: URLs to open, or none for it to come forward.
+Delivery forwardLaunch(std::span<char* const> urls);
 
 /// A function that a library of the program exports; takes what main() does and returns the exit status.
 using Entry = int (*)(int argc, char** argv);

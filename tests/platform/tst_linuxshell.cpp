@@ -1,3 +1,4 @@
+#include "platform/Launcher.h"
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/DBusApplicationInstance.h"
 #include "platform/linux/LinuxDayWatcher.h"
@@ -18,6 +19,7 @@
 #include <cstdio>
 #include <future>
 #include <random>
+#include <vector>
 
 using namespace tavrik;
 using namespace Qt::StringLiterals;
@@ -92,14 +94,16 @@ private Q_SLOTS:
 
     void handsUrlsToTheRunningProgram() {
         // As another launch would, while this one serves its event loop.
-        const auto forward = [](const QByteArrayList& urls) {
-            auto answer =
-                std::async(std::launch::async, [urls] { return DBusApplicationInstance().forward(urls); });
+        const auto forward = [](QByteArrayList urls) {
+            std::vector<char*> arguments;
+            for (auto& url : urls)
+                arguments.push_back(url.data());
+            auto answer = std::async(std::launch::async, [&] { return forwardLaunch(arguments); });
             while (answer.wait_for(std::chrono::seconds()) != std::future_status::ready)
                 QTest::qWait(1);
             return answer.get();
         };
-        using enum ApplicationInstance::Forwarded;
+        using enum Delivery;
         QCOMPARE(forward({"tavrik:"}), noneRuns);
         QByteArrayList told;
         {

@@ -8,11 +8,9 @@
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QObject>
-#include <QStringDecoder>
 #include <QTimer>
 #include <QVariantMap>
 
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -26,64 +24,11 @@ const QString serviceName = QLatin1StringView(bus::serviceName);
 const QString objectPath = QLatin1StringView(bus::objectPath);
 constexpr auto* startedByBus = "DBUS_STARTER_BUS_TYPE";
 
-/// The bus carries only UTF-8. Other bytes travel percent-encoded, which means the same in a URL.
-QString toText(const QByteArray& url) {
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    QString text = decoder(url);
-    if (!decoder.hasError())
-        return text;
-    QByteArray encoded;
-    for (const char byte : url) {
-        const QByteArray one(1, byte);
-        encoded += static_cast<unsigned char>(byte) < 0x80 ? one : '%' + one.toHex().toUpper();
-    }
-    return QString::fromLatin1(encoded);
-}
-
-constexpr std::array<std::pair<const char*, QLatin1StringView>, 2> activationTokens{
-    {{"XDG_ACTIVATION_TOKEN", "activation-token"_L1}, {"DESKTOP_STARTUP_ID", "desktop-startup-id"_L1}}};
-
-/// What the caller's desktop gave it so that the window may come to the front.
-QVariantMap platformData() {
-    QVariantMap data;
-    for (const auto& [variable, key] : activationTokens)
-        if (const auto token = qEnvironmentVariable(variable); !token.isEmpty())
-            data.insert(key, token);
-    return data;
-}
-
 QByteArray activationToken(const QVariantMap& platformData) {
-    for (const auto& [variable, key] : activationTokens)
+    for (const auto key : {"activation-token"_L1, "desktop-startup-id"_L1})
         if (const auto token = platformData.value(key).toString(); !token.isEmpty())
             return token.toUtf8();
     return {};
-}
-
-/// Whether the error is that nobody has the program's name, or that there is no bus. Any other comes from a
-/// program that is there and does not answer.
-bool noneRuns(const QDBusMessage& reply) {
-    const auto error = reply.errorName();
-    return error == "org.freedesktop.DBus.Error.ServiceUnknown"_L1 ||
-           error == "org.freedesktop.DBus.Error.NameHasNoOwner"_L1 ||
-           error == "org.freedesktop.DBus.Error.Disconnected"_L1;
-}
-
-/// Calls the running program over a connection of its own: the shared one delivers nothing until the event
-/// loop runs of the application object that it was made under.
-QDBusMessage callRunningProgram(QDBusMessage call) {
-    const auto name = u"launch"_s;
-    call.setAutoStartService(false);
-    const auto reply = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                           .call(call, QDBus::Block, bus::answerTimeout);
-    QDBusConnection::disconnectFromBus(name);
-    return reply;
-}
-
-bool hasOwner() {
-    auto question = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                                   u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
-    question << serviceName;
-    return callRunningProgram(question).arguments().value(0).toBool();
 }
 
 class ApplicationAdaptor final : public QDBusAbstractAdaptor {
@@ -183,30 +128,20 @@ DBusApplicationInstance::~DBusApplicationInstance() {
     bus.unregisterObject(objectPath);
 }
 
-ApplicationInstance::Forwarded DBusApplicationInstance::forward(const QByteArrayList& urls) {
-    auto call = QDBusMessage::createMethodCall(serviceName, objectPath, u"org.freedesktop.Application"_s,
-                                               urls.isEmpty() ? u"Activate"_s : u"Open"_s);
-    if (!urls.isEmpty()) {
-        QStringList texts;
-        for (const auto& url : urls)
-            texts << toText(url);
-        call << texts;
-    }
-    call << platformData();
-    const auto reply = callRunningProgram(call);
-    if (reply.type() == QDBusMessage::ReplyMessage)
-        return Forwarded::taken;
-    // It may have been about to quit.
-    return noneRuns(reply) || !hasOwner() ? Forwarded::noneRuns : Forwarded::notAnswered;
-}
-
 std::optional<StatusReport> DBusApplicationInstance::askStatus() {
-    const auto reply = callRunningProgram(
-        QDBusMessage::createMethodCall(serviceName, objectPath, u"io.nordvex.tavrik.Status"_s, u"Get"_s));
-    const QDBusPendingReply<QString, bool> values(reply);
-    if (!values.isValid())
+    auto call =
+        QDBusMessage::createMethodCall(serviceName, objectPath, u"io.nordvex.tavrik.Status"_s, u"Get"_s);
+    call.setAutoStartService(false);
+    // The shared connection delivers nothing until the event loop runs of the application object that it was
+    // made under.
+    const auto connection = u"status"_s;
+    const QDBusPendingReply<QString, bool> reply(
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection)
+            .call(call, QDBus::Block, bus::answerTimeout));
+    QDBusConnection::disconnectFromBus(connection);
+    if (!reply.isValid())
         return std::nullopt;
-    return StatusReport{values.argumentAt<0>(), values.argumentAt<1>()};
+    return StatusReport{reply.argumentAt<0>(), reply.argumentAt<1>()};
 }
 
 bool DBusApplicationInstance::claim(Handlers handlers) {

@@ -11,7 +11,6 @@ public:
     DBusApplicationInstance();
     ~DBusApplicationInstance() override;
 
-    Forwarded forward(const QByteArrayList& urls) override;
     std::optional<StatusReport> askStatus() override;
     bool claim(Handlers handlers) override;
 

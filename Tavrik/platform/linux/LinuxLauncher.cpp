@@ -37,32 +37,120 @@ dbus_int64_t now() {
     return dbus_int64_t{time.tv_sec} * 1'000'000 + time.tv_nsec / 1000;
 }
 
-struct Unref {
-    void operator()(DBusConnection* connection) const { dbus_connection_unref(connection); }
+struct Release {
+    void operator()(DBusConnection* connection) const {
+        dbus_connection_close(connection);
+        dbus_connection_unref(connection);
+    }
     void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+    void operator()(char* text) const { std::free(text); }
 };
+
+using Connection = std::unique_ptr<DBusConnection, Release>;
+using Message = std::unique_ptr<DBusMessage, Release>;
+using Text = std::unique_ptr<char, Release>;
+
+Message methodCall(const char* interface, const char* method) {
+    return Message(dbus_message_new_method_call(bus::serviceName, bus::objectPath, interface, method));
+}
+
+/// Over a connection of its own, which is gone afterwards.
+Delivery deliver(const Message& call) {
+    const Connection connection(dbus_bus_get_private(DBUS_BUS_SESSION, nullptr));
+    if (!connection || !call)
+        return Delivery::noneRuns;
+    dbus_connection_set_exit_on_disconnect(connection.get(), false);
+    dbus_message_set_auto_start(call.get(), false);
+    DBusError error = DBUS_ERROR_INIT;
+    const Message reply(
+        dbus_connection_send_with_reply_and_block(connection.get(), call.get(), bus::answerTimeout, &error));
+    if (reply)
+        return Delivery::taken;
+    const bool noneRuns = dbus_error_has_name(&error, DBUS_ERROR_SERVICE_UNKNOWN);
+    dbus_error_free(&error);
+    // Whatever else the error is: it may have been about to quit.
+    return !noneRuns && dbus_bus_name_has_owner(connection.get(), bus::serviceName, nullptr)
+               ? Delivery::notAnswered
+               : Delivery::noneRuns;
+}
+
+/// The URL as the bus can carry it. That takes only UTF-8; other bytes travel percent-encoded, which means
+/// the same in a URL.
+Text transportable(const char* url) {
+    if (dbus_validate_utf8(url, nullptr))
+        return Text(::strdup(url));
+    Text text(static_cast<char*>(std::malloc(3 * std::strlen(url) + 1)));
+    if (!text)
+        return text;
+    auto* end = text.get();
+    for (; *url != '\0'; ++url) {
+        if (const auto byte = static_cast<unsigned char>(*url); byte < 0x80)
+            *end++ = *url;
+        else
+            end += std::snprintf(end, sizeof "%FF", "%%%02X", byte);
+    }
+    *end = '\0';
+    return text;
+}
+
+bool appendUrls(DBusMessageIter& arguments, std::span<char* const> urls) {
+    DBusMessageIter list;
+    bool complete = dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &list);
+    for (const auto* url : urls) {
+        const auto text = transportable(url);
+        const char* const value = text.get();
+        complete = complete && value && dbus_message_iter_append_basic(&list, DBUS_TYPE_STRING, &value);
+    }
+    return complete && dbus_message_iter_close_container(&arguments, &list);
+}
+
+struct ActivationToken {
+    const char* key;
+    const char* variable;
+};
+
+/// What the caller's desktop gave it so that the window may come to the front.
+bool appendPlatformData(DBusMessageIter& arguments) {
+    constexpr std::array<ActivationToken, 2> tokens{
+        {{"activation-token", "XDG_ACTIVATION_TOKEN"}, {"desktop-startup-id", "DESKTOP_STARTUP_ID"}}};
+    DBusMessageIter data;
+    bool complete = dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &data);
+    for (const auto& [key, variable] : tokens) {
+        const auto* value = std::getenv(variable);
+        if (!value || *value == '\0' || !dbus_validate_utf8(value, nullptr))
+            continue;
+        DBusMessageIter entry;
+        DBusMessageIter variant;
+        complete = complete &&
+                   dbus_message_iter_open_container(&data, DBUS_TYPE_DICT_ENTRY, nullptr, &entry) &&
+                   dbus_message_iter_append_basic(&entry, DBUS_TYPE_STRING, &key) &&
+                   dbus_message_iter_open_container(&entry, DBUS_TYPE_VARIANT, "s", &variant) &&
+                   dbus_message_iter_append_basic(&variant, DBUS_TYPE_STRING, &value) &&
+                   dbus_message_iter_close_container(&entry, &variant) &&
+                   dbus_message_iter_close_container(&data, &entry);
+    }
+    return complete && dbus_message_iter_close_container(&arguments, &data);
+}
 
 } // namespace
 
 Delivery sendHotKeyCommand(HotKeyCommand::Kind kind) {
     const auto time = now();
-    const std::unique_ptr<DBusConnection, Unref> connection(dbus_bus_get(DBUS_BUS_SESSION, nullptr));
-    const std::unique_ptr<DBusMessage, Unref> call(dbus_message_new_method_call(
-        bus::serviceName, bus::objectPath, "io.nordvex.tavrik.HotKey", methodName(kind)));
-    if (!connection || !call ||
-        !dbus_message_append_args(call.get(), DBUS_TYPE_INT64, &time, DBUS_TYPE_INVALID))
-        return Delivery::noneRuns;
-    dbus_message_set_auto_start(call.get(), false);
-    DBusError error = DBUS_ERROR_INIT;
-    const std::unique_ptr<DBusMessage, Unref> reply(
-        dbus_connection_send_with_reply_and_block(connection.get(), call.get(), bus::answerTimeout, &error));
-    if (reply)
-        return Delivery::taken;
-    const bool noneRuns = dbus_error_has_name(&error, DBUS_ERROR_SERVICE_UNKNOWN) ||
-                          dbus_error_has_name(&error, DBUS_ERROR_NAME_HAS_NO_OWNER) ||
-                          dbus_error_has_name(&error, DBUS_ERROR_DISCONNECTED);
-    dbus_error_free(&error);
-    return noneRuns ? Delivery::noneRuns : Delivery::notAnswered;
+    auto call = methodCall("io.nordvex.tavrik.HotKey", methodName(kind));
+    if (call && !dbus_message_append_args(call.get(), DBUS_TYPE_INT64, &time, DBUS_TYPE_INVALID))
+        call.reset();
+    return deliver(call);
+}
+
+Delivery forwardLaunch(std::span<char* const> urls) {
+    auto call = methodCall("org.freedesktop.Application", urls.empty() ? "Activate" : "Open");
+    if (call) {
+        DBusMessageIter arguments;
+        dbus_message_iter_init_append(call.get(), &arguments);
+        if ((!urls.empty() && !appendUrls(arguments, urls)) || !appendPlatformData(arguments))
+            call.reset();
+    }
+    return deliver(call);
 }
 
 std::expected<Entry, const char*> loadEntry(const char* library, const char* name) {
