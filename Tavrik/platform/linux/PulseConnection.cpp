@@ -17,6 +17,12 @@ PulseConnection::~PulseConnection() {
     pa_threaded_mainloop_stop(m_loop.get());
 }
 
+void PulseConnection::openInBackground() {
+    pa_mainloop_api_once(
+        pa_threaded_mainloop_get_api(m_loop.get()),
+        [](pa_mainloop_api*, void* self) { static_cast<PulseConnection*>(self)->open(); }, this);
+}
+
 void PulseConnection::open() {
     if (m_context && PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context.get())))
         return;

@@ -53,8 +53,9 @@ public:
     PulseConnection();
     ~PulseConnection() override;
 
-    /// Begins to connect, unless connected or connecting already. Returns at once.
-    void open();
+    /// Begins to connect in the connection's thread: for that libpulse reads files, and asks for the user's
+    /// name.
+    void openInBackground();
 
     /// Calls `ready` once connected, perhaps within this call; never if the connection fails. A second call
     /// replaces a callback that is still waiting.
@@ -70,7 +71,7 @@ public:
     ServiceStatus status(Use use);
 
     /// Waits until `done` is true, evaluated after each wake(). False if the deadline came first. Main
-    /// thread, after open().
+    /// thread, after awaitReady().
     bool waitUntil(pa_usec_t deadline, const std::function<bool()>& done);
 
     /// Makes waitUntil() evaluate its condition again.
@@ -90,6 +91,8 @@ Q_SIGNALS:
     void changed();
 
 private:
+    /// Begins to connect, unless connected or connecting already. Returns at once.
+    void open();
     void onStateChanged();
 
     PulsePointer<pa_threaded_mainloop> m_loop;

@@ -145,7 +145,7 @@ ServiceStatus PulseMicrophone::status() const {
 
 void PulseMicrophone::requestAccess() {
     const PulseConnection::Lock lock(*m_connection);
-    m_connection->open();
+    m_connection->openInBackground();
 }
 
 Result<std::unique_ptr<Microphone::Capture>> PulseMicrophone::start(Sink sink) {
