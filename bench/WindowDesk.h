@@ -82,7 +82,7 @@ struct WindowDesk {
                                                      .folders = folders,
                                                      .texts = {},
                                                      .dataFolder = folder.path()},
-                                        .fullUserName = "Sara Ahmadi",
+                                        .fullUserName = [] { return QStringLiteral("Sara Ahmadi"); },
                                     },
                                     engine};
 

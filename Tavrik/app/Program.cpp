@@ -111,7 +111,7 @@ struct Program::Objects {
                            .texts = texts,
                            .dataFolder = platformFolders().applicationSupport,
                        },
-                   .fullUserName = fullUserName()},
+                   .fullUserName = &fullUserName},
     }};
     AppDelegate delegate{{
         .queue = queue,

@@ -41,6 +41,7 @@ void providePersianFaces() {
 struct MainWindowController::Content {
     Content(const Dependencies& dependencies, QQmlEngine& engine);
 
+    const QString fullUserName;
     AccountModel account;
     SettingsModel settings;
     HistoryPages pages;
@@ -48,12 +49,13 @@ struct MainWindowController::Content {
 };
 
 MainWindowController::Content::Content(const Dependencies& dependencies, QQmlEngine& engine)
-    : account(dependencies.account, dependencies.links, dependencies.fullUserName),
-      settings(dependencies.settings), pages({.store = dependencies.history(),
-                                              .clipboard = dependencies.clipboard,
-                                              .queue = dependencies.queue,
-                                              .days = dependencies.days,
-                                              .fullUserName = dependencies.fullUserName}),
+    : fullUserName(dependencies.fullUserName()),
+      account(dependencies.account, dependencies.links, fullUserName), settings(dependencies.settings),
+      pages({.store = dependencies.history(),
+             .clipboard = dependencies.clipboard,
+             .queue = dependencies.queue,
+             .days = dependencies.days,
+             .fullUserName = fullUserName}),
       view(&engine, nullptr) {
     qml_register_types_Tavrik();
     providePersianFaces();

@@ -33,8 +33,8 @@ public:
         LinkOpener& links;
         WindowActivator& activator;
         SettingsModel::Dependencies settings;
-        /// Of the computer's user.
-        QString fullUserName;
+        /// Of the computer's user; asked for once, since a network may have to be asked.
+        std::function<QString()> fullUserName;
     };
 
     /// `engine` outlives the controller too.
