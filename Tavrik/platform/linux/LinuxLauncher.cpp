@@ -93,13 +93,16 @@ Text transportable(const char* url) {
     return text;
 }
 
+bool append(DBusMessageIter& to, const char* text) {
+    return dbus_message_iter_append_basic(&to, DBUS_TYPE_STRING, static_cast<const void*>(&text));
+}
+
 bool appendUrls(DBusMessageIter& arguments, std::span<char* const> urls) {
     DBusMessageIter list;
     bool complete = dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "s", &list);
     for (const auto* url : urls) {
         const auto text = transportable(url);
-        const char* const value = text.get();
-        complete = complete && value && dbus_message_iter_append_basic(&list, DBUS_TYPE_STRING, &value);
+        complete = complete && text && append(list, text.get());
     }
     return complete && dbus_message_iter_close_container(&arguments, &list);
 }
@@ -123,10 +126,9 @@ bool appendPlatformData(DBusMessageIter& arguments) {
         DBusMessageIter variant;
         complete = complete &&
                    dbus_message_iter_open_container(&data, DBUS_TYPE_DICT_ENTRY, nullptr, &entry) &&
-                   dbus_message_iter_append_basic(&entry, DBUS_TYPE_STRING, &key) &&
+                   append(entry, key) &&
                    dbus_message_iter_open_container(&entry, DBUS_TYPE_VARIANT, "s", &variant) &&
-                   dbus_message_iter_append_basic(&variant, DBUS_TYPE_STRING, &value) &&
-                   dbus_message_iter_close_container(&entry, &variant) &&
+                   append(variant, value) && dbus_message_iter_close_container(&entry, &variant) &&
                    dbus_message_iter_close_container(&data, &entry);
     }
     return complete && dbus_message_iter_close_container(&arguments, &data);
