@@ -78,7 +78,7 @@ Command runCommandLine(const QByteArrayList& arguments,
         return runPreferencesCommand(words.sliced(1), *makeStore(), streams);
     if (words == QStringList{u"status"_s})
         return ShowStatus{};
-    // Not a URL, which may hold tokens; those come after the hyphens only.
+    // A URL is not shown, since it may hold tokens. Nothing but URLs comes here only after two hyphens.
     const auto unknown =
         std::ranges::find_if_not(words, [](const QString& word) { return hasUrlScheme(word.toStdString()); });
     return complain(streams, u"Unknown command '%1'."_s.arg(unknown == words.end() ? u"--"_s : *unknown));

@@ -18,8 +18,8 @@ struct ShowStatus {};
 using Command = std::variant<ExitStatus, ShowStatus>;
 
 /// Does what the arguments (without the program's name) ask for and returns the exit status, or says what the
-/// program is to do. The commands of the hot key do not come this far. Needs no display. `makeStore` is
-/// called for the command that needs the preferences.
+/// program is to do. Launches and the commands of the hot key do not come this far. Needs no display.
+/// `makeStore` is called for the command that needs the preferences.
 Command runCommandLine(const QByteArrayList& arguments,
                        const std::function<std::unique_ptr<PreferenceStore>()>& makeStore,
                        const CommandStreams& streams);

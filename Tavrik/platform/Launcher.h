@@ -9,7 +9,7 @@
 // the time of a command.
 namespace tavrik {
 
-/// What became of a message to the running program. Each waits a second at most, even if that program hangs.
+/// What became of a message to the running program, which has a second to answer.
 enum class Delivery { taken, noneRuns, notAnswered };
 
 /// Gives it a command of its hot key, with this moment's time.

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <utility>
 
 namespace tavrik {
 
@@ -107,14 +108,9 @@ bool appendUrls(DBusMessageIter& arguments, std::span<char* const> urls) {
     return complete && dbus_message_iter_close_container(&arguments, &list);
 }
 
-struct ActivationToken {
-    const char* key;
-    const char* variable;
-};
-
 /// What the caller's desktop gave it so that the window may come to the front.
 bool appendPlatformData(DBusMessageIter& arguments) {
-    constexpr std::array<ActivationToken, 2> tokens{
+    constexpr std::array<std::pair<const char*, const char*>, 2> tokens{
         {{"activation-token", "XDG_ACTIVATION_TOKEN"}, {"desktop-startup-id", "DESKTOP_STARTUP_ID"}}};
     DBusMessageIter data;
     bool complete = dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &data);

@@ -35,7 +35,6 @@ void X11WindowActivator::endStartupNotification(const QByteArray& id) {
     quoted.replace('\\', "\\\\").replace('"', "\\\"");
     const auto text = "remove: ID=\"" + quoted + '"';
 
-    // Split over as many messages as it takes, the closing zero included; only the first is a beginning.
     xcb_atom_t begin = XCB_ATOM_NONE;
     xcb_atom_t more = XCB_ATOM_NONE;
     fetchAtoms(m_connection, {{"_NET_STARTUP_INFO_BEGIN", &begin}, {"_NET_STARTUP_INFO", &more}});
@@ -45,6 +44,7 @@ void X11WindowActivator::endStartupNotification(const QByteArray& id) {
     message.window = xcb_generate_id(m_connection);
     xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, message.window, m_root, -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    // Split over as many messages as it takes, the closing zero included; only the first is a beginning.
     constexpr qsizetype most = sizeof message.data.data8;
     for (qsizetype start = 0; start <= text.size(); start += most) {
         message.type = start == 0 ? begin : more;
