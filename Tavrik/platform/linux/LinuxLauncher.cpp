@@ -67,9 +67,7 @@ Delivery deliver(const Message& call) {
         dbus_connection_send_with_reply_and_block(connection.get(), call.get(), bus::answerTimeout, &error));
     if (reply)
         return Delivery::taken;
-    // Which of the two depends on the message bus.
-    const bool noneRuns = dbus_error_has_name(&error, DBUS_ERROR_NAME_HAS_NO_OWNER) ||
-                          dbus_error_has_name(&error, DBUS_ERROR_SERVICE_UNKNOWN);
+    const bool noneRuns = dbus_error_has_name(&error, DBUS_ERROR_NAME_HAS_NO_OWNER);
     dbus_error_free(&error);
     // Whatever else the error is: it may have been about to quit.
     return !noneRuns && dbus_bus_name_has_owner(connection.get(), bus::serviceName, nullptr)
